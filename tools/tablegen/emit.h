@@ -1,0 +1,51 @@
+// Writes the text of one generated header.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tablegen {
+
+enum class Element { u8, u16, u32, i32 };
+
+struct Summary {
+    std::uint16_t idx = 0;
+    std::uint16_t used = 0;
+};
+
+/// An entry of a page list: pages of consecutive indexes that begin at `first`.
+struct Page {
+    std::string array;
+    std::uint32_t first = 0;
+    std::size_t count = 0;
+};
+
+class Header {
+public:
+    Header(std::string name, const std::vector<std::string>& sources);
+
+    void values(Element element, const std::string& name, const std::vector<std::uint32_t>& values);
+    void summaries(const std::string& name, const std::vector<Summary>& blocks);
+    void pages(const std::string& element, const std::string& name, const std::vector<Page>& pages);
+    /// `rows` are brace-enclosed initialisers of `element`.
+    void records(const std::string& element, const std::string& name, const std::vector<std::string>& rows);
+    void line(const std::string& text);
+
+    const std::string& name() const { return name_; }
+    std::string text() const;
+
+private:
+    void array(const std::string& element, const std::string& name, const std::vector<std::string>& items);
+
+    std::string name_;
+    std::string first_line_;
+    std::string body_;
+    bool paged_ = false;
+};
+
+using Headers = std::vector<Header>;
+
+std::string hex(std::uint32_t value, int digits);
+
+} // namespace tablegen
