@@ -45,9 +45,10 @@ Header::Header(std::string name, const std::vector<std::string>& sources) : name
     first_line_ += ". Do not edit.\n";
 }
 
-void Header::array(const std::string& element, const std::string& name, const std::vector<std::string>& items) {
+void Header::array(const std::string& element, const std::string& name, const std::vector<std::string>& items,
+                   const std::string& extent) {
     if (items.empty()) fail(name + ": empty table");
-    body_ += "inline constexpr " + element + " " + name + "[" + std::to_string(items.size()) + "] = {";
+    body_ += "inline constexpr " + element + " " + name + "[" + std::to_string(items.size()) + "]" + extent + " = {";
     std::size_t column = line_width;
     for (const std::string& item : items) {
         if (column + item.size() + 2 > line_width) {
@@ -86,8 +87,9 @@ void Header::pages(const std::string& element, const std::string& name, const st
     array("table_page<" + element + ">", name, items);
 }
 
-void Header::records(const std::string& element, const std::string& name, const std::vector<std::string>& rows) {
-    array(element, name, rows);
+void Header::records(const std::string& element, const std::string& name, const std::string& extent,
+                     const std::vector<std::string>& rows) {
+    array(element, name, rows, extent);
 }
 
 void Header::line(const std::string& text) {

@@ -28,15 +28,17 @@ public:
     void values(Element element, const std::string& name, const std::vector<std::uint32_t>& values);
     void summaries(const std::string& name, const std::vector<Summary>& blocks);
     void pages(const std::string& element, const std::string& name, const std::vector<Page>& pages);
-    /// `rows` are brace-enclosed initialisers of `element`.
-    void records(const std::string& element, const std::string& name, const std::vector<std::string>& rows);
+    /// `rows` are initialisers of `element`; `extent` is the inner dimension of a table of arrays, or empty.
+    void records(const std::string& element, const std::string& name, const std::string& extent,
+                 const std::vector<std::string>& rows);
     void line(const std::string& text);
 
     const std::string& name() const { return name_; }
     std::string text() const;
 
 private:
-    void array(const std::string& element, const std::string& name, const std::vector<std::string>& items);
+    void array(const std::string& element, const std::string& name, const std::vector<std::string>& items,
+               const std::string& extent = {});
 
     std::string name_;
     std::string first_line_;

@@ -7,5 +7,7 @@
 namespace tablegen {
 
 Headers korean(const MappingDirectory& mappings);
+Headers single_byte(const MappingDirectory& mappings);
+Headers unicode_case(const MappingDirectory& mappings);
 
 } // namespace tablegen
