@@ -151,8 +151,8 @@ QZSTR_API uchar qzsvr_mswin949_find_next_to_replace(char* s, int s_len_inbyte, c
 #define QZSTR_FAMILY_utf16(X, C)                                                                                       \
     QZSTR_COMMON_SLOTS(X, utf16)                                                                                       \
     QZSTR_TRAILING_SLOT(X, utf16)                                                                                      \
-    QZSTR_ISSPACE_SLOT(X, utf16) C(utf16, ascii) C(utf16, utf16) C(utf16, tcvn3) C(utf16, mswin1252)                   \
-        C(utf16, mswin950) C(utf16, mswin1251)
+    QZSTR_ISSPACE_SLOT(X, utf16)                                                                                       \
+    C(utf16, ascii) C(utf16, utf16) C(utf16, tcvn3) C(utf16, mswin1252) C(utf16, mswin950) C(utf16, mswin1251)
 #define QZSTR_FAMILY_euckr(X, C)                                                                                       \
     QZSTR_COMMON_SLOTS(X, euckr) QZSTR_ISSPACE_SLOT(X, euckr) QZSTR_COMMON_CELLS(C, euckr) C(euckr, iso2022kr)
 #define QZSTR_FAMILY_mswin949(X, C)                                                                                    \

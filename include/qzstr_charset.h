@@ -119,20 +119,20 @@ typedef int64_t conv_status_t;
  *     X(result type, family, operation, field of the descriptor record, parameters, arguments)
  * Declarations, exported definitions and catalogue rows all derive from these lists.
  *
- * count_char(str, byte_cnt)              Number of characters in the first byte_cnt bytes. Asserts "str != NULL",
- *                                        "byte_cnt >= 0"; a negative count returns 0. The single-byte families stop at
- * a NUL. count_byte(str, char_cnt)              Number of bytes that the first char_cnt characters take. It has no
- * length and reads as far as the characters require. Asserts "str != NULL", "char_cnt >= 0". is_char_leading_byte(str,
- * offset)      1 when the byte at the offset begins a character. get_char_leading_byte(str, offset)     Offset of the
- * first byte of the character that contains the offset. is_char_ending_byte(str, offset)       1 when the byte at the
- * offset ends a character. get_char_ending_byte(str, offset,      The offset itself when it ends a character; otherwise
- * the ending byte of the is_ahead)         character before it (is_ahead nonzero) or of the one that contains it
- * (zero). These four assert "str != NULL", "byte_offset >= 0". get_byte_pos(str, str_len, char_cnt,   Offsets of the
- * first and last byte of the char_cnt-th character (from 1), or of the start_pos, end_pos,                last
- * character when there are fewer; real_char_cnt (may be NULL) receives the number real_char_cnt)                     of
- * characters counted. Asserts "str != NULL", "start_pos != NULL", "end_pos != NULL". get_byte_pos_with_disp_size(str,
- * Longest prefix that is at most dis_size columns wide: its bytes, its width, and 1 in byte_len, dis_size, byte_pos,
- * disp_size_is_less when the string was cut there or fits exactly. real_dis_size, disp_size_is_less)
+ * - count_char: number of characters in the first byte_cnt bytes. Asserts "str != NULL", "byte_cnt >= 0"; a negative
+ *   count returns 0. The single-byte families stop at a NUL.
+ * - count_byte: number of bytes that the first char_cnt characters take. It has no length and reads as far as the
+ *   characters require. Asserts "str != NULL", "char_cnt >= 0".
+ * - is_char_leading_byte: 1 when the byte at byte_offset begins a character.
+ * - get_char_leading_byte: offset of the first byte of the character that contains byte_offset.
+ * - is_char_ending_byte: 1 when the byte at byte_offset ends a character.
+ * - get_char_ending_byte: byte_offset itself when it ends a character; otherwise the ending byte of the character before
+ *   it (is_ahead nonzero) or of the one that contains it (zero). These four assert "str != NULL", "byte_offset >= 0".
+ * - get_byte_pos: offsets of the first and last byte of the char_cnt-th character (from 1), or of the last character when
+ *   there are fewer; real_char_cnt (may be NULL) receives the number of characters counted. Asserts "str != NULL",
+ *   "start_pos != NULL", "end_pos != NULL".
+ * - get_byte_pos_with_disp_size: the longest prefix that is at most dis_size columns wide: its bytes, its width, and in
+ *   disp_size_is_less 1 when the string was cut there or fits exactly, else 0.
  */
 #define QZSTR_POSITION_SLOTS(X, cs)                                                                                    \
     X(int, cs, count_char, qzstr_count_char_fn, (char* str, int byte_cnt), (str, byte_cnt))                            \
@@ -150,11 +150,11 @@ typedef int64_t conv_status_t;
       (str, byte_len, dis_size, byte_pos, real_dis_size, disp_size_is_less))
 
 /*
- * to_ucs2, to_ucs4                       Decode into 16-bit or 32-bit units, high byte first when is_big_end is
- * nonzero. A malformed sequence becomes U+FFFD and sets QZSTR_CONV_REPLACED. read_len (may be NULL) and write_len
- * receive bytes, on both sides. Only whole units are written; bytes of the target beyond write_len and below its size
- * may be overwritten. Assert "str != NULL", "ucs2 != NULL" / "ucs4 != NULL", "write_len != NULL". to_wchar to_ucs2 when
- * wchar_size is 2, else to_ucs4, in host (little-endian) order.
+ * - to_ucs2, to_ucs4: decode into 16-bit or 32-bit units, high byte first when is_big_end is nonzero. A malformed
+ *   sequence becomes U+FFFD and sets QZSTR_CONV_REPLACED. read_len (may be NULL) and write_len receive bytes, on both
+ *   sides. Only whole units are written; bytes of the target between write_len and its size may be overwritten.
+ *   Assert "str != NULL", "ucs2 != NULL" / "ucs4 != NULL", "write_len != NULL".
+ * - to_wchar: to_ucs2 when wchar_size is 2, else to_ucs4, in host (little-endian) order.
  */
 #define QZSTR_DECODE_SLOTS(X, cs)                                                                                      \
     X(conv_status_t, cs, to_ucs2, qzstr_to_ucs2_fn,                                                                    \
@@ -168,10 +168,10 @@ typedef int64_t conv_status_t;
       (str, str_len, wcs, wcs_buf_size, wchar_size, read_len, write_len))
 
 /*
- * from_ucs2, from_ucs4                   Encode 16-bit or 32-bit units. A code point that the charset does not hold
- * becomes "?" and sets QZSTR_CONV_REPLACED. A character that does not fit is not begun: QZSTR_CONV_STOPPED. Assert "str
- * != NULL", "ucs2 != NULL" / "ucs4 != NULL", "write_len != NULL". from_wchar                             from_ucs2 when
- * wchar_size is 2, else from_ucs4, in host (little-endian) order.
+ * - from_ucs2, from_ucs4: encode 16-bit or 32-bit units. A code point that the charset does not hold becomes "?" and
+ *   sets QZSTR_CONV_REPLACED. A character that does not fit is not begun: QZSTR_CONV_STOPPED. Assert "str != NULL",
+ *   "ucs2 != NULL" / "ucs4 != NULL", "write_len != NULL".
+ * - from_wchar: from_ucs2 when wchar_size is 2, else from_ucs4, in host (little-endian) order.
  */
 #define QZSTR_FROM_UCS2_SLOT(X, cs)                                                                                    \
     X(conv_status_t, cs, from_ucs2, qzstr_from_ucs2_fn,                                                                \
@@ -187,24 +187,24 @@ typedef int64_t conv_status_t;
       (wcs, wcs_len, str, str_buf_size, wchar_size, read_len, write_len))
 
 /*
- * convert_case(case_type, str, str_len)  Changes letter case in place, never the length, but for QZSTR_CASE_TRIM_UPPER:
- * it compacts the text and writes a NUL after it, at str[str_len] when nothing was removed, so the caller provides that
- * byte. A mode outside 1 to 4 asserts "false".
+ * - convert_case: changes letter case in place, never the length, but for QZSTR_CASE_TRIM_UPPER: it compacts the text and
+ *   writes a NUL after it, at str[str_len] when nothing was removed, so the caller provides that byte. A mode outside
+ *   1 to 4 asserts "false".
  */
 #define QZSTR_CASE_SLOT(X, cs)                                                                                         \
     X(void, cs, convert_case, qzstr_convert_case_fn, (qzstr_case_t case_type, char* str, int str_len),                 \
       (case_type, str, str_len))
 
 /*
- * get_first_trailing_space(str, str_len) Offset of the first byte of the run of blanks (U+0020 only) that ends the
- * string, -1 when it does not end in a blank.
+ * - get_first_trailing_space: offset of the first byte of the run of blanks (U+0020 only) that ends the string, -1 when it
+ *   does not end in a blank.
  */
 #define QZSTR_TRAILING_SLOT(X, cs)                                                                                     \
     X(int, cs, get_first_trailing_space, qzstr_get_first_trailing_space_fn, (char* str, int str_len), (str, str_len))
 
 /*
- * isspace(str, offset)                   1 when the character at the offset is white space (the C library's class;
- * wider than the blanks of get_first_trailing_space).
+ * - isspace: 1 when the character at the offset is white space (the C library's class, wider than the blanks of
+ *   get_first_trailing_space).
  */
 #define QZSTR_ISSPACE_SLOT(X, cs) X(uchar, cs, isspace, qzstr_isspace_fn, (char* str, int offset), (str, offset))
 
