@@ -2,4 +2,6 @@
 
 #include <stdlib.h>
 
-void qz_thr_assert_cmd(void) { abort(); }
+void qz_thr_assert_cmd(void) {
+    abort();
+}
