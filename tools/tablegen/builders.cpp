@@ -103,6 +103,22 @@ void backward_pages(Header& header, const std::string& prefix, const std::string
     header.values(Element::u16, code_array, array);
 }
 
+void code_pages(Header& header, const std::string& prefix, const Mapping& mapping,
+                const std::vector<BackwardPage>& pages) {
+    const std::map<std::uint32_t, std::uint32_t> codes = mapping.inverse();
+    std::size_t placed = 0;
+    std::vector<Page> list;
+    for (const BackwardPage& page : pages) {
+        std::vector<std::uint32_t> entries(page.last - page.first + 1, 0);
+        for (auto it = codes.lower_bound(page.first); it != codes.end() && it->first <= page.last; ++it, ++placed)
+            entries[it->first - page.first] = it->second;
+        header.values(Element::u16, prefix + "page" + page.suffix, entries);
+        list.push_back({prefix + "page" + page.suffix, page.first, entries.size()});
+    }
+    if (placed != codes.size()) fail(prefix + ": code points outside the pages");
+    header.pages("std::uint16_t", prefix + "pages", list);
+}
+
 void delta_table(Header& header, const std::string& deltas, const std::string& bases,
                  const std::vector<std::uint32_t>& values, const std::function<std::size_t(std::size_t)>& group_of,
                  std::size_t group_count) {

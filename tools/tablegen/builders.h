@@ -15,14 +15,14 @@ inline constexpr std::uint32_t unmapped = 0xFFFD;
 using IndexOf = std::function<std::optional<std::uint32_t>(std::uint32_t code)>;
 
 struct ForwardPage {
-    const char* suffix; // as in ksc5601_2uni_page21
+    std::string suffix; // as in ksc5601_2uni_page21
     std::uint32_t first;
     std::uint32_t last;
 };
 
 struct BackwardPage {
-    const char* suffix;
-    std::uint32_t first; // code points, whole blocks of 16
+    std::string suffix;
+    std::uint32_t first; // code points; whole blocks of 16 where a page holds summaries
     std::uint32_t last;
 };
 
@@ -46,6 +46,10 @@ void summary_pages(Header& header, const std::string& prefix, const std::map<std
 /// have.
 void backward_pages(Header& header, const std::string& prefix, const std::string& code_array, const Mapping& mapping,
                     const std::vector<BackwardPage>& pages, std::size_t count);
+
+/// Plain pages of 16-bit codes indexed by code point, 0 where a code point has none, and their list PREFIXpages.
+void code_pages(Header& header, const std::string& prefix, const Mapping& mapping,
+                const std::vector<BackwardPage>& pages);
 
 /// 8-bit deltas above the first value of each group of cells. `group_of` numbers the groups without gaps.
 void delta_table(Header& header, const std::string& deltas, const std::string& bases,

@@ -49,5 +49,6 @@ private:
 using Headers = std::vector<Header>;
 
 std::string hex(std::uint32_t value, int digits);
+std::string lower_hex(std::uint32_t value, int digits); // as names have it, without 0x
 
 } // namespace tablegen

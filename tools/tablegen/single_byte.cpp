@@ -48,10 +48,8 @@ std::vector<FromPage> partition(const Codes& codes) {
             pages.back().last = unicode;
             continue;
         }
-        std::string suffix = hex(unicode >> 8, 2).substr(2);
-        if (!suffixes.insert(suffix).second) suffix = hex(unicode, 4).substr(2);
-        for (char& c : suffix)
-            c = static_cast<char>(std::tolower(c));
+        std::string suffix = lower_hex(unicode >> 8, 2);
+        if (!suffixes.insert(suffix).second) suffix = lower_hex(unicode, 4);
         pages.push_back({suffix, unicode, unicode});
     }
     return pages;
