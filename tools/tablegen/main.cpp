@@ -15,7 +15,7 @@ using namespace tablegen;
 
 Headers all_headers(const MappingDirectory& mappings) {
     Headers headers;
-    for (auto region : {korean, japanese, simplified_chinese, single_byte, unicode_case})
+    for (auto region : {korean, japanese, simplified_chinese, traditional_chinese, single_byte, unicode_case})
         for (Header& header : region(mappings))
             headers.push_back(std::move(header));
     return headers;

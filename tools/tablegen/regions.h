@@ -9,6 +9,7 @@ namespace tablegen {
 Headers japanese(const MappingDirectory& mappings);
 Headers korean(const MappingDirectory& mappings);
 Headers simplified_chinese(const MappingDirectory& mappings);
+Headers traditional_chinese(const MappingDirectory& mappings);
 Headers single_byte(const MappingDirectory& mappings);
 Headers unicode_case(const MappingDirectory& mappings);
 

@@ -49,6 +49,14 @@ constexpr std::uint16_t paged_value(std::uint32_t index) {
     return page_entry<Pages>(index, no_character);
 }
 
+/// For code points of more than 16 bits: an entry's upper bits choose a base, its low `Bits` bits are joined to it.
+template <const auto& Pages, const auto& Bases, unsigned Bits>
+constexpr std::uint32_t based_value(std::uint32_t index) {
+    const std::uint16_t value = paged_value<Pages>(index);
+    if (value == no_character) return no_character;
+    return Bases[value >> Bits] | (value & ((1u << Bits) - 1));
+}
+
 /// Position of a code point in the code array, or -1 when it has no code.
 template <const auto& Pages>
 constexpr int paged_position(std::uint32_t code_point) {
