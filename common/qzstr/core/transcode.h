@@ -1,0 +1,208 @@
+// The conversion loops: every bound, every room check and every status bit of the multibyte conversions lives here. A
+// family supplies one-character rules and never sees a buffer.
+#pragma once
+
+#include "core/accelerate.h"
+#include "core/contract.h"
+#include "core/units.h"
+
+namespace qzstr::core {
+
+enum class outcome : uchar { ok, bad, cut };
+
+/// One decoded character: 0 to 2 units, the bytes it took, and whether it was exact, replaced or cut by the end.
+struct decoded {
+    char32_t unit[2];
+    uchar units;
+    uchar consumed;
+    outcome what;
+};
+
+constexpr decoded one(char32_t c, int consumed) { return {{c, 0}, 1, static_cast<uchar>(consumed), outcome::ok}; }
+constexpr decoded two(char32_t a, char32_t b, int consumed) {
+    return {{a, b}, 2, static_cast<uchar>(consumed), outcome::ok};
+}
+constexpr decoded bad(int consumed) { return {{replacement, 0}, 1, static_cast<uchar>(consumed), outcome::bad}; }
+constexpr decoded cut() { return {{0, 0}, 0, 0, outcome::cut}; }
+/// A character beyond the BMP in the asked form; UCS-2 cannot hold it.
+template <form Form>
+constexpr decoded supplementary(char32_t c, int consumed) {
+    if constexpr (Form == form::ucs4) return one(c, consumed);
+    if constexpr (Form == form::utf16) return two(0xD7C0 + (c >> 10), 0xDC00 + (c & 0x3FF), consumed);
+    return bad(consumed);
+}
+
+/// The unit after the one being encoded, or none at the end of the source.
+inline constexpr char32_t none = 0xFFFFFFFF;
+
+/// One encoded character: its bytes, the room it asks for (at least its bytes), the source units it took.
+struct encoded {
+    uchar byte[4];
+    uchar bytes;
+    uchar room;
+    uchar units;
+    outcome what;
+};
+
+constexpr encoded single(unsigned b) { return {{static_cast<uchar>(b)}, 1, 1, 1, outcome::ok}; }
+constexpr encoded pair(unsigned lead, unsigned trail) {
+    return {{static_cast<uchar>(lead), static_cast<uchar>(trail)}, 2, 2, 1, outcome::ok};
+}
+constexpr encoded pair(unsigned code) { return pair(code >> 8, code & 0xFF); }
+constexpr encoded triple(unsigned a, unsigned b, unsigned c) {
+    return {{static_cast<uchar>(a), static_cast<uchar>(b), static_cast<uchar>(c)}, 3, 3, 1, outcome::ok};
+}
+constexpr encoded quad(unsigned a, unsigned b, unsigned c, unsigned d) {
+    return {{static_cast<uchar>(a), static_cast<uchar>(b), static_cast<uchar>(c), static_cast<uchar>(d)},
+            4, 4, 1, outcome::ok};
+}
+constexpr encoded unmappable() { return {{'?'}, 1, 1, 1, outcome::bad}; }
+
+/// Bytes or units that the exact routine takes before the fast one is tried again: one character when the fast one got
+/// far, a stretch when it hardly moved.
+constexpr offset_t exact_stretch(offset_t moved) { return moved >= 32 ? 1 : 32; }
+
+/// Decodes until the source is used up, is cut inside a character, or the target has no room for the next character.
+template <class F, form Form, order Order>
+conv_status_t decode(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at) {
+    constexpr int unit = unit_size<Form>;
+    conv_status_t status = exact;
+    while (at.read < len) {
+        const offset_t before = at.read;
+        decode_fast<F, Form, Order>(src, len, dst, size, at);
+        const offset_t until = at.read + exact_stretch(at.read - before);
+        while (at.read < len && at.read < until) {
+            if (size - at.written < unit) return status | stopped;
+            const decoded d = F::template decode<Form>(src + at.read, len - at.read);
+            if (d.what == outcome::cut || size - at.written < d.units * unit) return status | stopped;
+            for (int i = 0; i < d.units; ++i) store_unit<Form, Order>(dst + at.written + i * unit, d.unit[i]);
+            if (d.what == outcome::bad) status |= replaced;
+            at.written += d.units * unit;
+            at.read += d.consumed;
+        }
+    }
+    return status;
+}
+
+/// Encodes until whole units are used up or the target has no room for the next character.
+template <class F, form Form, order Order>
+conv_status_t encode(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at) {
+    constexpr int unit = unit_size<Form>;
+    constexpr char32_t mask = Form == form::ucs4 ? F::ucs4_mask : 0xFFFF;
+    conv_status_t status = exact;
+    while (len - at.read >= unit) {
+        const offset_t before = at.read;
+        encode_fast<F, Form, Order>(src, len, dst, size, at);
+        const offset_t until = at.read + exact_stretch(at.read - before);
+        while (len - at.read >= unit && at.read < until) {
+            const uchar* const p = src + at.read;
+            const char32_t next =
+                len - at.read >= 2 * unit ? load_unit<Form, Order>(p + unit) & mask : none;
+            const encoded e = F::template encode<Form>(load_unit<Form, Order>(p) & mask, next);
+            if (size - at.written < e.room) return status | stopped;
+            std::memcpy(dst + at.written, e.byte, e.bytes);
+            if (e.what == outcome::bad) status |= replaced;
+            at.written += e.bytes;
+            at.read += e.units * unit;
+        }
+    }
+    return at.read < len ? status | stopped : status;
+}
+
+/// One step of a byte-to-byte conversion: bytes written, bytes consumed (0 stays at the character).
+struct recoded {
+    uchar byte[2];
+    uchar bytes;
+    uchar consumed;
+    outcome what;
+};
+
+/// Converts bytes to bytes by a family's rule `step(p, left)` until source or target end.
+template <class Step>
+conv_status_t recode(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at, Step step) {
+    conv_status_t status = exact;
+    while (at.read < len) {
+        if (at.written >= size) return status | stopped;
+        const recoded r = step(src + at.read, len - at.read);
+        if (r.what == outcome::cut || size - at.written < r.bytes) return status | stopped;
+        std::memcpy(dst + at.written, r.byte, r.bytes);
+        if (r.what == outcome::bad) status |= replaced;
+        at.written += r.bytes;
+        at.read += r.consumed;
+    }
+    return status;
+}
+
+/// The decoding slots of family F.
+template <class F>
+struct decoders {
+    static conv_status_t to_ucs2(char* str, int str_len, char* ucs2, int ucs2_buf_size, int* read_len, int* write_len,
+                                 uchar is_big_end) {
+        return run<form::ucs2>(str, str_len, ucs2, "ucs2 != NULL", ucs2_buf_size, read_len, write_len, is_big_end,
+                               F::where.to_ucs2);
+    }
+    static conv_status_t to_ucs4(char* str, int str_len, char* ucs4, int ucs4_buf_size, int* read_len, int* write_len,
+                                 uchar is_big_end) {
+        return run<form::ucs4>(str, str_len, ucs4, "ucs4 != NULL", ucs4_buf_size, read_len, write_len, is_big_end, 0);
+    }
+    static conv_status_t to_wchar(char* str, int str_len, char* wcs, int wcs_buf_size, int wchar_size, int* read_len,
+                                  int* write_len) {
+        return wchar_size == 2 ? to_ucs2(str, str_len, wcs, wcs_buf_size, read_len, write_len, 0)
+                               : to_ucs4(str, str_len, wcs, wcs_buf_size, read_len, write_len, 0);
+    }
+    /// Into UTF-16BE; a family with characters beyond the BMP decodes form::utf16 instead.
+    static conv_status_t get_utf16_str QZSTR_CELL_PARAMETERS {
+        (void)from_charset;
+        (void)to_charset;
+        return to_ucs2(str, str_len, buf, buf_size, read_len, write_len, 1);
+    }
+
+  protected:
+    template <form Form>
+    static conv_status_t run(char* str, int str_len, char* out, const char* out_expr, int size, int* read_len,
+                             int* write_len, uchar is_big_end, int line) {
+        progress at;
+        if (!require_buffers(str, "str != NULL", out, out_expr, write_len, F::where.source, line))
+            return report(exact, at, read_len, write_len);
+        const conv_status_t status =
+            is_big_end != 0
+                ? decode<F, Form, order::big>(bytes(str), at_least_0(str_len), bytes(out), at_least_0(size), at)
+                : decode<F, Form, order::little>(bytes(str), at_least_0(str_len), bytes(out), at_least_0(size), at);
+        return report(status, at, read_len, write_len);
+    }
+};
+
+/// The encoding slots of family F.
+template <class F>
+struct encoders {
+    static conv_status_t from_ucs2(char* ucs2, int ucs2_len, char* str, int str_buf_size, int* read_len, int* write_len,
+                                   uchar is_big_end) {
+        return run<form::ucs2>(ucs2, "ucs2 != NULL", ucs2_len, str, str_buf_size, read_len, write_len, is_big_end,
+                               F::where.from_ucs2);
+    }
+    static conv_status_t from_ucs4(char* ucs4, int ucs4_len, char* str, int str_buf_size, int* read_len, int* write_len,
+                                   uchar is_big_end) {
+        return run<form::ucs4>(ucs4, "ucs4 != NULL", ucs4_len, str, str_buf_size, read_len, write_len, is_big_end, 0);
+    }
+    static conv_status_t from_wchar(char* wcs, int wcs_len, char* str, int str_buf_size, int wchar_size, int* read_len,
+                                    int* write_len) {
+        return wchar_size == 2 ? from_ucs2(wcs, wcs_len, str, str_buf_size, read_len, write_len, 0)
+                               : from_ucs4(wcs, wcs_len, str, str_buf_size, read_len, write_len, 0);
+    }
+
+  protected:
+    template <form Form>
+    static conv_status_t run(char* in, const char* in_expr, int in_len, char* str, int size, int* read_len,
+                             int* write_len, uchar is_big_end, int line) {
+        progress at;
+        if (!require_buffers(str, "str != NULL", in, in_expr, write_len, F::where.source, line))
+            return report(exact, at, read_len, write_len);
+        const conv_status_t status =
+            is_big_end != 0
+                ? encode<F, Form, order::big>(bytes(in), at_least_0(in_len), bytes(str), at_least_0(size), at)
+                : encode<F, Form, order::little>(bytes(in), at_least_0(in_len), bytes(str), at_least_0(size), at);
+        return report(status, at, read_len, write_len);
+    }
+};
+
+} // namespace qzstr::core

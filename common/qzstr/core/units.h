@@ -1,0 +1,43 @@
+// Units of the Unicode side of a conversion: 16 or 32 bits, either byte order.
+#pragma once
+
+#include "core/contract.h"
+
+#include <bit>
+#include <cstring>
+
+namespace qzstr::core {
+
+/// What a decoder is asked for: UCS-2 units, UCS-4 units, or UTF-16 units (surrogate pairs beyond the BMP).
+enum class form { ucs2, ucs4, utf16 };
+enum class order { little, big };
+
+template <form Form>
+inline constexpr int unit_size = Form == form::ucs4 ? 4 : 2;
+
+template <form Form, order Order>
+inline char32_t load_unit(const uchar* p) {
+    if constexpr (Form == form::ucs4) {
+        std::uint32_t v;
+        std::memcpy(&v, p, 4);
+        return Order == order::big ? __builtin_bswap32(v) : v;
+    } else {
+        std::uint16_t v;
+        std::memcpy(&v, p, 2);
+        return Order == order::big ? __builtin_bswap16(v) : v;
+    }
+}
+
+template <form Form, order Order>
+inline void store_unit(uchar* p, char32_t c) {
+    if constexpr (Form == form::ucs4) {
+        const std::uint32_t v = Order == order::big ? __builtin_bswap32(c) : static_cast<std::uint32_t>(c);
+        std::memcpy(p, &v, 4);
+    } else {
+        const auto low = static_cast<std::uint16_t>(c);
+        const std::uint16_t v = Order == order::big ? __builtin_bswap16(low) : low;
+        std::memcpy(p, &v, 2);
+    }
+}
+
+} // namespace qzstr::core
