@@ -117,12 +117,20 @@ struct recoded {
     outcome what;
 };
 
-/// Converts bytes to bytes by a family's rule `step(p, left)` until source or target end.
-template <class Step>
+/// Converts bytes to bytes by a family's rule `step(p, left)` until source or target end. Where ASCII is itself, its runs
+/// are copied whole.
+template <bool AsciiIsItself, class Step>
 conv_status_t recode(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at, Step step) {
     conv_status_t status = exact;
     while (at.read < len) {
         if (at.written >= size) return status | stopped;
+        if (AsciiIsItself && src[at.read] < 0x80) {
+            const offset_t room = size - at.written < len - at.read ? size - at.written : len - at.read;
+            const std::size_t run = copy_ascii(src + at.read, static_cast<std::size_t>(room), dst + at.written);
+            at.read += static_cast<offset_t>(run);
+            at.written += static_cast<offset_t>(run);
+            continue;
+        }
         const recoded r = step(src + at.read, len - at.read);
         if (r.what == outcome::cut || size - at.written < r.bytes) return status | stopped;
         std::memcpy(dst + at.written, r.byte, r.bytes);
@@ -132,6 +140,31 @@ conv_status_t recode(const uchar* src, offset_t len, uchar* dst, offset_t size, 
     }
     return status;
 }
+
+/// The reduction to ASCII: one "?" for each character that is none. A family may replace `reduce`, and with it
+/// `ascii_is_itself`, whether every byte below 0x80 is copied.
+template <class F>
+struct ascii_reduction {
+    static constexpr bool ascii_is_itself = true;
+
+    static recoded reduce(const uchar* p, offset_t left) {
+        if (p[0] < 0x80) return {{p[0]}, 1, 1, outcome::ok};
+        const offset_t size = F::step(p, left);
+        if (size > left) return {{}, 0, 0, outcome::cut};
+        return {{'?'}, 1, static_cast<uchar>(size), outcome::bad};
+    }
+
+    static conv_status_t get_ascii_str QZSTR_CELL_PARAMETERS {
+        (void)from_charset;
+        (void)to_charset;
+        progress at;
+        if (!require_buffers(str, "str != NULL", buf, "buf != NULL", write_len, F::where.source, F::where.get_ascii_str))
+            return report(exact, at, read_len, write_len);
+        const conv_status_t status = recode<F::ascii_is_itself>(bytes(str), at_least_0(str_len), bytes(buf),
+                                                                at_least_0(buf_size), at, F::reduce);
+        return report(status, at, read_len, write_len);
+    }
+};
 
 /// The decoding slots of family F.
 template <class F>

@@ -1,0 +1,177 @@
+// Fast paths of the conversion loops, derived at compile time from a family's own one-character rules: what the tables
+// say is what `decode` and `encode` say, and wherever a rule is unusual the table says "ask".
+#pragma once
+
+#include "core/byte_set.h"
+#include "core/kernels.h"
+#include "core/units.h"
+
+namespace qzstr::core {
+
+template <form Form, order Order>
+inline constexpr unit_layout layout_of =
+    Form == form::ucs4 ? (Order == order::big ? unit_layout::ucs4_big : unit_layout::ucs4_little)
+                       : (Order == order::big ? unit_layout::ucs2_big : unit_layout::ucs2_little);
+
+/// The bytes that take a second one when F decodes.
+template <class F>
+constexpr const byte_set& decode_leads() {
+    if constexpr (requires { F::decode_leads; })
+        return F::decode_leads;
+    else
+        return F::leads;
+}
+
+/// Whether F is a family of one- and two-byte characters for the fast routines. (A family says `widens` when each of its
+/// bytes is the code point of the same value.)
+template <class F>
+concept decodes_pairs = requires { F::leads; };
+
+/// The unit to which F decodes a sequence of `length` bytes in every form; `ask` when the forms differ, when it is not
+/// one BMP unit, or when it is malformed. In big-endian order, as the decoder stores it.
+template <class F>
+constexpr std::uint16_t decoded_cell(const uchar (&p)[4], int length) {
+    const auto d2 = F::template decode<form::ucs2>(p, 4);
+    const auto d4 = F::template decode<form::ucs4>(p, 4);
+    const auto d16 = F::template decode<form::utf16>(p, 4);
+    const bool usual = d2.what == decltype(d2.what)::ok && d2.units == 1 && d2.consumed == length && d2.unit[0] <= 0xFFFF;
+    const bool same = d4.what == d2.what && d4.units == 1 && d4.consumed == length && d4.unit[0] == d2.unit[0] &&
+                      d16.what == d2.what && d16.units == 1 && d16.consumed == length && d16.unit[0] == d2.unit[0];
+    return usual && same ? __builtin_bswap16(static_cast<std::uint16_t>(d2.unit[0])) : ask;
+}
+
+/// Number of leads with at least one usual pair, and the cells: a row of single bytes, an empty row, a row a lead.
+template <class F>
+struct pair_cells {
+    static consteval int count_rows() {
+        int rows = 0;
+        for (unsigned lead = 0; lead < 256; ++lead) rows += decode_leads<F>().contains(lead);
+        return rows;
+    }
+    std::uint32_t head[256] = {};
+    std::uint16_t cell[(2 + count_rows()) * 256] = {};
+
+    consteval pair_cells() {
+        std::uint32_t next = 512;
+        for (unsigned b = 0; b < 256; ++b) {
+            cell[256 + b] = ask;
+            if (!decode_leads<F>().contains(b)) {
+                head[b] = b << 8;
+                cell[b] = decoded_cell<F>({static_cast<uchar>(b), 0, 0, 0}, 1);
+                continue;
+            }
+            head[b] = next << 8 | 0xFF;
+            for (unsigned trail = 0; trail < 256; ++trail)
+                cell[next + trail] = decoded_cell<F>({static_cast<uchar>(b), static_cast<uchar>(trail), 0, 0}, 2);
+            next += 256;
+        }
+    }
+};
+
+template <class F>
+inline constexpr pair_cells<F> pair_cells_of{};
+
+template <class F>
+consteval pair_decoding make_pair_decoding() {
+    pair_decoding plan{pair_cells_of<F>.head, pair_cells_of<F>.cell, &decode_leads<F>(), {0xFF, 0xFF}};
+    int found = 0;
+    for (unsigned b = 1; b < 0x80; ++b)
+        if (pair_cells_of<F>.cell[b] != b << 8) plan.unlike_ascii[found++] = static_cast<uchar>(b);
+    return plan;
+}
+
+template <class F>
+inline constexpr pair_decoding pair_decoding_of = make_pair_decoding<F>();
+
+/// Cells for a unit to one or two bytes, in pages of 256 code points; page 0 is empty.
+template <class F>
+struct encode_pages {
+    static constexpr std::uint16_t cell_of(char32_t c) {
+        const auto e = F::template encode<form::ucs2>(c, 0xFFFFFFFF);
+        const bool usual = e.what == decltype(e.what)::ok && e.bytes <= 2 && e.room <= 2 && e.units == 1;
+        return usual ? static_cast<std::uint16_t>(e.bytes == 2 ? e.byte[0] | e.byte[1] << 8 : e.byte[0]) : 0;
+    }
+    static consteval int count_pages() {
+        int pages = 1;
+        for (char32_t high = 0; high < 256; ++high)
+            for (char32_t low = 0; low < 256; ++low)
+                if (cell_of(high << 8 | low) != 0) {
+                    ++pages;
+                    break;
+                }
+        return pages;
+    }
+    std::uint32_t page[256] = {};
+    std::uint16_t cell[count_pages() * 256] = {};
+
+    consteval encode_pages() {
+        std::uint32_t next = 256;
+        for (char32_t high = 0; high < 256; ++high) {
+            bool used = false;
+            for (char32_t low = 0; low < 256; ++low)
+                if (const std::uint16_t value = cell_of(high << 8 | low); value != 0) {
+                    cell[next + low] = value;
+                    used = true;
+                }
+            if (used) {
+                page[high] = next;
+                next += 256;
+            }
+        }
+    }
+};
+
+template <class F>
+inline constexpr encode_pages<F> encode_pages_of{};
+
+/// Decodes what can be decoded fast, from `at` on.
+template <class F, form Form, order Order, class Progress>
+void decode_fast(const uchar* src, offset_t len, uchar* dst, offset_t size, Progress& at) {
+    if constexpr (requires { F::widens; }) {
+        const offset_t room = (size - at.written) / unit_size<Form>;
+        const offset_t n = room < len - at.read ? room : len - at.read;
+        widen_bytes(layout_of<Form, Order>, src + at.read, static_cast<std::size_t>(n), dst + at.written);
+        at.read += n;
+        at.written += n * unit_size<Form>;
+    } else if constexpr (decodes_pairs<F>) {
+        const moved m = decode_pairs(pair_decoding_of<F>, layout_of<Form, Order>, src + at.read,
+                                     static_cast<std::size_t>(len - at.read), dst + at.written,
+                                     static_cast<std::size_t>((size - at.written) / unit_size<Form>));
+        at.read += static_cast<offset_t>(m.read);
+        at.written += static_cast<offset_t>(m.written);
+    }
+}
+
+/// Encodes what can be encoded fast, from `at` on.
+template <class F, form Form, order Order, class Progress>
+void encode_fast(const uchar* src, offset_t len, uchar* dst, offset_t size, Progress& at) {
+    if constexpr (requires { F::widens; }) {
+        const offset_t units = (len - at.read) / unit_size<Form>;
+        const offset_t n = units < size - at.written ? units : size - at.written;
+        const std::size_t run =
+            narrow_ascii(layout_of<Form, Order>, src + at.read, static_cast<std::size_t>(n), dst + at.written);
+        at.read += static_cast<offset_t>(run) * unit_size<Form>;
+        at.written += static_cast<offset_t>(run);
+    } else if constexpr (decodes_pairs<F>) {
+        constexpr pair_encoding plan{encode_pages_of<F>.page, encode_pages_of<F>.cell};
+        constexpr int unit = unit_size<Form>;
+        const offset_t units = (len - at.read) / unit;
+        if constexpr (Form == form::ucs4 && F::ucs4_mask == 0xFFFF) {
+            // The high halves are ignored, which the kernel does not know.
+            return;
+        }
+        const moved m = encode_pairs(plan, layout_of<Form, Order>, src + at.read, static_cast<std::size_t>(units),
+                                     dst + at.written, static_cast<std::size_t>(size - at.written));
+        at.read += static_cast<offset_t>(m.read);
+        at.written += static_cast<offset_t>(m.written);
+        if constexpr (requires { F::composes(char32_t{}); }) {
+            // A mark may join the character before it: that one is taken back and left to the exact routine.
+            if (m.read > 0 && len - at.read >= unit && F::composes(load_unit<Form, Order>(src + at.read))) {
+                at.read -= unit;
+                at.written -= F::template encode<Form>(load_unit<Form, Order>(src + at.read), 0xFFFFFFFF).bytes;
+            }
+        }
+    }
+}
+
+} // namespace qzstr::core

@@ -1,0 +1,253 @@
+// Text of one- and two-byte characters, 64 bytes at a time without a branch per character.
+//
+// A byte is a lead when it is in the lead set and the byte before it is not a lead, so leads alternate inside every run of
+// set members. Runs that begin at an even position are found with one addition whose carry runs through the run; the
+// state of the last byte is carried to the next block. Character starts are the bytes that do not follow a lead.
+#include "core/kernels.h"
+#include "core/units.h"
+#include "core/vector.h"
+
+#include <bit>
+#include <cstring>
+
+namespace qzstr::core::QZSTR_LEVEL {
+
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_plain
+
+moved decode_pairs(const pair_decoding&, unit_layout, const uchar*, std::size_t, uchar*, std::size_t) { return {}; }
+moved encode_pairs(const pair_encoding&, unit_layout, const uchar*, std::size_t, uchar*, std::size_t) { return {}; }
+moved skip_pairs(const byte_set& leads, const uchar* p, std::size_t n, std::size_t chars) {
+    moved at{};
+    for (; at.read < n && at.written < chars; ++at.written) at.read += leads.contains(p[at.read]) ? 2 : 1;
+    return at;
+}
+
+#else
+
+namespace {
+
+constexpr std::size_t block_size = 64;
+constexpr std::uint64_t even_bits = 0x5555555555555555;
+
+std::uint64_t members(const byte_set& set, const uchar* p) {
+    std::uint64_t bits = 0;
+    for (int r = 0; r < set.ranges(); ++r)
+        bits |= mask_64(p, [range = set.range(r)](block b) { return b.within(range); });
+    return bits;
+}
+
+/// The leads of a block, from its members of the lead set. `carry` is 1 when the block's first byte is a trail.
+std::uint64_t leads_among(std::uint64_t members, std::uint64_t carry) {
+    const std::uint64_t candidates = members & ~carry;
+    const std::uint64_t run_starts = candidates & ~(candidates << 1);
+    const std::uint64_t past_even_runs = candidates + (run_starts & even_bits);
+    return (candidates & ~past_even_runs & even_bits) | (candidates & past_even_runs & ~even_bits);
+}
+
+/// The bytes that begin a character: those that do not follow a lead.
+constexpr std::uint64_t starts_after(std::uint64_t leads, std::uint64_t carry) { return ~(leads << 1 | carry); }
+
+constexpr std::uint64_t first_bits(std::size_t n) { return n >= 64 ? ~0ULL : (1ULL << n) - 1; }
+constexpr std::size_t lowest(std::uint64_t bits) { return static_cast<std::size_t>(std::countr_zero(bits)); }
+
+/// The last bytes of a text, with room to read a whole block and a trail.
+struct padded {
+    alignas(64) uchar bytes[block_size + 16];
+    padded(const uchar* p, std::size_t n) {
+        std::memset(bytes, 0, sizeof bytes);
+        std::memcpy(bytes, p, n);
+    }
+};
+
+std::uint16_t cell_of(const pair_decoding& plan, const uchar* p) {
+    const std::uint32_t head = plan.head[p[0]];
+    return plan.cell[(head >> 8) + (p[1] & (head & 0xFF))];
+}
+
+template <form Form, order Order>
+void store_cell(uchar* dst, std::uint16_t cell) {
+    store_unit<Form, Order>(dst, __builtin_bswap16(cell));
+}
+
+/// Decodes the characters that `start` marks, one by one, up to the first that must be asked for.
+template <form Form, order Order>
+std::size_t decode_carefully(const pair_decoding& plan, const uchar* p, std::uint64_t& start, uchar* dst,
+                             std::size_t units) {
+    std::size_t n = 0;
+    for (; start != 0 && n < units; ++n, start &= start - 1) {
+        const std::uint16_t cell = cell_of(plan, p + lowest(start));
+        if (cell == ask) break;
+        store_cell<Form, Order>(dst + n * unit_size<Form>, cell);
+    }
+    return n;
+}
+
+/// Decodes all characters that `start` marks; false when one of them must be asked for. Writes up to 7 units too many.
+template <form Form, order Order>
+bool decode_block(const pair_decoding& plan, const uchar* p, std::uint64_t start, uchar* dst) {
+    constexpr std::size_t group = 8;
+    std::uint32_t asked = 0;
+    for (auto left = std::popcount(start); left > 0; left -= static_cast<int>(group)) {
+        for (std::size_t k = 0; k < group; ++k) {
+            const bool there = start != 0;
+            const std::uint16_t cell = cell_of(plan, p + (there ? lowest(start) : 0));
+            store_cell<Form, Order>(dst + k * unit_size<Form>, cell);
+            asked |= there ? cell + 1U : 0U;
+            start &= start - 1;
+        }
+        dst += group * unit_size<Form>;
+    }
+    return (asked >> 16) == 0;
+}
+
+bool plain_ascii(const pair_decoding& plan, const uchar* p) {
+    return mask_64(p, [&plan](block b) {
+               return b.high_bits() | b.equal_to(plan.unlike_ascii[0]) | b.equal_to(plan.unlike_ascii[1]);
+           }) == 0;
+}
+
+template <form Form, order Order>
+void widen_block(const uchar* p, uchar* dst) {
+    if constexpr (Form == form::ucs2)
+        for (std::size_t i = 0; i < block_size; i += block::size) block::load(p + i).template widen<Order>(dst + 2 * i);
+    else
+        for (std::size_t i = 0; i < block_size; ++i) store_unit<Form, Order>(dst + 4 * i, p[i]);
+}
+
+template <form Form, order Order>
+moved decode_pairs_as(const pair_decoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
+    constexpr std::size_t unit = unit_size<Form>;
+    std::size_t base = 0, done = 0;
+    std::uint64_t carry = 0;
+    // Decodes the marked characters of a block; where it stopped, block_size when it did all.
+    const auto block_done = [&](const uchar* p, std::uint64_t start) {
+        if (units - done >= block_size + 8 && decode_block<Form, Order>(plan, p, start, dst + done * unit)) {
+            done += static_cast<std::size_t>(std::popcount(start));
+            return block_size;
+        }
+        done += decode_carefully<Form, Order>(plan, p, start, dst + done * unit, units - done);
+        return start == 0 ? block_size : lowest(start);
+    };
+    while (n - base > block_size) {
+        const uchar* const p = src + base;
+        if (carry == 0 && units - done >= block_size && plain_ascii(plan, p)) {
+            widen_block<Form, Order>(p, dst + done * unit);
+            base += block_size;
+            done += block_size;
+            continue;
+        }
+        const std::uint64_t leads = leads_among(members(*plan.leads, p), carry);
+        if (const std::size_t at = block_done(p, starts_after(leads, carry)); at != block_size)
+            return {base + at, done * unit};
+        base += block_size;
+        carry = leads >> 63;
+    }
+    const std::size_t left = n - base;
+    if (left == 0) return {base, done * unit};
+    const padded last(src + base, left);
+    const std::uint64_t leads = leads_among(members(*plan.leads, last.bytes), carry);
+    // A lead in the very last byte is cut: the exact routine's.
+    const std::size_t whole = left - static_cast<std::size_t>(leads >> (left - 1) & 1);
+    const std::size_t at = block_done(last.bytes, starts_after(leads, carry) & first_bits(whole));
+    return {base + (at == block_size ? whole : at), done * unit};
+}
+
+template <form Form, order Order>
+std::size_t encode_carefully(const pair_encoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room,
+                             std::size_t& written) {
+    std::size_t i = 0;
+    for (; i < n && room - written >= 2; ++i) {
+        const char32_t c = load_unit<Form, Order>(src + i * unit_size<Form>);
+        const std::uint16_t cell = c > 0xFFFF ? 0 : plan.cell[plan.page[c >> 8] + (c & 0xFF)];
+        if (cell == 0) break;
+        std::memcpy(dst + written, &cell, 2);
+        written += cell > 0xFF ? 2 : 1;
+    }
+    return i;
+}
+
+template <form Form, order Order>
+moved encode_pairs_as(const pair_encoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+    constexpr std::size_t unit = unit_size<Form>;
+    constexpr std::size_t group = 16;
+    std::size_t i = 0, written = 0;
+    while (n - i >= group && room - written >= 2 * group) {
+        if constexpr (Form == form::ucs2) {
+            if (n - i >= block::size && room - written >= block::size &&
+                block::template narrow_ascii<Order>(src + i * unit, dst + written)) {
+                i += block::size;
+                written += block::size;
+                continue;
+            }
+        }
+        uchar* out = dst + written;
+        std::uint32_t asked = 0;
+        for (std::size_t k = 0; k < group; ++k) {
+            const char32_t c = load_unit<Form, Order>(src + (i + k) * unit);
+            const std::uint32_t cell = plan.cell[plan.page[c >> 8 & 0xFF] + (c & 0xFF)];
+            const auto two_bytes = static_cast<std::uint16_t>(cell);
+            std::memcpy(out, &two_bytes, 2);
+            out += 1 + static_cast<std::size_t>(cell > 0xFF);
+            asked |= cell - 1;
+            if constexpr (Form == form::ucs4) asked |= c > 0xFFFF ? ~0U : 0U;
+        }
+        if (asked >> 31 != 0) break;
+        i += group;
+        written = static_cast<std::size_t>(out - dst);
+    }
+    const std::size_t more = encode_carefully<Form, Order>(plan, src + i * unit, n - i, dst, room, written);
+    return {(i + more) * unit, written};
+}
+
+std::size_t nth_bit(std::uint64_t bits, std::size_t n) {
+#if QZSTR_LEVEL_NUMBER >= QZSTR_IS_avx2
+    return lowest(_pdep_u64(1ULL << n, bits));
+#else
+    for (; n > 0; --n) bits &= bits - 1;
+    return lowest(bits);
+#endif
+}
+
+} // namespace
+
+moved decode_pairs(const pair_decoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst,
+                   std::size_t units) {
+    switch (layout) {
+    case unit_layout::ucs2_big: return decode_pairs_as<form::ucs2, order::big>(plan, src, n, dst, units);
+    case unit_layout::ucs2_little: return decode_pairs_as<form::ucs2, order::little>(plan, src, n, dst, units);
+    case unit_layout::ucs4_big: return decode_pairs_as<form::ucs4, order::big>(plan, src, n, dst, units);
+    case unit_layout::ucs4_little: return decode_pairs_as<form::ucs4, order::little>(plan, src, n, dst, units);
+    }
+    return {};
+}
+
+moved encode_pairs(const pair_encoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst,
+                   std::size_t room) {
+    switch (layout) {
+    case unit_layout::ucs2_big: return encode_pairs_as<form::ucs2, order::big>(plan, src, n, dst, room);
+    case unit_layout::ucs2_little: return encode_pairs_as<form::ucs2, order::little>(plan, src, n, dst, room);
+    case unit_layout::ucs4_big: return encode_pairs_as<form::ucs4, order::big>(plan, src, n, dst, room);
+    case unit_layout::ucs4_little: return encode_pairs_as<form::ucs4, order::little>(plan, src, n, dst, room);
+    }
+    return {};
+}
+
+moved skip_pairs(const byte_set& set, const uchar* p, std::size_t n, std::size_t chars) {
+    std::size_t base = 0, passed = 0;
+    std::uint64_t carry = 0;
+    while (base < n && passed < chars) {
+        const std::size_t taken = n - base < block_size ? n - base : block_size;
+        const std::uint64_t in_set = taken < block_size ? members(set, padded(p + base, taken).bytes) : members(set, p + base);
+        const std::uint64_t leads = leads_among(in_set, carry);
+        const std::uint64_t start = starts_after(leads, carry) & first_bits(taken);
+        const auto here = static_cast<std::size_t>(std::popcount(start));
+        if (here > chars - passed) return {base + nth_bit(start, chars - passed), chars};
+        passed += here;
+        base += taken;
+        carry = leads >> (taken - 1) & 1;
+    }
+    return {base + static_cast<std::size_t>(carry), passed};
+}
+
+#endif
+} // namespace qzstr::core::QZSTR_LEVEL

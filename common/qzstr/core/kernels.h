@@ -1,0 +1,84 @@
+// The vector routines, listed once. Each kernel_*.cpp is compiled for every level; the loader picks the best one that
+// the machine has (dispatch.cpp). A kernel only takes what it can do exactly and fast, and says how far it got: zero is
+// always a right answer, and what it leaves is the exact routine's.
+#pragma once
+
+#include "core/byte_set.h"
+#include "core/contract.h"
+
+#include <cstddef>
+
+namespace qzstr::core {
+
+/// Bytes read and bytes written by a kernel.
+struct moved {
+    std::size_t read;
+    std::size_t written;
+};
+
+enum class unit_layout { ucs2_big, ucs2_little, ucs4_big, ucs4_little };
+
+/// Decoding of one- and two-byte characters by one table read a character.
+struct pair_decoding {
+    const std::uint32_t* head;  ///< for a first byte: cell index << 8 | mask for the second byte
+    const std::uint16_t* cell;  ///< units in big-endian order; `ask` where the exact routine must look
+    const byte_set* leads;      ///< what takes a second byte
+    uchar unlike_ascii[2];      ///< bytes below 0x80 that are not themselves (0xFF: none)
+};
+
+/// Encoding into one or two bytes by one table read a unit.
+struct pair_encoding {
+    const std::uint32_t* page; ///< for the high byte of a unit: index of its page's first cell
+    const std::uint16_t* cell; ///< first byte low, second byte high (0: one byte); 0 where the exact routine must look
+};
+
+/// In pair_decoding: no charset here decodes a pair to U+FFFF.
+inline constexpr std::uint16_t ask = 0xFFFF;
+
+// K(result, name, parameters, arguments)
+#define QZSTR_KERNELS(K)                                                                                               \
+    /* Length of the run of bytes below 0x80 at p (whole blocks only; the rest may be ASCII too). */                   \
+    K(std::size_t, ascii_run, (const uchar* p, std::size_t n), (p, n))                                                 \
+    /* Copies the run of bytes below 0x80, at most n. */                                                               \
+    K(std::size_t, copy_ascii, (const uchar* src, std::size_t n, uchar* dst), (src, n, dst))                           \
+    /* Widens n bytes to units. */                                                                                     \
+    K(void, widen_bytes, (unit_layout layout, const uchar* src, std::size_t n, uchar* dst), (layout, src, n, dst))     \
+    /* Narrows the run of units below 0x80, at most n units; returns units. */                                         \
+    K(std::size_t, narrow_ascii, (unit_layout layout, const uchar* src, std::size_t n, uchar* dst),                    \
+      (layout, src, n, dst))                                                                                           \
+    /* Length of the run before the first byte equal to b, at most n. */                                               \
+    K(std::size_t, run_before, (const uchar* p, std::size_t n, uchar b), (p, n, b))                                    \
+    /* Length of the run of bytes equal to b that ends at p + n. */                                                    \
+    K(std::size_t, trailing_run, (const uchar* p, std::size_t n, uchar b), (p, n, b))                                  \
+    /* Decodes up to `units` units from n bytes of one- and two-byte characters. */                                    \
+    K(moved, decode_pairs,                                                                                             \
+      (const pair_decoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units), \
+      (plan, layout, src, n, dst, units))                                                                              \
+    /* Encodes up to n units into at most `room` bytes. */                                                             \
+    K(moved, encode_pairs,                                                                                             \
+      (const pair_encoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t room),  \
+      (plan, layout, src, n, dst, room))                                                                               \
+    /* Walks over at most `chars` characters that begin in the first n bytes: `read` is where the next one begins */   \
+    /* (n + 1 after a lead in the last byte), `written` the characters passed. Takes all that there is. */             \
+    K(moved, skip_pairs, (const byte_set& leads, const uchar* p, std::size_t n, std::size_t chars),                    \
+      (leads, p, n, chars))                                                                                            \
+    /* Changes the case of ASCII letters in n bytes: of those from `first` to `first` + 25, in the other case. */      \
+    K(void, flip_letters, (uchar first, uchar* p, std::size_t n), (first, p, n))
+
+#define QZSTR_DECLARE_KERNEL(result, name, parameters, arguments) result name parameters;
+QZSTR_KERNELS(QZSTR_DECLARE_KERNEL)
+namespace plain {
+QZSTR_KERNELS(QZSTR_DECLARE_KERNEL)
+}
+namespace sse2 {
+QZSTR_KERNELS(QZSTR_DECLARE_KERNEL)
+}
+namespace avx2 {
+QZSTR_KERNELS(QZSTR_DECLARE_KERNEL)
+}
+namespace avx512 {
+QZSTR_KERNELS(QZSTR_DECLARE_KERNEL)
+}
+#undef QZSTR_DECLARE_KERNEL
+
+} // namespace qzstr::core

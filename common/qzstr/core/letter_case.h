@@ -1,0 +1,76 @@
+// Letter case in place. A family whose only letters are ASCII's supplies the steps over its characters; a family with
+// letters of its own supplies `letters` (core/letter_case.h: ascii_letters shows the shape).
+#pragma once
+
+#include "core/ascii.h"
+#include "core/contract.h"
+
+#include <cstring>
+
+namespace qzstr::core {
+
+/// Only the letters of ASCII: what a byte below 0x80 becomes, and whether it continues a word.
+struct ascii_letters {
+    static uchar lower(uchar b) { return to_lower(b); }
+    static uchar upper(uchar b) { return to_upper(b); }
+    static bool in_word(uchar b) { return is_ascii(b) && is_alnum(b); }
+};
+
+/// Runs `each(p)` over the bytes that are characters of their own; steps over the others.
+template <class Step, class Each>
+void each_single(uchar* p, offset_t len, Step step, Each each) {
+    for (offset_t at = 0; at < len;) {
+        const offset_t size = step(p + at, len - at);
+        if (size == 1) each(p[at]);
+        at += size;
+    }
+}
+
+template <class Letters, class Step>
+void init_cap(uchar* p, offset_t len, Step step) {
+    bool at_word_start = true;
+    for (offset_t at = 0; at < len;) {
+        const offset_t size = step(p + at, len - at);
+        const bool in_word = size == 1 && Letters::in_word(p[at]);
+        if (in_word) p[at] = at_word_start ? Letters::upper(p[at]) : Letters::lower(p[at]);
+        at_word_start = !in_word;
+        at += size;
+    }
+}
+
+/// Removes white space, upper-cases, writes a NUL behind the result.
+template <class Letters, class Step>
+void trim_upper(uchar* p, offset_t len, Step step) {
+    offset_t kept = 0;
+    for (offset_t at = 0; at < len;) {
+        offset_t size = step(p + at, len - at);
+        if (size > len - at) size = len - at;
+        if (size > 1) {
+            std::memmove(p + kept, p + at, static_cast<std::size_t>(size));
+            kept += size;
+        } else if (!is_space(p[at])) {
+            p[kept++] = Letters::upper(p[at]);
+        }
+        at += size;
+    }
+    p[kept] = 0;
+}
+
+/// The case slot of a family: letters of one byte, steps over whatever is longer.
+template <class F, class Letters = ascii_letters>
+struct letter_case {
+    static void convert_case(qzstr_case_t case_type, char* str, int str_len) {
+        const auto step = [](const uchar* p, offset_t left) { return F::case_step(p, left); };
+        uchar* const p = bytes(str);
+        const offset_t len = at_least_0(str_len);
+        switch (case_type) {
+        case QZSTR_CASE_LOWER: return each_single(p, len, step, [](uchar& b) { b = Letters::lower(b); });
+        case QZSTR_CASE_UPPER: return each_single(p, len, step, [](uchar& b) { b = Letters::upper(b); });
+        case QZSTR_CASE_INITCAP: return init_cap<Letters>(p, len, step);
+        case QZSTR_CASE_TRIM_UPPER: return trim_upper<Letters>(p, len, step);
+        default: require(false, "false", F::where.source, F::where.convert_case);
+        }
+    }
+};
+
+} // namespace qzstr::core

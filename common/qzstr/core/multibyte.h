@@ -1,0 +1,215 @@
+// Counting, positions, boundaries and width of a multibyte family, from its character steps.
+//
+// F supplies `step(p, left)`, the bytes of the character at p whatever is left of the text (a family whose positions or
+// widths follow other steps also supplies `pos_step` and `columns`), `starts_character(p, offset)` and
+// `ends_character(p, offset)`.
+#pragma once
+
+#include "core/byte_set.h"
+#include "core/contract.h"
+#include "core/kernels.h"
+
+#include <limits>
+
+namespace qzstr::core {
+
+inline constexpr offset_t unbounded = std::numeric_limits<offset_t>::max();
+
+/// The n-th character of a text (the last when there are fewer, or when n is below 1).
+struct char_position {
+    offset_t start;
+    offset_t end; ///< behind its last byte
+    offset_t number;
+};
+
+/// Walks by `step`; the text is not empty. The end may lie behind the text.
+template <class Step>
+char_position find_char(const uchar* p, offset_t len, offset_t n, Step step) {
+    char_position at{0, step(p, len), 1};
+    while (at.number != n && at.end < len) {
+        at.start = at.end;
+        at.end += step(p + at.start, len - at.start);
+        ++at.number;
+    }
+    return at;
+}
+
+/// The longest prefix of at most `limit` columns; `reached` when the text was cut there or fits exactly.
+struct prefix {
+    offset_t bytes = 0;
+    offset_t columns = 0;
+    bool reached = false;
+};
+
+template <class Step, class Columns>
+prefix cut_to_columns(const uchar* p, offset_t len, offset_t limit, Step step, Columns columns) {
+    prefix cut;
+    while (cut.bytes < len) {
+        const offset_t size = step(p + cut.bytes, len - cut.bytes);
+        if (cut.bytes + size > len) break;
+        const offset_t width = columns(p + cut.bytes);
+        if (cut.columns + width > limit) return {cut.bytes, cut.columns, true};
+        cut.bytes += size;
+        cut.columns += width;
+        if (cut.columns == limit) return {cut.bytes, limit, true};
+    }
+    return cut;
+}
+
+inline void store_prefix(prefix cut, int* byte_pos, int* real_dis_size, uchar* disp_size_is_less) {
+    *byte_pos = static_cast<int>(cut.bytes);
+    *real_dis_size = static_cast<int>(cut.columns);
+    *disp_size_is_less = cut.reached ? 1 : 0;
+}
+
+/// Whether the run of bytes with the high bit that ends at the offset has even length; a byte below 0x80 ends a
+/// character.
+inline bool ends_even_high_run(const uchar* p, offset_t offset) {
+    offset_t run = 0;
+    while (run <= offset && p[offset - run] >= 0x80) ++run;
+    return run % 2 == 0;
+}
+
+/// Whether a walk from byte 0 by one byte, or two at a lead, lands on the offset. The byte after one that is no lead
+/// always begins a character, so only the run of leads before the offset matters.
+inline bool walk_lands_on(const byte_set& leads, const uchar* p, offset_t offset) {
+    offset_t run = 0;
+    while (run < offset && leads.contains(p[offset - run - 1])) ++run;
+    return run % 2 == 0;
+}
+
+/// The eight position slots of family F.
+template <class F>
+struct multibyte {
+    static int count_char(char* str, int byte_cnt) {
+        if (!require(str != nullptr, "str != NULL", F::where.source, F::where.count_char)) return 0;
+        if (!require(byte_cnt >= 0, "byte_cnt >= 0", F::where.source, nth(F::where.count_char, 1))) return 0;
+        return static_cast<int>(F::characters(bytes(str), byte_cnt));
+    }
+
+    static int count_byte(char* str, int char_cnt) {
+        if (!require(str != nullptr, "str != NULL", F::where.source, F::where.count_byte)) return 0;
+        if (!require(char_cnt >= 0, "char_cnt >= 0", F::where.source, nth(F::where.count_byte, 1))) return 0;
+        return static_cast<int>(F::bytes_of(bytes(str), char_cnt));
+    }
+
+    static uchar is_char_leading_byte(char* str, int byte_offset) {
+        if (!has_offset(str, byte_offset, F::where.is_char_leading_byte)) return 1;
+        return F::starts_character(bytes(str), byte_offset) ? 1 : 0;
+    }
+
+    static int get_char_leading_byte(char* str, int byte_offset) {
+        if (!has_offset(str, byte_offset, F::where.get_char_leading_byte)) return byte_offset;
+        return F::starts_character(bytes(str), byte_offset) ? byte_offset : byte_offset - 1;
+    }
+
+    static uchar is_char_ending_byte(char* str, int byte_offset) {
+        if (!has_offset(str, byte_offset, F::where.is_char_ending_byte)) return 1;
+        return F::ends_character(bytes(str), byte_offset) ? 1 : 0;
+    }
+
+    static int get_char_ending_byte(char* str, int byte_offset, uchar is_ahead) {
+        if (!has_offset(str, byte_offset, F::where.get_char_ending_byte)) return byte_offset;
+        if (F::ends_character(bytes(str), byte_offset)) return byte_offset;
+        return is_ahead != 0 ? byte_offset - 1 : byte_offset + 1;
+    }
+
+    static void get_byte_pos(char* str, int str_len, int char_cnt, int* start_pos, int* end_pos, int* real_char_cnt) {
+        if (!has_positions(str, start_pos, end_pos) || str_len < 1) return;
+        char_position at = F::find(bytes(str), str_len, char_cnt);
+        if (at.end > str_len) at.end = str_len;
+        store_position(at, start_pos, end_pos, real_char_cnt);
+    }
+
+    static void get_byte_pos_with_disp_size(char* str, int byte_len, int dis_size, int* byte_pos, int* real_dis_size,
+                                            uchar* disp_size_is_less) {
+        store_prefix(F::cut(bytes(str), byte_len, at_least_0(dis_size)), byte_pos, real_dis_size, disp_size_is_less);
+    }
+
+    /// The walks behind the slots, by F's steps.
+    static offset_t characters(const uchar* p, offset_t len) {
+        offset_t count = 0;
+        for (offset_t at = 0; at < len; ++count) at += F::step(p + at, len - at);
+        return count;
+    }
+    static offset_t bytes_of(const uchar* p, offset_t chars) {
+        offset_t at = 0;
+        for (; chars > 0; --chars) at += F::step(p + at, unbounded);
+        return at;
+    }
+    static char_position find(const uchar* p, offset_t len, offset_t n) { return find_char(p, len, n, F::step); }
+    static prefix cut(const uchar* p, offset_t len, offset_t limit) {
+        return cut_to_columns(p, len, limit, F::step, F::columns);
+    }
+
+    /// Case and blanks go by the same steps unless F says otherwise.
+    static offset_t case_step(const uchar* p, offset_t left) { return F::step(p, left); }
+
+    static uchar isspace(char* str, int offset) {
+        return F::is_char_leading_byte(str, offset) != 0 && qzstr_ascii_isspace(str, offset) != 0 ? 1 : 0;
+    }
+
+  protected:
+    static bool has_offset(const char* str, int byte_offset, int line) {
+        const bool has_str = require(str != nullptr, "str != NULL", F::where.source, line);
+        return require(byte_offset >= 0, "byte_offset >= 0", F::where.source, nth(line, 1)) && has_str;
+    }
+    static bool has_positions(const char* str, const int* start_pos, const int* end_pos) {
+        const int line = F::where.get_byte_pos;
+        const bool has_str = require(str != nullptr, "str != NULL", F::where.source, line);
+        const bool has_start = require(start_pos != nullptr, "start_pos != NULL", F::where.source, nth(line, 1));
+        const bool has_end = require(end_pos != nullptr, "end_pos != NULL", F::where.source, nth(line, 2));
+        return has_str && has_start && has_end;
+    }
+    static void store_position(char_position at, int* start_pos, int* end_pos, int* real_char_cnt) {
+        *start_pos = static_cast<int>(at.start);
+        *end_pos = static_cast<int>(at.end - 1);
+        if (real_char_cnt != nullptr) *real_char_cnt = static_cast<int>(at.number);
+    }
+};
+
+/// The same for a family whose characters are one byte, or two after a byte of `F::leads`, and as many columns: whole
+/// blocks at a time.
+template <class F>
+struct double_byte : multibyte<F> {
+    static offset_t step(const uchar* p, offset_t) { return F::leads.contains(*p) ? 2 : 1; }
+
+    static offset_t characters(const uchar* p, offset_t len) {
+        return static_cast<offset_t>(skip_pairs(F::leads, p, static_cast<std::size_t>(len), ~std::size_t{0}).written);
+    }
+
+    /// k characters take at least k bytes, so no read goes further than the characters require.
+    static offset_t bytes_of(const uchar* p, offset_t chars) {
+        offset_t at = 0;
+        while (chars > 0) {
+            const moved m = skip_pairs(F::leads, p + at, static_cast<std::size_t>(chars), static_cast<std::size_t>(chars));
+            at += static_cast<offset_t>(m.read);
+            chars -= static_cast<offset_t>(m.written);
+        }
+        return at;
+    }
+
+    static char_position find(const uchar* p, offset_t len, offset_t n) {
+        const std::size_t before = n < 1 ? ~std::size_t{0} : static_cast<std::size_t>(n - 1);
+        const moved m = skip_pairs(F::leads, p, static_cast<std::size_t>(len), before);
+        char_position at{static_cast<offset_t>(m.read), 0, static_cast<offset_t>(m.written) + 1};
+        if (at.start >= len) { // fewer characters: the last one, which may be a lead alone
+            at.start = len - (len > 1 && !walk_lands_on(F::leads, p, len - 1) ? 2 : 1);
+            --at.number;
+        }
+        at.end = at.start + step(p + at.start, len - at.start);
+        return at;
+    }
+
+    /// A column is a byte, so only the character at the limit matters; a lead alone at the end takes no column.
+    static prefix cut(const uchar* p, offset_t len, offset_t limit) {
+        if (len < 1) return {};
+        const offset_t at = limit < len ? limit : len;
+        const bool splits = !walk_lands_on(F::leads, p, at);
+        const offset_t fits = at - (splits ? 1 : 0);
+        const bool lone_lead = splits ? at == len : limit == 0 && len == 1 && F::leads.contains(p[0]);
+        return {fits, fits, !lone_lead && limit <= len};
+    }
+};
+
+} // namespace qzstr::core

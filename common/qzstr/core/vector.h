@@ -1,0 +1,181 @@
+// One block of bytes at the level being compiled: the few operations that the kernels need, under one set of names.
+#pragma once
+
+#include "core/byte_set.h"
+#include "core/units.h"
+
+#include <cstddef>
+
+#define QZSTR_IS_plain 1
+#define QZSTR_IS_sse2 2
+#define QZSTR_IS_avx2 3
+#define QZSTR_IS_avx512 4
+#define QZSTR_JOIN_(a, b) a##b
+#define QZSTR_JOIN(a, b) QZSTR_JOIN_(a, b)
+#define QZSTR_LEVEL_NUMBER QZSTR_JOIN(QZSTR_IS_, QZSTR_LEVEL)
+
+#if QZSTR_LEVEL_NUMBER > QZSTR_IS_plain
+#include <immintrin.h>
+#endif
+
+namespace qzstr::core::QZSTR_LEVEL {
+namespace {
+
+inline constexpr bool has_vectors = QZSTR_LEVEL_NUMBER > QZSTR_IS_plain;
+
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+
+struct block {
+    static constexpr std::size_t size = 64;
+    using bits = std::uint64_t;
+    __m512i v;
+
+    static block load(const uchar* p) { return {_mm512_loadu_si512(p)}; }
+    void store(uchar* p) const { _mm512_storeu_si512(p, v); }
+    bits high_bits() const { return _mm512_movepi8_mask(v); }
+    bits equal_to(uchar b) const { return _mm512_cmpeq_epi8_mask(v, _mm512_set1_epi8(static_cast<char>(b))); }
+    bits within(byte_range r) const {
+        const __m512i from = _mm512_sub_epi8(v, _mm512_set1_epi8(static_cast<char>(r.first)));
+        return _mm512_cmple_epu8_mask(from, _mm512_set1_epi8(static_cast<char>(r.last - r.first)));
+    }
+    block flip_letters(uchar first) const {
+        const __m512i flipped = _mm512_xor_si512(v, _mm512_set1_epi8(0x20));
+        return {_mm512_mask_mov_epi8(v, within({first, static_cast<uchar>(first + 25)}), flipped)};
+    }
+    template <order Order>
+    void widen(uchar* out) const {
+        for (int half = 0; half < 2; ++half) {
+            const __m256i bytes = half == 0 ? _mm512_castsi512_si256(v) : _mm512_extracti64x4_epi64(v, 1);
+            __m512i wide = _mm512_cvtepu8_epi16(bytes);
+            if constexpr (Order == order::big) wide = _mm512_slli_epi16(wide, 8);
+            _mm512_storeu_si512(out + 64 * half, wide);
+        }
+    }
+    /// Narrows `size` units when all are below 0x80.
+    template <order Order>
+    static bool narrow_ascii(const uchar* src, uchar* dst) {
+        const __m512i a = _mm512_loadu_si512(src), b = _mm512_loadu_si512(src + 64);
+        const __m512i not_ascii = _mm512_set1_epi16(Order == order::big ? static_cast<short>(0x80FF) : static_cast<short>(0xFF80));
+        if (_mm512_test_epi16_mask(_mm512_or_si512(a, b), not_ascii) != 0) return false;
+        constexpr int shift = Order == order::big ? 8 : 0;
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), _mm512_cvtepi16_epi8(_mm512_srli_epi16(a, shift)));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + 32), _mm512_cvtepi16_epi8(_mm512_srli_epi16(b, shift)));
+        return true;
+    }
+};
+
+#elif QZSTR_LEVEL_NUMBER == QZSTR_IS_avx2
+
+struct block {
+    static constexpr std::size_t size = 32;
+    using bits = std::uint32_t;
+    __m256i v;
+
+    static __m256i all(unsigned b) { return _mm256_set1_epi8(static_cast<char>(b)); }
+    static block load(const uchar* p) { return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))}; }
+    void store(uchar* p) const { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
+    bits high_bits() const { return static_cast<bits>(_mm256_movemask_epi8(v)); }
+    bits equal_to(uchar b) const { return block{_mm256_cmpeq_epi8(v, all(b))}.high_bits(); }
+    __m256i inside(byte_range r) const {
+        return _mm256_cmpeq_epi8(_mm256_min_epu8(_mm256_max_epu8(v, all(r.first)), all(r.last)), v);
+    }
+    bits within(byte_range r) const { return block{inside(r)}.high_bits(); }
+    block flip_letters(uchar first) const {
+        const __m256i letters = inside({first, static_cast<uchar>(first + 25)});
+        return {_mm256_xor_si256(v, _mm256_and_si256(letters, all(0x20)))};
+    }
+    template <order Order>
+    void widen(uchar* out) const {
+        for (int half = 0; half < 2; ++half) {
+            const __m128i bytes = half == 0 ? _mm256_castsi256_si128(v) : _mm256_extracti128_si256(v, 1);
+            __m256i wide = _mm256_cvtepu8_epi16(bytes);
+            if constexpr (Order == order::big) wide = _mm256_slli_epi16(wide, 8);
+            block{wide}.store(out + 32 * half);
+        }
+    }
+    template <order Order>
+    static bool narrow_ascii(const uchar* src, uchar* dst) {
+        const __m256i a = load(src).v, b = load(src + 32).v;
+        const __m256i not_ascii = _mm256_set1_epi16(Order == order::big ? static_cast<short>(0x80FF) : static_cast<short>(0xFF80));
+        if (!_mm256_testz_si256(_mm256_or_si256(a, b), not_ascii)) return false;
+        constexpr int shift = Order == order::big ? 8 : 0;
+        const __m256i packed = _mm256_packus_epi16(_mm256_srli_epi16(a, shift), _mm256_srli_epi16(b, shift));
+        block{_mm256_permute4x64_epi64(packed, 0xD8)}.store(dst);
+        return true;
+    }
+};
+
+#elif QZSTR_LEVEL_NUMBER == QZSTR_IS_sse2
+
+struct block {
+    static constexpr std::size_t size = 16;
+    using bits = std::uint16_t;
+    __m128i v;
+
+    static __m128i all(unsigned b) { return _mm_set1_epi8(static_cast<char>(b)); }
+    static block load(const uchar* p) { return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))}; }
+    void store(uchar* p) const { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
+    bits high_bits() const { return static_cast<bits>(_mm_movemask_epi8(v)); }
+    bits equal_to(uchar b) const { return block{_mm_cmpeq_epi8(v, all(b))}.high_bits(); }
+    __m128i inside(byte_range r) const {
+        return _mm_cmpeq_epi8(_mm_min_epu8(_mm_max_epu8(v, all(r.first)), all(r.last)), v);
+    }
+    bits within(byte_range r) const { return block{inside(r)}.high_bits(); }
+    block flip_letters(uchar first) const {
+        const __m128i letters = inside({first, static_cast<uchar>(first + 25)});
+        return {_mm_xor_si128(v, _mm_and_si128(letters, all(0x20)))};
+    }
+    template <order Order>
+    void widen(uchar* out) const {
+        const __m128i zero = _mm_setzero_si128();
+        const bool big = Order == order::big;
+        block{big ? _mm_unpacklo_epi8(zero, v) : _mm_unpacklo_epi8(v, zero)}.store(out);
+        block{big ? _mm_unpackhi_epi8(zero, v) : _mm_unpackhi_epi8(v, zero)}.store(out + 16);
+    }
+    template <order Order>
+    static bool narrow_ascii(const uchar* src, uchar* dst) {
+        const __m128i a = load(src).v, b = load(src + 16).v;
+        const __m128i not_ascii = _mm_set1_epi16(Order == order::big ? static_cast<short>(0x80FF) : static_cast<short>(0xFF80));
+        const __m128i found = _mm_and_si128(_mm_or_si128(a, b), not_ascii);
+        if (block{_mm_cmpeq_epi8(found, _mm_setzero_si128())}.high_bits() != 0xFFFF) return false;
+        constexpr int shift = Order == order::big ? 8 : 0;
+        block{_mm_packus_epi16(_mm_srli_epi16(a, shift), _mm_srli_epi16(b, shift))}.store(dst);
+        return true;
+    }
+};
+
+#else
+
+/// Never used: `has_vectors` is false.
+struct block {
+    static constexpr std::size_t size = 1;
+    using bits = std::uint16_t;
+    static block load(const uchar*) { return {}; }
+    void store(uchar*) const {}
+    bits high_bits() const { return 0; }
+    bits equal_to(uchar) const { return 0; }
+    bits within(byte_range) const { return 0; }
+    block flip_letters(uchar) const { return {}; }
+    template <order Order>
+    void widen(uchar*) const {}
+    template <order Order>
+    static bool narrow_ascii(const uchar*, uchar*) { return false; }
+};
+
+#endif
+
+#if QZSTR_LEVEL_NUMBER > QZSTR_IS_plain
+
+/// 64 bytes as bit masks, whatever the level's block size.
+template <class Mask>
+inline std::uint64_t mask_64(const uchar* p, Mask mask) {
+    std::uint64_t bits = 0;
+    for (std::size_t i = 0; i < 64; i += block::size)
+        bits |= static_cast<std::uint64_t>(static_cast<block::bits>(mask(block::load(p + i)))) << i;
+    return bits;
+}
+
+#endif
+
+} // namespace
+} // namespace qzstr::core::QZSTR_LEVEL

@@ -1,0 +1,268 @@
+// The catalogue: 35 rows, the conversion matrix, the lookups by name.
+#include "core/contract.h"
+
+
+namespace {
+
+using convert_fn = qzstr_get_another_charset_str_fn_t;
+
+#define QZSTR_SET_SLOT(result, cs, operation, field, parameters, arguments) row.field = qzstr_##cs##_##operation;
+#define QZSTR_POSITIONS(cs) QZSTR_POSITION_SLOTS(QZSTR_SET_SLOT, cs)
+#define QZSTR_DECODERS(cs) QZSTR_DECODE_SLOTS(QZSTR_SET_SLOT, cs)
+#define QZSTR_ENCODERS(cs) QZSTR_ENCODE_SLOTS(QZSTR_SET_SLOT, cs)
+#define QZSTR_CASE(cs) QZSTR_CASE_SLOT(QZSTR_SET_SLOT, cs)
+#define QZSTR_TRAILING(cs) QZSTR_TRAILING_SLOT(QZSTR_SET_SLOT, cs)
+#define QZSTR_ISSPACE(cs) QZSTR_ISSPACE_SLOT(QZSTR_SET_SLOT, cs)
+
+/// The slots of a row: one family for all, but for trailing blanks and white space, which many take from ASCII.
+#define QZSTR_SLOTS(cs, trailing, space)                                                                               \
+    [](qzstr_charset_info_t& row) {                                                                                    \
+        QZSTR_POSITIONS(cs)                                                                                            \
+        QZSTR_DECODERS(cs) QZSTR_ENCODERS(cs) QZSTR_CASE(cs) QZSTR_TRAILING(trailing) QZSTR_ISSPACE(space)             \
+    }
+/// The same for a row with decoders of its own.
+#define QZSTR_SLOTS_BUT_DECODERS(cs, decoding)                                                                         \
+    [](qzstr_charset_info_t& row) {                                                                                    \
+        QZSTR_POSITIONS(cs)                                                                                            \
+        QZSTR_DECODERS(decoding) QZSTR_ENCODERS(cs) QZSTR_CASE(cs) QZSTR_TRAILING(ascii) QZSTR_ISSPACE(cs)             \
+    }
+
+/// Attributes of a row, in the order of the descriptor.
+struct attributes {
+    const char* name;
+    const char* canonical_name;
+    const char* ora_compat_name;
+    int ora_charset_id;
+    int max_bytes_per_char;
+    bool is_superset_of_ascii;
+    bool usable_national_charset = false;
+    qz_scanner_id_type_t scanner = QZ_SCANNER_ID_COMMON_ASCII;
+};
+
+/// A direct conversion into one or more targets.
+struct direct {
+    convert_fn convert;
+    int target[3];
+
+    constexpr direct(convert_fn fn, int a, int b = -1, int c = -1) : convert(fn), target{a, b, c} {}
+};
+
+consteval void copy_name(char (&to)[17], const char* from) {
+    for (int i = 0; from[i] != 0; ++i) to[i] = from[i];
+}
+
+/// A row begins full of the UCS-2 pivot; then come its direct conversions and its UCS-4 targets.
+template <class Slots, std::size_t Directs, std::size_t Wides = 1>
+consteval qzstr_charset_info_t make_row(attributes a, Slots set_slots, const direct (&directs)[Directs],
+                                        const int (&ucs4_targets)[Wides] = {-1}) {
+    qzstr_charset_info_t row{};
+    copy_name(row.name, a.name);
+    copy_name(row.canonical_name, a.canonical_name);
+    copy_name(row.ora_compat_name, a.ora_compat_name);
+    row.ora_charset_id = a.ora_charset_id;
+    row.max_bytes_per_char = a.max_bytes_per_char;
+    row.bytes_per_char_in_clob = 2;
+    row.is_superset_of_ascii = a.is_superset_of_ascii;
+    row.usable_national_charset = a.usable_national_charset;
+    row.scanner_id_type = a.scanner;
+    for (auto& cell : row.qzstr_get_another_charset_str_fn) cell = qzstr_convert_through_ucs2;
+    for (const int target : ucs4_targets)
+        if (target >= 0) row.qzstr_get_another_charset_str_fn[target] = qzstr_convert_through_ucs4;
+    for (const direct& d : directs)
+        for (const int target : d.target)
+            if (target >= 0) row.qzstr_get_another_charset_str_fn[target] = d.convert;
+    set_slots(row);
+    return row;
+}
+
+/// ASCII is copied into every charset but the wide one, EBCDIC and, KEPT although its bytes would be equal, UTF8.
+consteval qzstr_charset_info_t make_ascii_row() {
+    qzstr_charset_info_t row = make_row({"ASCII", "US-ASCII", "US7ASCII", 1, 1, true}, QZSTR_SLOTS(ascii, ascii, ascii),
+                                        {{qzstr_ascii_get_utf16_str, QZSTR_CHARSET_UTF16},
+                                         {qzstr_ascii_get_us8icl_str, QZSTR_CHARSET_US8ICL}});
+    for (int target = 0; target < QZSTR_CHARSET_MAX; ++target)
+        if (target != QZSTR_CHARSET_UTF8 && target != QZSTR_CHARSET_UTF16 && target != QZSTR_CHARSET_US8ICL)
+            row.qzstr_get_another_charset_str_fn[target] = qzstr_ascii_get_ascii_str;
+    return row;
+}
+
+#define QZSTR_SINGLE_BYTE_ROW(enumerator, cs, name, canonical, ora_id)                                                 \
+    make_row({name, canonical, name, ora_id, 1, true}, QZSTR_SLOTS(cs, ascii, cs),                                     \
+             {{qzstr_##cs##_get_ascii_str, QZSTR_CHARSET_ASCII},                                                       \
+              {qzstr_##cs##_get_utf16_str, QZSTR_CHARSET_UTF16},                                                       \
+              {qzstr_##cs##_get_##cs##_str, QZSTR_CHARSET_##enumerator}})
+
+} // namespace
+
+/* The rows in catalogue order. A multibyte row sends VN8VN3 (TCVN3) to its own ASCII reduction. */
+constinit const qzstr_charset_info_t _charset_info[QZSTR_CHARSET_MAX] = {
+    make_ascii_row(),
+    make_row({"EUCKR", "EUC-KR", "KO16KSC5601", 840, 2, true, false, QZ_SCANNER_ID_MSWIN949},
+             QZSTR_SLOTS(euckr, ascii, euckr),
+             {{qzstr_euckr_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
+              {qzstr_euckr_get_euckr_str, QZSTR_CHARSET_EUCKR, QZSTR_CHARSET_MSWIN949},
+              {qzstr_euckr_get_utf16_str, QZSTR_CHARSET_UTF16},
+              {qzstr_euckr_get_iso2022kr_str, QZSTR_CHARSET_ISO2022KR}}),
+    make_row({"MSWIN949", "CP949", "KO16MSWIN949", 846, 2, false, false, QZ_SCANNER_ID_MSWIN949},
+             QZSTR_SLOTS(mswin949, ascii, mswin949),
+             {{qzstr_mswin949_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
+              {qzstr_mswin949_get_euckr_str, QZSTR_CHARSET_EUCKR},
+              {qzstr_euckr_get_euckr_str, QZSTR_CHARSET_MSWIN949},
+              {qzstr_mswin949_get_utf16_str, QZSTR_CHARSET_UTF16},
+              {qzstr_euckr_get_iso2022kr_str, QZSTR_CHARSET_ISO2022KR}}),
+    make_row({"UTF8", "UTF-8", "AL32UTF8", 873, 4, true, true, QZ_SCANNER_ID_UTF8}, QZSTR_SLOTS(utf8, ascii, utf8),
+             {{qzstr_utf8_get_utf8_str, QZSTR_CHARSET_UTF8}},
+             {QZSTR_CHARSET_UTF16, QZSTR_CHARSET_GB18030, QZSTR_CHARSET_EUCTW}),
+    make_row({"UTF16", "UTF-16BE", "AL16UTF16", 2000, 2, false, true}, QZSTR_SLOTS(utf16, utf16, utf16),
+             {{qzstr_utf16_get_ascii_str, QZSTR_CHARSET_ASCII},
+              {qzstr_utf16_get_utf16_str, QZSTR_CHARSET_UTF16},
+              {qzstr_utf16_get_tcvn3_str, QZSTR_CHARSET_TCVN3},
+              {qzstr_utf16_get_mswin1252_str, QZSTR_CHARSET_MSWIN1252},
+              {qzstr_utf16_get_mswin950_str, QZSTR_CHARSET_MSWIN950},
+              {qzstr_utf16_get_mswin1251_str, QZSTR_CHARSET_MSWIN1251}},
+             {QZSTR_CHARSET_UTF8, QZSTR_CHARSET_GB18030, QZSTR_CHARSET_EUCTW}),
+    make_row({"SJIS", "SHIFT-JIS", "", 832, 2, false, false, QZ_SCANNER_ID_SJIS}, QZSTR_SLOTS(sjis, ascii, sjis),
+             {{qzstr_sjis_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
+              {qzstr_sjis_get_utf16_str, QZSTR_CHARSET_UTF16},
+              {qzstr_sjis_get_sjis_str, QZSTR_CHARSET_SJIS, QZSTR_CHARSET_SJIS_TILDE}}),
+    make_row({"JA16SJIS", "CP932", "JA16SJIS", 832, 2, false, false, QZ_SCANNER_ID_SJIS},
+             QZSTR_SLOTS(mswin932, ascii, mswin932),
+             {{qzstr_mswin932_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
+              {qzstr_mswin932_get_utf16_str, QZSTR_CHARSET_UTF16},
+              {qzstr_mswin932_get_mswin932_str, QZSTR_CHARSET_MSWIN932, QZSTR_CHARSET_MSWIN932_TILDE}}),
+    make_row({"JA16SJISTILDE", "CP932", "JA16SJISTILDE", 838, 2, false, false, QZ_SCANNER_ID_SJIS},
+             QZSTR_SLOTS_BUT_DECODERS(mswin932, mswin932_tld),
+             {{qzstr_mswin932_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
+              {qzstr_mswin932_get_utf16_str, QZSTR_CHARSET_UTF16},
+              {qzstr_mswin932_get_mswin932_str, QZSTR_CHARSET_MSWIN932, QZSTR_CHARSET_MSWIN932_TILDE}}),
+    make_row({"JA16EUC", "EUC-JP", "JA16EUC", 830, 3, true}, QZSTR_SLOTS(eucjp, ascii, eucjp),
+             {{qzstr_eucjp_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
+              {qzstr_eucjp_get_utf16_str, QZSTR_CHARSET_UTF16},
+              {qzstr_eucjp_get_eucjp_str, QZSTR_CHARSET_EUCJP, QZSTR_CHARSET_EUCJP_TILDE}}),
+    make_row(
+        {"JA16EUCTILDE", "EUC-JP", "JA16EUCTILDE", 837, 3, true},
+        [](qzstr_charset_info_t& row) {
+            QZSTR_POSITIONS(eucjp)
+            QZSTR_DECODERS(eucjp_tld) QZSTR_ENCODERS(eucjp) QZSTR_CASE(eucjp) QZSTR_TRAILING(ascii) QZSTR_ISSPACE(eucjp)
+            row.qzstr_from_ucs2_fn = qzstr_eucjp_tld_from_ucs2;
+        },
+        {{qzstr_eucjp_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
+         {qzstr_eucjp_tld_get_utf16_str, QZSTR_CHARSET_UTF16},
+         {qzstr_eucjp_get_eucjp_str, QZSTR_CHARSET_EUCJP, QZSTR_CHARSET_EUCJP_TILDE}}),
+    make_row(
+        {"VN8VN3", "TCVN", "VN8VN3", 44, 1, true},
+        [](qzstr_charset_info_t& row) {
+            QZSTR_POSITIONS(ascii)
+            QZSTR_DECODERS(tcvn3) QZSTR_ENCODERS(tcvn3) QZSTR_CASE(tcvn3) QZSTR_TRAILING(ascii) QZSTR_ISSPACE(ascii)
+        },
+        {{qzstr_tcvn3_get_ascii_str, QZSTR_CHARSET_ASCII},
+         {qzstr_tcvn3_get_utf16_str, QZSTR_CHARSET_UTF16},
+         {qzstr_tcvn3_get_tcvn3_str, QZSTR_CHARSET_TCVN3}}),
+    make_row({"GBK", "CP936", "ZHS16GBK", 852, 2, false}, QZSTR_SLOTS(mswin936, ascii, mswin936),
+             {{qzstr_mswin936_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
+              {qzstr_mswin936_get_utf16_str, QZSTR_CHARSET_UTF16},
+              {qzstr_mswin936_get_mswin936_str, QZSTR_CHARSET_MSWIN936}}),
+    QZSTR_SINGLE_BYTE_ROW(MSWIN1252, mswin1252, "WE8MSWIN1252", "CP1252", 178),
+    make_row({"ZHT16HKSCS", "CP950", "ZHT16HKSCS", 868, 2, true}, QZSTR_SLOTS(mswin950, ascii, ascii),
+             {{qzstr_mswin950_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
+              {qzstr_mswin950_get_utf16_str, QZSTR_CHARSET_UTF16},
+              {qzstr_mswin950_get_mswin950_str, QZSTR_CHARSET_MSWIN950}}),
+    QZSTR_SINGLE_BYTE_ROW(MSWIN1251, mswin1251, "CL8MSWIN1251", "CP1251", 171),
+    QZSTR_SINGLE_BYTE_ROW(ISO8859P1, iso8859p1, "WE8ISO8859P1", "ISO-8859-1", 31),
+    QZSTR_SINGLE_BYTE_ROW(ISO8859P2, iso8859p2, "EE8ISO8859P2", "ISO-8859-2", 32),
+    // KEPT: the byte copy stands in the column of EE8ISO8859P2, and the own column goes through UCS-2.
+    make_row({"WE8ISO8859P9", "ISO-8859-9", "WE8ISO8859P9", 39, 1, true}, QZSTR_SLOTS(iso8859p9, ascii, iso8859p9),
+             {{qzstr_iso8859p9_get_ascii_str, QZSTR_CHARSET_ASCII},
+              {qzstr_iso8859p9_get_utf16_str, QZSTR_CHARSET_UTF16},
+              {qzstr_iso8859p9_get_iso8859p9_str, QZSTR_CHARSET_ISO8859P2}}),
+    QZSTR_SINGLE_BYTE_ROW(ISO8859P15, iso8859p15, "WE8ISO8859P15", "ISO-8859-15", 46),
+    QZSTR_SINGLE_BYTE_ROW(KOI8R, koi8r, "CL8KOI8R", "KOI8-R", 196),
+    QZSTR_SINGLE_BYTE_ROW(ISO8859P5, iso8859p5, "CL8ISO8859P5", "ISO-8859-5", 35),
+    QZSTR_SINGLE_BYTE_ROW(MSDOS866, msdos866, "RU8PC866", "CP866", 152),
+    QZSTR_SINGLE_BYTE_ROW(MSWIN1253, mswin1253, "EL8MSWIN1253", "CP1253", 174),
+    QZSTR_SINGLE_BYTE_ROW(ISO8859P7, iso8859p7, "EL8ISO8859P7", "ISO-8859-7", 37),
+    QZSTR_SINGLE_BYTE_ROW(TIS620, tis620, "TH8TISASCII", "TIS-620", 41),
+    QZSTR_SINGLE_BYTE_ROW(MSWIN1256, mswin1256, "AR8MSWIN1256", "CP1256", 560),
+    QZSTR_SINGLE_BYTE_ROW(ISO8859P6, iso8859p6, "AR8ISO8859P6", "ISO-8859-6", 36),
+    make_row({"SJISTILDE", "SHIFT-JIS", "", 838, 2, false, false, QZ_SCANNER_ID_SJIS},
+             QZSTR_SLOTS_BUT_DECODERS(sjis, sjis_tld),
+             {{qzstr_sjis_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
+              {qzstr_sjis_get_utf16_str, QZSTR_CHARSET_UTF16},
+              {qzstr_sjis_get_sjis_str, QZSTR_CHARSET_SJIS, QZSTR_CHARSET_SJIS_TILDE}}),
+    make_row({"ZHT16BIG5", "BIG5", "ZHT16BIG5", 865, 2, true}, QZSTR_SLOTS(zht16big5, ascii, ascii),
+             {{qzstr_zht16big5_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
+              {qzstr_zht16big5_get_utf16_str, QZSTR_CHARSET_UTF16},
+              {qzstr_zht16big5_get_zht16big5_str, QZSTR_CHARSET_ZHT16BIG5}}),
+    make_row({"ZHT16MSWIN950", "CP950", "ZHT16MSWIN950", 867, 2, true}, QZSTR_SLOTS(zht16mswin950, ascii, ascii),
+             {{qzstr_zht16mswin950_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
+              {qzstr_zht16mswin950_get_utf16_str, QZSTR_CHARSET_UTF16},
+              {qzstr_zht16mswin950_get_zht16mswin950_str, QZSTR_CHARSET_ZHT16MSWIN950}}),
+    make_row({"GB18030", "GB18030", "ZHS32GB18030", 0, 4, true}, QZSTR_SLOTS(gb18030, ascii, ascii),
+             {{qzstr_gb18030_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
+              {qzstr_gb18030_get_utf16_str, QZSTR_CHARSET_UTF16},
+              {qzstr_gb18030_get_gb18030_str, QZSTR_CHARSET_GB18030}},
+             {QZSTR_CHARSET_UTF8, QZSTR_CHARSET_EUCTW}),
+    QZSTR_SINGLE_BYTE_ROW(ISO8859P8, iso8859p8, "IW8ISO8859P8", "ISO-8859-8", 38),
+    make_row({"EUCTW", "EUC-TW", "ZHT32EUC", 860, 4, true}, QZSTR_SLOTS(euctw, ascii, ascii),
+             {{qzstr_euctw_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
+              {qzstr_euctw_get_utf16_str, QZSTR_CHARSET_UTF16},
+              {qzstr_euctw_get_euctw_str, QZSTR_CHARSET_EUCTW}},
+             {QZSTR_CHARSET_UTF8, QZSTR_CHARSET_GB18030}),
+    make_row({"ISO2022-KR", "ISO-2022-KR", "ISO2022-KR", 9997, 2, false}, QZSTR_SLOTS(iso2022kr, iso2022kr, iso2022kr),
+             {{qzstr_iso2022kr_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
+              {qzstr_iso2022kr_get_euckr_str, QZSTR_CHARSET_EUCKR, QZSTR_CHARSET_MSWIN949},
+              {qzstr_iso2022kr_get_utf16_str, QZSTR_CHARSET_UTF16},
+              {qzstr_iso2022kr_get_iso2022kr_str, QZSTR_CHARSET_ISO2022KR}}),
+    make_row({"US8ICL", "US8ICL", "US8ICL", 277, 1, false}, QZSTR_SLOTS(us8icl, us8icl, us8icl),
+             {{qzstr_us8icl_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
+              {qzstr_us8icl_get_utf16_str, QZSTR_CHARSET_UTF16},
+              {qzstr_us8icl_get_us8icl_str, QZSTR_CHARSET_US8ICL}}),
+};
+
+namespace {
+
+/// A name to look up, always NUL-terminated; stored names have at most 16 characters, so a longer one matches none.
+struct sought_name {
+    char text[18] = {};
+
+    sought_name(const char* str, int str_len) {
+        if (str_len > 0) memcpy(text, str, static_cast<size_t>(str_len < 17 ? str_len : 17));
+    }
+
+    bool is(const char* name) const {
+        for (int i = 0;; ++i) {
+            if (fold(text[i]) != fold(name[i])) return false;
+            if (text[i] == 0) return true;
+        }
+    }
+
+  private:
+    // CHOSEN: case is folded for ASCII letters only, whatever the locale.
+    static char fold(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 0x20) : c; }
+};
+
+template <class Matches>
+int first_row(Matches matches) {
+    int row = 0;
+    while (row < QZSTR_CHARSET_MAX && !matches(_charset_info[row])) ++row;
+    return row;
+}
+
+} // namespace
+
+// KEPT: an empty name finds SJIS, the first row whose Oracle name is empty.
+int qzstr_charset_get_id(char* str, int str_len) {
+    const sought_name sought(str, str_len);
+    return first_row([&](const qzstr_charset_info_t& row) { return sought.is(row.name) || sought.is(row.ora_compat_name); });
+}
+
+int qzstr_charset_get_id_from_canonical_name(char* str, int str_len) {
+    const sought_name sought(str, str_len);
+    return first_row([&](const qzstr_charset_info_t& row) { return sought.is(row.canonical_name); });
+}
+
+int qzstr_charset_get_oracle_id(char* str, int str_len) {
+    int row = qzstr_charset_get_id(str, str_len);
+    if (row == QZSTR_CHARSET_MAX) row = qzstr_charset_get_id_from_canonical_name(str, str_len);
+    return row == QZSTR_CHARSET_MAX ? 0 : _charset_info[row].ora_charset_id;
+}
