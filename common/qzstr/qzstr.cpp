@@ -57,8 +57,9 @@ conv_status_t convert(qzstr_charset_t from, char* str, int str_len, qzstr_charse
         int decoded_bytes = 0, units_bytes = 0, encoded_units = 0, encoded_bytes = 0;
         status |= pivot.decode(rest, rest_len, intermediate, chunk_bytes, &decoded_bytes, &units_bytes, 1) & replaced;
         if (units_bytes == 0) break;
-        const conv_status_t full = pivot.encode(intermediate, units_bytes, buf + at.written,
-                                                buf_size - static_cast<int>(at.written), &encoded_units, &encoded_bytes, 1);
+        const conv_status_t full =
+            pivot.encode(intermediate, units_bytes, buf + at.written, buf_size - static_cast<int>(at.written),
+                         &encoded_units, &encoded_bytes, 1);
         status |= full & replaced;
         at.written += encoded_bytes;
         if ((full & stopped) != 0) {
@@ -73,8 +74,12 @@ conv_status_t convert(qzstr_charset_t from, char* str, int str_len, qzstr_charse
 
 } // namespace
 
-conv_status_t qzstr_convert_through_ucs2 QZSTR_CELL_PARAMETERS { return convert<ucs2_pivot> QZSTR_CELL_ARGUMENTS; }
-conv_status_t qzstr_convert_through_ucs4 QZSTR_CELL_PARAMETERS { return convert<ucs4_pivot> QZSTR_CELL_ARGUMENTS; }
+conv_status_t qzstr_convert_through_ucs2 QZSTR_CELL_PARAMETERS {
+    return convert<ucs2_pivot> QZSTR_CELL_ARGUMENTS;
+}
+conv_status_t qzstr_convert_through_ucs4 QZSTR_CELL_PARAMETERS {
+    return convert<ucs4_pivot> QZSTR_CELL_ARGUMENTS;
+}
 
 void qzstr_dump_str(char* str, int str_len) {
     for (int i = 0; i < str_len; ++i) {

@@ -1,7 +1,6 @@
 // The catalogue: 35 rows, the conversion matrix, the lookups by name.
 #include "core/contract.h"
 
-
 namespace {
 
 using convert_fn = qzstr_get_another_charset_str_fn_t;
@@ -48,7 +47,8 @@ struct direct {
 };
 
 consteval void copy_name(char (&to)[17], const char* from) {
-    for (int i = 0; from[i] != 0; ++i) to[i] = from[i];
+    for (int i = 0; from[i] != 0; ++i)
+        to[i] = from[i];
 }
 
 /// A row begins full of the UCS-2 pivot; then come its direct conversions and its UCS-4 targets.
@@ -65,7 +65,8 @@ consteval qzstr_charset_info_t make_row(attributes a, Slots set_slots, const dir
     row.is_superset_of_ascii = a.is_superset_of_ascii;
     row.usable_national_charset = a.usable_national_charset;
     row.scanner_id_type = a.scanner;
-    for (auto& cell : row.qzstr_get_another_charset_str_fn) cell = qzstr_convert_through_ucs2;
+    for (auto& cell : row.qzstr_get_another_charset_str_fn)
+        cell = qzstr_convert_through_ucs2;
     for (const int target : ucs4_targets)
         if (target >= 0) row.qzstr_get_another_charset_str_fn[target] = qzstr_convert_through_ucs4;
     for (const direct& d : directs)
@@ -77,9 +78,9 @@ consteval qzstr_charset_info_t make_row(attributes a, Slots set_slots, const dir
 
 /// ASCII is copied into every charset but the wide one, EBCDIC and, KEPT although its bytes would be equal, UTF8.
 consteval qzstr_charset_info_t make_ascii_row() {
-    qzstr_charset_info_t row = make_row({"ASCII", "US-ASCII", "US7ASCII", 1, 1, true}, QZSTR_SLOTS(ascii, ascii, ascii),
-                                        {{qzstr_ascii_get_utf16_str, QZSTR_CHARSET_UTF16},
-                                         {qzstr_ascii_get_us8icl_str, QZSTR_CHARSET_US8ICL}});
+    qzstr_charset_info_t row = make_row(
+        {"ASCII", "US-ASCII", "US7ASCII", 1, 1, true}, QZSTR_SLOTS(ascii, ascii, ascii),
+        {{qzstr_ascii_get_utf16_str, QZSTR_CHARSET_UTF16}, {qzstr_ascii_get_us8icl_str, QZSTR_CHARSET_US8ICL}});
     for (int target = 0; target < QZSTR_CHARSET_MAX; ++target)
         if (target != QZSTR_CHARSET_UTF8 && target != QZSTR_CHARSET_UTF16 && target != QZSTR_CHARSET_US8ICL)
             row.qzstr_get_another_charset_str_fn[target] = qzstr_ascii_get_ascii_str;
@@ -139,25 +140,25 @@ constinit const qzstr_charset_info_t _charset_info[QZSTR_CHARSET_MAX] = {
              {{qzstr_eucjp_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
               {qzstr_eucjp_get_utf16_str, QZSTR_CHARSET_UTF16},
               {qzstr_eucjp_get_eucjp_str, QZSTR_CHARSET_EUCJP, QZSTR_CHARSET_EUCJP_TILDE}}),
-    make_row(
-        {"JA16EUCTILDE", "EUC-JP", "JA16EUCTILDE", 837, 3, true},
-        [](qzstr_charset_info_t& row) {
-            QZSTR_POSITIONS(eucjp)
-            QZSTR_DECODERS(eucjp_tld) QZSTR_ENCODERS(eucjp) QZSTR_CASE(eucjp) QZSTR_TRAILING(ascii) QZSTR_ISSPACE(eucjp)
-            row.qzstr_from_ucs2_fn = qzstr_eucjp_tld_from_ucs2;
-        },
-        {{qzstr_eucjp_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
-         {qzstr_eucjp_tld_get_utf16_str, QZSTR_CHARSET_UTF16},
-         {qzstr_eucjp_get_eucjp_str, QZSTR_CHARSET_EUCJP, QZSTR_CHARSET_EUCJP_TILDE}}),
-    make_row(
-        {"VN8VN3", "TCVN", "VN8VN3", 44, 1, true},
-        [](qzstr_charset_info_t& row) {
-            QZSTR_POSITIONS(ascii)
-            QZSTR_DECODERS(tcvn3) QZSTR_ENCODERS(tcvn3) QZSTR_CASE(tcvn3) QZSTR_TRAILING(ascii) QZSTR_ISSPACE(ascii)
-        },
-        {{qzstr_tcvn3_get_ascii_str, QZSTR_CHARSET_ASCII},
-         {qzstr_tcvn3_get_utf16_str, QZSTR_CHARSET_UTF16},
-         {qzstr_tcvn3_get_tcvn3_str, QZSTR_CHARSET_TCVN3}}),
+    make_row({"JA16EUCTILDE", "EUC-JP", "JA16EUCTILDE", 837, 3, true},
+             [](qzstr_charset_info_t& row) {
+                 QZSTR_POSITIONS(eucjp)
+                 QZSTR_DECODERS(eucjp_tld)
+                 QZSTR_ENCODERS(eucjp) QZSTR_CASE(eucjp) QZSTR_TRAILING(ascii) QZSTR_ISSPACE(eucjp)
+                     row.qzstr_from_ucs2_fn = qzstr_eucjp_tld_from_ucs2;
+             },
+             {{qzstr_eucjp_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
+              {qzstr_eucjp_tld_get_utf16_str, QZSTR_CHARSET_UTF16},
+              {qzstr_eucjp_get_eucjp_str, QZSTR_CHARSET_EUCJP, QZSTR_CHARSET_EUCJP_TILDE}}),
+    make_row({"VN8VN3", "TCVN", "VN8VN3", 44, 1, true},
+             [](qzstr_charset_info_t& row) {
+                 QZSTR_POSITIONS(ascii)
+                 QZSTR_DECODERS(tcvn3)
+                 QZSTR_ENCODERS(tcvn3) QZSTR_CASE(tcvn3) QZSTR_TRAILING(ascii) QZSTR_ISSPACE(ascii)
+             },
+             {{qzstr_tcvn3_get_ascii_str, QZSTR_CHARSET_ASCII},
+              {qzstr_tcvn3_get_utf16_str, QZSTR_CHARSET_UTF16},
+              {qzstr_tcvn3_get_tcvn3_str, QZSTR_CHARSET_TCVN3}}),
     make_row({"GBK", "CP936", "ZHS16GBK", 852, 2, false}, QZSTR_SLOTS(mswin936, ascii, mswin936),
              {{qzstr_mswin936_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
               {qzstr_mswin936_get_utf16_str, QZSTR_CHARSET_UTF16},
@@ -236,7 +237,7 @@ struct sought_name {
         }
     }
 
-  private:
+private:
     // CHOSEN: case is folded for ASCII letters only, whatever the locale.
     static char fold(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 0x20) : c; }
 };
@@ -244,7 +245,8 @@ struct sought_name {
 template <class Matches>
 int first_row(Matches matches) {
     int row = 0;
-    while (row < QZSTR_CHARSET_MAX && !matches(_charset_info[row])) ++row;
+    while (row < QZSTR_CHARSET_MAX && !matches(_charset_info[row]))
+        ++row;
     return row;
 }
 
@@ -253,7 +255,8 @@ int first_row(Matches matches) {
 // KEPT: an empty name finds SJIS, the first row whose Oracle name is empty.
 int qzstr_charset_get_id(char* str, int str_len) {
     const sought_name sought(str, str_len);
-    return first_row([&](const qzstr_charset_info_t& row) { return sought.is(row.name) || sought.is(row.ora_compat_name); });
+    return first_row(
+        [&](const qzstr_charset_info_t& row) { return sought.is(row.name) || sought.is(row.ora_compat_name); });
 }
 
 int qzstr_charset_get_id_from_canonical_name(char* str, int str_len) {

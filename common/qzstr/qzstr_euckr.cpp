@@ -56,7 +56,8 @@ struct euckr : double_byte<euckr>, decoders<euckr>, encoders<euckr>, ascii_reduc
     static bool starts_character(const uchar* p, offset_t offset) {
         if (offset == 0 || !leads.contains(p[offset])) return true;
         offset_t j = offset - 1;
-        while (j >= 1 && leads.contains(p[j])) --j;
+        while (j >= 1 && leads.contains(p[j]))
+            --j;
         // KEPT: byte 0 is never examined, stored positions depend on it: B0 A1 begins a character at offset 1.
         return j < 1 ? offset % 2 != 0 : (offset - j) % 2 != 0;
     }

@@ -9,9 +9,9 @@
 namespace qzstr::core {
 
 template <form Form, order Order>
-inline constexpr unit_layout layout_of =
-    Form == form::ucs4 ? (Order == order::big ? unit_layout::ucs4_big : unit_layout::ucs4_little)
-                       : (Order == order::big ? unit_layout::ucs2_big : unit_layout::ucs2_little);
+inline constexpr unit_layout layout_of = Form == form::ucs4
+                                             ? (Order == order::big ? unit_layout::ucs4_big : unit_layout::ucs4_little)
+                                             : (Order == order::big ? unit_layout::ucs2_big : unit_layout::ucs2_little);
 
 /// The bytes that take a second one when F decodes.
 template <class F>
@@ -25,7 +25,9 @@ constexpr const byte_set& decode_leads() {
 /// Whether F is a family of one- and two-byte characters for the fast routines. (A family says `widens` when each of its
 /// bytes is the code point of the same value.)
 template <class F>
-concept decodes_pairs = requires { F::leads; };
+concept decodes_pairs = requires {
+    F::leads;
+};
 
 /// The unit to which F decodes a sequence of `length` bytes in every form; `ask` when the forms differ, when it is not
 /// one BMP unit, or when it is malformed. In big-endian order, as the decoder stores it.
@@ -34,7 +36,8 @@ constexpr std::uint16_t decoded_cell(const uchar (&p)[4], int length) {
     const auto d2 = F::template decode<form::ucs2>(p, 4);
     const auto d4 = F::template decode<form::ucs4>(p, 4);
     const auto d16 = F::template decode<form::utf16>(p, 4);
-    const bool usual = d2.what == decltype(d2.what)::ok && d2.units == 1 && d2.consumed == length && d2.unit[0] <= 0xFFFF;
+    const bool usual =
+        d2.what == decltype(d2.what)::ok && d2.units == 1 && d2.consumed == length && d2.unit[0] <= 0xFFFF;
     const bool same = d4.what == d2.what && d4.units == 1 && d4.consumed == length && d4.unit[0] == d2.unit[0] &&
                       d16.what == d2.what && d16.units == 1 && d16.consumed == length && d16.unit[0] == d2.unit[0];
     return usual && same ? __builtin_bswap16(static_cast<std::uint16_t>(d2.unit[0])) : ask;
@@ -45,7 +48,8 @@ template <class F>
 struct pair_cells {
     static consteval int count_rows() {
         int rows = 0;
-        for (unsigned lead = 0; lead < 256; ++lead) rows += decode_leads<F>().contains(lead);
+        for (unsigned lead = 0; lead < 256; ++lead)
+            rows += decode_leads<F>().contains(lead);
         return rows;
     }
     std::uint32_t head[256] = {};

@@ -7,14 +7,26 @@
 
 namespace qzstr::core {
 
-constexpr bool is_ascii(unsigned b) { return b < 0x80; }
-constexpr bool is_upper(unsigned b) { return b - 'A' < 26; }
-constexpr bool is_lower(unsigned b) { return b - 'a' < 26; }
-constexpr uchar to_lower(uchar b) { return is_upper(b) ? static_cast<uchar>(b + 0x20) : b; }
-constexpr uchar to_upper(uchar b) { return is_lower(b) ? static_cast<uchar>(b - 0x20) : b; }
+constexpr bool is_ascii(unsigned b) {
+    return b < 0x80;
+}
+constexpr bool is_upper(unsigned b) {
+    return b - 'A' < 26;
+}
+constexpr bool is_lower(unsigned b) {
+    return b - 'a' < 26;
+}
+constexpr uchar to_lower(uchar b) {
+    return is_upper(b) ? static_cast<uchar>(b + 0x20) : b;
+}
+constexpr uchar to_upper(uchar b) {
+    return is_lower(b) ? static_cast<uchar>(b - 0x20) : b;
+}
 
 /// White space below 0x80: the same in every locale.
-constexpr bool is_space(unsigned b) { return b == ' ' || b - '\t' < 5; }
+constexpr bool is_space(unsigned b) {
+    return b == ' ' || b - '\t' < 5;
+}
 
 /// Letters and digits below 0x80; only for a control byte can a locale have another opinion.
 inline bool is_alnum(unsigned b) {

@@ -43,17 +43,25 @@ inline bool require(bool holds, const char* expr, const char* source, int line, 
 }
 
 /// The line of a function's n-th assertion (from 0).
-constexpr int nth(int first_line, int n) { return first_line != 0 ? first_line + n : 0; }
+constexpr int nth(int first_line, int n) {
+    return first_line != 0 ? first_line + n : 0;
+}
 
 /// Raises ERROR_NOT_IMPLEMENTED for an operation that a charset does not support.
 inline void refuse(const char* source, int line, const char* function) {
     qz_err_and_jmp(source, line, function, 0, 0, ERROR_NOT_IMPLEMENTED);
 }
 
-constexpr int at_least_0(int length) { return length > 0 ? length : 0; }
+constexpr int at_least_0(int length) {
+    return length > 0 ? length : 0;
+}
 
-inline const uchar* bytes(const char* str) { return reinterpret_cast<const uchar*>(str); }
-inline uchar* bytes(char* str) { return reinterpret_cast<uchar*>(str); }
+inline const uchar* bytes(const char* str) {
+    return reinterpret_cast<const uchar*>(str);
+}
+inline uchar* bytes(char* str) {
+    return reinterpret_cast<uchar*>(str);
+}
 
 /// How far a conversion got: bytes of the source, bytes of the target.
 struct progress {

@@ -41,7 +41,9 @@ namespace qzstr::core {
 
 #if defined(QZSTR_FORCE_LEVEL)
 #define QZSTR_RESOLVE(result, name, parameters, arguments)                                                             \
-    result name parameters { return QZSTR_FORCE_LEVEL::name arguments; }
+    result name parameters {                                                                                           \
+        return QZSTR_FORCE_LEVEL::name arguments;                                                                      \
+    }
 #else
 #define QZSTR_RESOLVE(result, name, parameters, arguments)                                                             \
     extern "C" __attribute__((visibility("hidden"))) QZSTR_BEFORE_RELOCATION auto qz_resolve_##name() {                \

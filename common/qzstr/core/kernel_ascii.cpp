@@ -14,8 +14,10 @@ void widen(const uchar* src, std::size_t n, uchar* dst) {
     constexpr std::size_t unit = unit_size<Form>;
     std::size_t i = 0;
     if constexpr (has_vectors && Form == form::ucs2)
-        for (; i + block::size <= n; i += block::size) block::load(src + i).template widen<Order>(dst + i * unit);
-    for (; i < n; ++i) store_unit<Form, Order>(dst + i * unit, src[i]);
+        for (; i + block::size <= n; i += block::size)
+            block::load(src + i).template widen<Order>(dst + i * unit);
+    for (; i < n; ++i)
+        store_unit<Form, Order>(dst + i * unit, src[i]);
 }
 
 template <form Form, order Order>
@@ -23,7 +25,8 @@ std::size_t narrow(const uchar* src, std::size_t n, uchar* dst) {
     constexpr std::size_t unit = unit_size<Form>;
     std::size_t i = 0;
     if constexpr (has_vectors && Form == form::ucs2)
-        while (i + block::size <= n && block::template narrow_ascii<Order>(src + i * unit, dst + i)) i += block::size;
+        while (i + block::size <= n && block::template narrow_ascii<Order>(src + i * unit, dst + i))
+            i += block::size;
     for (; i < n; ++i) {
         const char32_t c = load_unit<Form, Order>(src + i * unit);
         if (c >= 0x80) break;
@@ -40,7 +43,8 @@ std::size_t ascii_run(const uchar* p, std::size_t n) {
         for (; i + block::size <= n; i += block::size)
             if (const auto high = block::load(p + i).high_bits(); high != 0)
                 return i + static_cast<std::size_t>(std::countr_zero(high));
-    while (i < n && p[i] < 0x80) ++i;
+    while (i < n && p[i] < 0x80)
+        ++i;
     return i;
 }
 
@@ -52,25 +56,34 @@ std::size_t copy_ascii(const uchar* src, std::size_t n, uchar* dst) {
             b.store(dst + i);
             if (const auto high = b.high_bits(); high != 0) return i + static_cast<std::size_t>(std::countr_zero(high));
         }
-    for (; i < n && src[i] < 0x80; ++i) dst[i] = src[i];
+    for (; i < n && src[i] < 0x80; ++i)
+        dst[i] = src[i];
     return i;
 }
 
 void widen_bytes(unit_layout layout, const uchar* src, std::size_t n, uchar* dst) {
     switch (layout) {
-    case unit_layout::ucs2_big: return widen<form::ucs2, order::big>(src, n, dst);
-    case unit_layout::ucs2_little: return widen<form::ucs2, order::little>(src, n, dst);
-    case unit_layout::ucs4_big: return widen<form::ucs4, order::big>(src, n, dst);
-    case unit_layout::ucs4_little: return widen<form::ucs4, order::little>(src, n, dst);
+    case unit_layout::ucs2_big:
+        return widen<form::ucs2, order::big>(src, n, dst);
+    case unit_layout::ucs2_little:
+        return widen<form::ucs2, order::little>(src, n, dst);
+    case unit_layout::ucs4_big:
+        return widen<form::ucs4, order::big>(src, n, dst);
+    case unit_layout::ucs4_little:
+        return widen<form::ucs4, order::little>(src, n, dst);
     }
 }
 
 std::size_t narrow_ascii(unit_layout layout, const uchar* src, std::size_t n, uchar* dst) {
     switch (layout) {
-    case unit_layout::ucs2_big: return narrow<form::ucs2, order::big>(src, n, dst);
-    case unit_layout::ucs2_little: return narrow<form::ucs2, order::little>(src, n, dst);
-    case unit_layout::ucs4_big: return narrow<form::ucs4, order::big>(src, n, dst);
-    case unit_layout::ucs4_little: return narrow<form::ucs4, order::little>(src, n, dst);
+    case unit_layout::ucs2_big:
+        return narrow<form::ucs2, order::big>(src, n, dst);
+    case unit_layout::ucs2_little:
+        return narrow<form::ucs2, order::little>(src, n, dst);
+    case unit_layout::ucs4_big:
+        return narrow<form::ucs4, order::big>(src, n, dst);
+    case unit_layout::ucs4_little:
+        return narrow<form::ucs4, order::little>(src, n, dst);
     }
     return 0;
 }
@@ -81,7 +94,8 @@ std::size_t run_before(const uchar* p, std::size_t n, uchar b) {
         for (; i + block::size <= n; i += block::size)
             if (const auto hit = block::load(p + i).equal_to(b); hit != 0)
                 return i + static_cast<std::size_t>(std::countr_zero(hit));
-    while (i < n && p[i] != b) ++i;
+    while (i < n && p[i] != b)
+        ++i;
     return i;
 }
 
@@ -89,16 +103,19 @@ std::size_t trailing_run(const uchar* p, std::size_t n, uchar b) {
     std::size_t left = n;
     if constexpr (has_vectors)
         for (; left >= block::size; left -= block::size)
-            if (const auto other = ~block::load(p + left - block::size).equal_to(b); other != 0)
+            if (const auto other = static_cast<block::bits>(~block::load(p + left - block::size).equal_to(b));
+                other != 0)
                 return n - left + static_cast<std::size_t>(std::countl_zero(other));
-    while (left > 0 && p[left - 1] == b) --left;
+    while (left > 0 && p[left - 1] == b)
+        --left;
     return n - left;
 }
 
 void flip_letters(uchar first, uchar* p, std::size_t n) {
     std::size_t i = 0;
     if constexpr (has_vectors)
-        for (; i + block::size <= n; i += block::size) block::load(p + i).flip_letters(first).store(p + i);
+        for (; i + block::size <= n; i += block::size)
+            block::load(p + i).flip_letters(first).store(p + i);
     for (; i < n; ++i)
         if (static_cast<uchar>(p[i] - first) < 26) p[i] ^= 0x20;
 }

@@ -14,11 +14,16 @@ namespace qzstr::core::QZSTR_LEVEL {
 
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_plain
 
-moved decode_pairs(const pair_decoding&, unit_layout, const uchar*, std::size_t, uchar*, std::size_t) { return {}; }
-moved encode_pairs(const pair_encoding&, unit_layout, const uchar*, std::size_t, uchar*, std::size_t) { return {}; }
+moved decode_pairs(const pair_decoding&, unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
+    return {};
+}
+moved encode_pairs(const pair_encoding&, unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
+    return {};
+}
 moved skip_pairs(const byte_set& leads, const uchar* p, std::size_t n, std::size_t chars) {
     moved at{};
-    for (; at.read < n && at.written < chars; ++at.written) at.read += leads.contains(p[at.read]) ? 2 : 1;
+    for (; at.read < n && at.written < chars; ++at.written)
+        at.read += leads.contains(p[at.read]) ? 2 : 1;
     return at;
 }
 
@@ -45,10 +50,16 @@ std::uint64_t leads_among(std::uint64_t members, std::uint64_t carry) {
 }
 
 /// The bytes that begin a character: those that do not follow a lead.
-constexpr std::uint64_t starts_after(std::uint64_t leads, std::uint64_t carry) { return ~(leads << 1 | carry); }
+constexpr std::uint64_t starts_after(std::uint64_t leads, std::uint64_t carry) {
+    return ~(leads << 1 | carry);
+}
 
-constexpr std::uint64_t first_bits(std::size_t n) { return n >= 64 ? ~0ULL : (1ULL << n) - 1; }
-constexpr std::size_t lowest(std::uint64_t bits) { return static_cast<std::size_t>(std::countr_zero(bits)); }
+constexpr std::uint64_t first_bits(std::size_t n) {
+    return n >= 64 ? ~0ULL : (1ULL << n) - 1;
+}
+constexpr std::size_t lowest(std::uint64_t bits) {
+    return static_cast<std::size_t>(std::countr_zero(bits));
+}
 
 /// The last bytes of a text, with room to read a whole block and a trail.
 struct padded {
@@ -109,9 +120,11 @@ bool plain_ascii(const pair_decoding& plan, const uchar* p) {
 template <form Form, order Order>
 void widen_block(const uchar* p, uchar* dst) {
     if constexpr (Form == form::ucs2)
-        for (std::size_t i = 0; i < block_size; i += block::size) block::load(p + i).template widen<Order>(dst + 2 * i);
+        for (std::size_t i = 0; i < block_size; i += block::size)
+            block::load(p + i).template widen<Order>(dst + 2 * i);
     else
-        for (std::size_t i = 0; i < block_size; ++i) store_unit<Form, Order>(dst + 4 * i, p[i]);
+        for (std::size_t i = 0; i < block_size; ++i)
+            store_unit<Form, Order>(dst + 4 * i, p[i]);
 }
 
 template <form Form, order Order>
@@ -203,7 +216,8 @@ std::size_t nth_bit(std::uint64_t bits, std::size_t n) {
 #if QZSTR_LEVEL_NUMBER >= QZSTR_IS_avx2
     return lowest(_pdep_u64(1ULL << n, bits));
 #else
-    for (; n > 0; --n) bits &= bits - 1;
+    for (; n > 0; --n)
+        bits &= bits - 1;
     return lowest(bits);
 #endif
 }
@@ -213,10 +227,14 @@ std::size_t nth_bit(std::uint64_t bits, std::size_t n) {
 moved decode_pairs(const pair_decoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst,
                    std::size_t units) {
     switch (layout) {
-    case unit_layout::ucs2_big: return decode_pairs_as<form::ucs2, order::big>(plan, src, n, dst, units);
-    case unit_layout::ucs2_little: return decode_pairs_as<form::ucs2, order::little>(plan, src, n, dst, units);
-    case unit_layout::ucs4_big: return decode_pairs_as<form::ucs4, order::big>(plan, src, n, dst, units);
-    case unit_layout::ucs4_little: return decode_pairs_as<form::ucs4, order::little>(plan, src, n, dst, units);
+    case unit_layout::ucs2_big:
+        return decode_pairs_as<form::ucs2, order::big>(plan, src, n, dst, units);
+    case unit_layout::ucs2_little:
+        return decode_pairs_as<form::ucs2, order::little>(plan, src, n, dst, units);
+    case unit_layout::ucs4_big:
+        return decode_pairs_as<form::ucs4, order::big>(plan, src, n, dst, units);
+    case unit_layout::ucs4_little:
+        return decode_pairs_as<form::ucs4, order::little>(plan, src, n, dst, units);
     }
     return {};
 }
@@ -224,10 +242,14 @@ moved decode_pairs(const pair_decoding& plan, unit_layout layout, const uchar* s
 moved encode_pairs(const pair_encoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst,
                    std::size_t room) {
     switch (layout) {
-    case unit_layout::ucs2_big: return encode_pairs_as<form::ucs2, order::big>(plan, src, n, dst, room);
-    case unit_layout::ucs2_little: return encode_pairs_as<form::ucs2, order::little>(plan, src, n, dst, room);
-    case unit_layout::ucs4_big: return encode_pairs_as<form::ucs4, order::big>(plan, src, n, dst, room);
-    case unit_layout::ucs4_little: return encode_pairs_as<form::ucs4, order::little>(plan, src, n, dst, room);
+    case unit_layout::ucs2_big:
+        return encode_pairs_as<form::ucs2, order::big>(plan, src, n, dst, room);
+    case unit_layout::ucs2_little:
+        return encode_pairs_as<form::ucs2, order::little>(plan, src, n, dst, room);
+    case unit_layout::ucs4_big:
+        return encode_pairs_as<form::ucs4, order::big>(plan, src, n, dst, room);
+    case unit_layout::ucs4_little:
+        return encode_pairs_as<form::ucs4, order::little>(plan, src, n, dst, room);
     }
     return {};
 }
@@ -237,7 +259,8 @@ moved skip_pairs(const byte_set& set, const uchar* p, std::size_t n, std::size_t
     std::uint64_t carry = 0;
     while (base < n && passed < chars) {
         const std::size_t taken = n - base < block_size ? n - base : block_size;
-        const std::uint64_t in_set = taken < block_size ? members(set, padded(p + base, taken).bytes) : members(set, p + base);
+        const std::uint64_t in_set =
+            taken < block_size ? members(set, padded(p + base, taken).bytes) : members(set, p + base);
         const std::uint64_t leads = leads_among(in_set, carry);
         const std::uint64_t start = starts_after(leads, carry) & first_bits(taken);
         const auto here = static_cast<std::size_t>(std::popcount(start));

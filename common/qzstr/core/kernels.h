@@ -20,10 +20,10 @@ enum class unit_layout { ucs2_big, ucs2_little, ucs4_big, ucs4_little };
 
 /// Decoding of one- and two-byte characters by one table read a character.
 struct pair_decoding {
-    const std::uint32_t* head;  ///< for a first byte: cell index << 8 | mask for the second byte
-    const std::uint16_t* cell;  ///< units in big-endian order; `ask` where the exact routine must look
-    const byte_set* leads;      ///< what takes a second byte
-    uchar unlike_ascii[2];      ///< bytes below 0x80 that are not themselves (0xFF: none)
+    const std::uint32_t* head; ///< for a first byte: cell index << 8 | mask for the second byte
+    const std::uint16_t* cell; ///< units in big-endian order; `ask` where the exact routine must look
+    const byte_set* leads;     ///< what takes a second byte
+    uchar unlike_ascii[2];     ///< bytes below 0x80 that are not themselves (0xFF: none)
 };
 
 /// Encoding into one or two bytes by one table read a unit.
@@ -63,7 +63,7 @@ inline constexpr std::uint16_t ask = 0xFFFF;
     K(moved, skip_pairs, (const byte_set& leads, const uchar* p, std::size_t n, std::size_t chars),                    \
       (leads, p, n, chars))                                                                                            \
     /* Changes the case of ASCII letters in n bytes: of those from `first` to `first` + 25, in the other case. */      \
-    K(void, flip_letters, (uchar first, uchar* p, std::size_t n), (first, p, n))
+    K(void, flip_letters, (uchar first, uchar * p, std::size_t n), (first, p, n))
 
 #define QZSTR_DECLARE_KERNEL(result, name, parameters, arguments) result name parameters;
 QZSTR_KERNELS(QZSTR_DECLARE_KERNEL)

@@ -64,11 +64,16 @@ struct letter_case {
         uchar* const p = bytes(str);
         const offset_t len = at_least_0(str_len);
         switch (case_type) {
-        case QZSTR_CASE_LOWER: return each_single(p, len, step, [](uchar& b) { b = Letters::lower(b); });
-        case QZSTR_CASE_UPPER: return each_single(p, len, step, [](uchar& b) { b = Letters::upper(b); });
-        case QZSTR_CASE_INITCAP: return init_cap<Letters>(p, len, step);
-        case QZSTR_CASE_TRIM_UPPER: return trim_upper<Letters>(p, len, step);
-        default: require(false, "false", F::where.source, F::where.convert_case);
+        case QZSTR_CASE_LOWER:
+            return each_single(p, len, step, [](uchar& b) { b = Letters::lower(b); });
+        case QZSTR_CASE_UPPER:
+            return each_single(p, len, step, [](uchar& b) { b = Letters::upper(b); });
+        case QZSTR_CASE_INITCAP:
+            return init_cap<Letters>(p, len, step);
+        case QZSTR_CASE_TRIM_UPPER:
+            return trim_upper<Letters>(p, len, step);
+        default:
+            require(false, "false", F::where.source, F::where.convert_case);
         }
     }
 };

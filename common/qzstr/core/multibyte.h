@@ -66,7 +66,8 @@ inline void store_prefix(prefix cut, int* byte_pos, int* real_dis_size, uchar* d
 /// character.
 inline bool ends_even_high_run(const uchar* p, offset_t offset) {
     offset_t run = 0;
-    while (run <= offset && p[offset - run] >= 0x80) ++run;
+    while (run <= offset && p[offset - run] >= 0x80)
+        ++run;
     return run % 2 == 0;
 }
 
@@ -74,7 +75,8 @@ inline bool ends_even_high_run(const uchar* p, offset_t offset) {
 /// always begins a character, so only the run of leads before the offset matters.
 inline bool walk_lands_on(const byte_set& leads, const uchar* p, offset_t offset) {
     offset_t run = 0;
-    while (run < offset && leads.contains(p[offset - run - 1])) ++run;
+    while (run < offset && leads.contains(p[offset - run - 1]))
+        ++run;
     return run % 2 == 0;
 }
 
@@ -123,22 +125,24 @@ struct multibyte {
 
     static void get_byte_pos_with_disp_size(char* str, int byte_len, int dis_size, int* byte_pos, int* real_dis_size,
                                             uchar* disp_size_is_less) {
-        store_prefix(F::cut(bytes(str), byte_len, at_least_0(dis_size)), byte_pos, real_dis_size, disp_size_is_less);
+        store_prefix(F::fit(bytes(str), byte_len, at_least_0(dis_size)), byte_pos, real_dis_size, disp_size_is_less);
     }
 
     /// The walks behind the slots, by F's steps.
     static offset_t characters(const uchar* p, offset_t len) {
         offset_t count = 0;
-        for (offset_t at = 0; at < len; ++count) at += F::step(p + at, len - at);
+        for (offset_t at = 0; at < len; ++count)
+            at += F::step(p + at, len - at);
         return count;
     }
     static offset_t bytes_of(const uchar* p, offset_t chars) {
         offset_t at = 0;
-        for (; chars > 0; --chars) at += F::step(p + at, unbounded);
+        for (; chars > 0; --chars)
+            at += F::step(p + at, unbounded);
         return at;
     }
     static char_position find(const uchar* p, offset_t len, offset_t n) { return find_char(p, len, n, F::step); }
-    static prefix cut(const uchar* p, offset_t len, offset_t limit) {
+    static prefix fit(const uchar* p, offset_t len, offset_t limit) {
         return cut_to_columns(p, len, limit, F::step, F::columns);
     }
 
@@ -149,7 +153,7 @@ struct multibyte {
         return F::is_char_leading_byte(str, offset) != 0 && qzstr_ascii_isspace(str, offset) != 0 ? 1 : 0;
     }
 
-  protected:
+protected:
     static bool has_offset(const char* str, int byte_offset, int line) {
         const bool has_str = require(str != nullptr, "str != NULL", F::where.source, line);
         return require(byte_offset >= 0, "byte_offset >= 0", F::where.source, nth(line, 1)) && has_str;
@@ -182,7 +186,8 @@ struct double_byte : multibyte<F> {
     static offset_t bytes_of(const uchar* p, offset_t chars) {
         offset_t at = 0;
         while (chars > 0) {
-            const moved m = skip_pairs(F::leads, p + at, static_cast<std::size_t>(chars), static_cast<std::size_t>(chars));
+            const moved m =
+                skip_pairs(F::leads, p + at, static_cast<std::size_t>(chars), static_cast<std::size_t>(chars));
             at += static_cast<offset_t>(m.read);
             chars -= static_cast<offset_t>(m.written);
         }
@@ -202,7 +207,7 @@ struct double_byte : multibyte<F> {
     }
 
     /// A column is a byte, so only the character at the limit matters; a lead alone at the end takes no column.
-    static prefix cut(const uchar* p, offset_t len, offset_t limit) {
+    static prefix fit(const uchar* p, offset_t len, offset_t limit) {
         if (len < 1) return {};
         const offset_t at = limit < len ? limit : len;
         const bool splits = !walk_lands_on(F::leads, p, at);

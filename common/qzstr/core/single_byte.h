@@ -57,7 +57,7 @@ struct single_byte_positions {
     }
     static offset_t case_step(const uchar*, offset_t) { return 1; }
 
-  private:
+private:
     static void check_offset(const char* str, int byte_offset) {
         require(str != nullptr, "str != NULL", F::where.source, 0);
         require(byte_offset >= 0, "byte_offset >= 0", F::where.source, 0);

@@ -5,7 +5,9 @@
 #include "core/contract.h"
 
 #define QZSTR_EXPORT_SLOT(result, cs, operation, field, parameters, arguments)                                         \
-    result qzstr_##cs##_##operation parameters { return qzstr::families::cs::operation arguments; }
+    result qzstr_##cs##_##operation parameters {                                                                       \
+        return qzstr::families::cs::operation arguments;                                                               \
+    }
 #define QZSTR_EXPORT_CELL(cs, target)                                                                                  \
     conv_status_t qzstr_##cs##_get_##target##_str QZSTR_CELL_PARAMETERS {                                              \
         return qzstr::families::cs::get_##target##_str QZSTR_CELL_ARGUMENTS;                                           \

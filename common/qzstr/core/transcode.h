@@ -18,12 +18,18 @@ struct decoded {
     outcome what;
 };
 
-constexpr decoded one(char32_t c, int consumed) { return {{c, 0}, 1, static_cast<uchar>(consumed), outcome::ok}; }
+constexpr decoded one(char32_t c, int consumed) {
+    return {{c, 0}, 1, static_cast<uchar>(consumed), outcome::ok};
+}
 constexpr decoded two(char32_t a, char32_t b, int consumed) {
     return {{a, b}, 2, static_cast<uchar>(consumed), outcome::ok};
 }
-constexpr decoded bad(int consumed) { return {{replacement, 0}, 1, static_cast<uchar>(consumed), outcome::bad}; }
-constexpr decoded cut() { return {{0, 0}, 0, 0, outcome::cut}; }
+constexpr decoded bad(int consumed) {
+    return {{replacement, 0}, 1, static_cast<uchar>(consumed), outcome::bad};
+}
+constexpr decoded cut() {
+    return {{0, 0}, 0, 0, outcome::cut};
+}
 /// A character beyond the BMP in the asked form; UCS-2 cannot hold it.
 template <form Form>
 constexpr decoded supplementary(char32_t c, int consumed) {
@@ -44,23 +50,34 @@ struct encoded {
     outcome what;
 };
 
-constexpr encoded single(unsigned b) { return {{static_cast<uchar>(b)}, 1, 1, 1, outcome::ok}; }
+constexpr encoded single(unsigned b) {
+    return {{static_cast<uchar>(b)}, 1, 1, 1, outcome::ok};
+}
 constexpr encoded pair(unsigned lead, unsigned trail) {
     return {{static_cast<uchar>(lead), static_cast<uchar>(trail)}, 2, 2, 1, outcome::ok};
 }
-constexpr encoded pair(unsigned code) { return pair(code >> 8, code & 0xFF); }
+constexpr encoded pair(unsigned code) {
+    return pair(code >> 8, code & 0xFF);
+}
 constexpr encoded triple(unsigned a, unsigned b, unsigned c) {
     return {{static_cast<uchar>(a), static_cast<uchar>(b), static_cast<uchar>(c)}, 3, 3, 1, outcome::ok};
 }
 constexpr encoded quad(unsigned a, unsigned b, unsigned c, unsigned d) {
     return {{static_cast<uchar>(a), static_cast<uchar>(b), static_cast<uchar>(c), static_cast<uchar>(d)},
-            4, 4, 1, outcome::ok};
+            4,
+            4,
+            1,
+            outcome::ok};
 }
-constexpr encoded unmappable() { return {{'?'}, 1, 1, 1, outcome::bad}; }
+constexpr encoded unmappable() {
+    return {{'?'}, 1, 1, 1, outcome::bad};
+}
 
 /// Bytes or units that the exact routine takes before the fast one is tried again: one character when the fast one got
 /// far, a stretch when it hardly moved.
-constexpr offset_t exact_stretch(offset_t moved) { return moved >= 32 ? 1 : 32; }
+constexpr offset_t exact_stretch(offset_t moved) {
+    return moved >= 32 ? 1 : 32;
+}
 
 /// Decodes until the source is used up, is cut inside a character, or the target has no room for the next character.
 template <class F, form Form, order Order>
@@ -75,7 +92,8 @@ conv_status_t decode(const uchar* src, offset_t len, uchar* dst, offset_t size, 
             if (size - at.written < unit) return status | stopped;
             const decoded d = F::template decode<Form>(src + at.read, len - at.read);
             if (d.what == outcome::cut || size - at.written < d.units * unit) return status | stopped;
-            for (int i = 0; i < d.units; ++i) store_unit<Form, Order>(dst + at.written + i * unit, d.unit[i]);
+            for (int i = 0; i < d.units; ++i)
+                store_unit<Form, Order>(dst + at.written + i * unit, d.unit[i]);
             if (d.what == outcome::bad) status |= replaced;
             at.written += d.units * unit;
             at.read += d.consumed;
@@ -96,8 +114,7 @@ conv_status_t encode(const uchar* src, offset_t len, uchar* dst, offset_t size, 
         const offset_t until = at.read + exact_stretch(at.read - before);
         while (len - at.read >= unit && at.read < until) {
             const uchar* const p = src + at.read;
-            const char32_t next =
-                len - at.read >= 2 * unit ? load_unit<Form, Order>(p + unit) & mask : none;
+            const char32_t next = len - at.read >= 2 * unit ? load_unit<Form, Order>(p + unit) & mask : none;
             const encoded e = F::template encode<Form>(load_unit<Form, Order>(p) & mask, next);
             if (size - at.written < e.room) return status | stopped;
             std::memcpy(dst + at.written, e.byte, e.bytes);
@@ -158,7 +175,8 @@ struct ascii_reduction {
         (void)from_charset;
         (void)to_charset;
         progress at;
-        if (!require_buffers(str, "str != NULL", buf, "buf != NULL", write_len, F::where.source, F::where.get_ascii_str))
+        if (!require_buffers(str, "str != NULL", buf, "buf != NULL", write_len, F::where.source,
+                             F::where.get_ascii_str))
             return report(exact, at, read_len, write_len);
         const conv_status_t status = recode<F::ascii_is_itself>(bytes(str), at_least_0(str_len), bytes(buf),
                                                                 at_least_0(buf_size), at, F::reduce);
@@ -190,7 +208,7 @@ struct decoders {
         return to_ucs2(str, str_len, buf, buf_size, read_len, write_len, 1);
     }
 
-  protected:
+protected:
     template <form Form>
     static conv_status_t run(char* str, int str_len, char* out, const char* out_expr, int size, int* read_len,
                              int* write_len, uchar is_big_end, int line) {
@@ -223,7 +241,7 @@ struct encoders {
                                : from_ucs4(wcs, wcs_len, str, str_buf_size, read_len, write_len, 0);
     }
 
-  protected:
+protected:
     template <form Form>
     static conv_status_t run(char* in, const char* in_expr, int in_len, char* str, int size, int* read_len,
                              int* write_len, uchar is_big_end, int line) {

@@ -55,7 +55,8 @@ struct block {
     template <order Order>
     static bool narrow_ascii(const uchar* src, uchar* dst) {
         const __m512i a = _mm512_loadu_si512(src), b = _mm512_loadu_si512(src + 64);
-        const __m512i not_ascii = _mm512_set1_epi16(Order == order::big ? static_cast<short>(0x80FF) : static_cast<short>(0xFF80));
+        const __m512i not_ascii =
+            _mm512_set1_epi16(Order == order::big ? static_cast<short>(0x80FF) : static_cast<short>(0xFF80));
         if (_mm512_test_epi16_mask(_mm512_or_si512(a, b), not_ascii) != 0) return false;
         constexpr int shift = Order == order::big ? 8 : 0;
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), _mm512_cvtepi16_epi8(_mm512_srli_epi16(a, shift)));
@@ -96,7 +97,8 @@ struct block {
     template <order Order>
     static bool narrow_ascii(const uchar* src, uchar* dst) {
         const __m256i a = load(src).v, b = load(src + 32).v;
-        const __m256i not_ascii = _mm256_set1_epi16(Order == order::big ? static_cast<short>(0x80FF) : static_cast<short>(0xFF80));
+        const __m256i not_ascii =
+            _mm256_set1_epi16(Order == order::big ? static_cast<short>(0x80FF) : static_cast<short>(0xFF80));
         if (!_mm256_testz_si256(_mm256_or_si256(a, b), not_ascii)) return false;
         constexpr int shift = Order == order::big ? 8 : 0;
         const __m256i packed = _mm256_packus_epi16(_mm256_srli_epi16(a, shift), _mm256_srli_epi16(b, shift));
@@ -135,7 +137,8 @@ struct block {
     template <order Order>
     static bool narrow_ascii(const uchar* src, uchar* dst) {
         const __m128i a = load(src).v, b = load(src + 16).v;
-        const __m128i not_ascii = _mm_set1_epi16(Order == order::big ? static_cast<short>(0x80FF) : static_cast<short>(0xFF80));
+        const __m128i not_ascii =
+            _mm_set1_epi16(Order == order::big ? static_cast<short>(0x80FF) : static_cast<short>(0xFF80));
         const __m128i found = _mm_and_si128(_mm_or_si128(a, b), not_ascii);
         if (block{_mm_cmpeq_epi8(found, _mm_setzero_si128())}.high_bits() != 0xFFFF) return false;
         constexpr int shift = Order == order::big ? 8 : 0;
@@ -159,7 +162,9 @@ struct block {
     template <order Order>
     void widen(uchar*) const {}
     template <order Order>
-    static bool narrow_ascii(const uchar*, uchar*) { return false; }
+    static bool narrow_ascii(const uchar*, uchar*) {
+        return false;
+    }
 };
 
 #endif
