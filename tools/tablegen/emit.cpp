@@ -23,11 +23,9 @@ ElementText text_of(Element element) {
     case Element::u16:
         return {"std::uint16_t", 4, 0xFFFF};
     case Element::u32:
-        return {"std::uint32_t", 5, 0xFFFFFFFF};
-    case Element::i32:
         break;
     }
-    return {"std::int32_t", 0, 0xFFFFFFFF};
+    return {"std::uint32_t", 5, 0xFFFFFFFF};
 }
 
 } // namespace
@@ -72,7 +70,7 @@ void Header::values(Element element, const std::string& name, const std::vector<
     std::vector<std::string> items;
     for (std::uint32_t value : values) {
         if (value > text.limit) fail(name + ": " + hex(value, 1) + " does not fit");
-        items.push_back(text.digits == 0 ? std::to_string(static_cast<std::int32_t>(value)) : hex(value, text.digits));
+        items.push_back(hex(value, text.digits));
     }
     array(text.type, name, items);
 }

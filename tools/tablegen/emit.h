@@ -7,7 +7,7 @@
 
 namespace tablegen {
 
-enum class Element { u8, u16, u32, i32 };
+enum class Element { u8, u16, u32 };
 
 struct Summary {
     std::uint16_t idx = 0;

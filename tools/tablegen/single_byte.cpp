@@ -7,12 +7,6 @@ namespace tablegen {
 
 namespace {
 
-struct FromPage {
-    std::string suffix;
-    std::uint32_t first;
-    std::uint32_t last;
-};
-
 struct Member {
     const char* family;    // as in qzstr_<family>_to_ucs2, and the mapping file
     const char* code_page; // prefix of the conversion tables
@@ -32,16 +26,16 @@ constexpr Member members[] = {
 };
 
 /// The Windows-1251 pages are fixed; the three single code points make pages of one entry.
-const std::vector<FromPage> cp1251_pages = {{"00", 0x00A0, 0x00BF},   {"04", 0x0400, 0x0497},
-                                            {"20", 0x2010, 0x203F},   {"20ac", 0x20AC, 0x20AC},
-                                            {"2116", 0x2116, 0x2116}, {"2122", 0x2122, 0x2122}};
+const std::vector<BackwardPage> cp1251_pages = {{"00", 0x00A0, 0x00BF},   {"04", 0x0400, 0x0497},
+                                                {"20", 0x2010, 0x203F},   {"20ac", 0x20AC, 0x20AC},
+                                                {"2116", 0x2116, 0x2116}, {"2122", 0x2122, 0x2122}};
 
 using Codes = std::map<std::uint32_t, std::uint32_t>;
 
 /// Pages that follow the data: a new one begins where a longer gap would only hold zeros.
-std::vector<FromPage> partition(const Codes& codes) {
+std::vector<BackwardPage> partition(const Codes& codes) {
     constexpr std::uint32_t longest_gap = 64;
-    std::vector<FromPage> pages;
+    std::vector<BackwardPage> pages;
     std::set<std::string> suffixes;
     for (const auto& [unicode, code] : codes) {
         if (!pages.empty() && unicode - pages.back().last <= longest_gap) {
@@ -82,10 +76,10 @@ std::vector<std::uint32_t> code_points(const Mapping& mapping, std::size_t first
 }
 
 void from_unicode(Header& header, const std::string& code_page, const Codes& codes,
-                  const std::vector<FromPage>& pages) {
+                  const std::vector<BackwardPage>& pages) {
     std::size_t placed = 0;
     std::vector<Page> list;
-    for (const FromPage& page : pages) {
+    for (const BackwardPage& page : pages) {
         const std::string name = code_page + "_page" + page.suffix;
         const std::vector<std::uint32_t> bytes = bytes_of(codes, page.first, page.last, 0);
         header.values(Element::u8, name, bytes);
@@ -151,8 +145,8 @@ Header tcvn3(const MappingDirectory& mappings) {
     const Codes codes = high_codes(mapping);
     header.values(Element::u16, "tcvn3_2uni_page", code_points(mapping, 0x80));
     std::size_t placed = 0;
-    for (const FromPage& page :
-         {FromPage{"1", 0x00C0, 0x00FE}, FromPage{"2", 0x0100, 0x01BE}, FromPage{"3", 0x1EA0, 0x1EFE}}) {
+    for (const BackwardPage& page :
+         {BackwardPage{"1", 0x00C0, 0x00FE}, BackwardPage{"2", 0x0100, 0x01BE}, BackwardPage{"3", 0x1EA0, 0x1EFE}}) {
         const std::vector<std::uint32_t> bytes = bytes_of(codes, page.first, page.last, '?');
         header.values(Element::u8, "tcvn3_uni2idx_page" + page.suffix, bytes);
         for (std::uint32_t byte : bytes)

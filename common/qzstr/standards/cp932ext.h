@@ -9,8 +9,7 @@ namespace qzstr {
 
 /// Code point of a lead byte and a trail index (see `shift_jis_trail_index`), `no_character` when unmapped.
 constexpr std::uint16_t qzstr_cp932ext_to_ucs2(unsigned lead, std::uint32_t trail_index) {
-    if (trail_index >= 188) return no_character;
-    return paged_value<tables::cp932ext_2uni_pages>((lead - (lead < 0xE0 ? 0x81 : 0xC1)) * 188 + trail_index);
+    return paged_value<tables::cp932ext_2uni_pages>(shift_jis_index(lead, trail_index));
 }
 
 /// The two bytes (lead in the high byte), 0 when unmapped.

@@ -51,12 +51,13 @@ constexpr std::uint32_t gb18030_linear(unsigned b1, unsigned b2, unsigned b3, un
 inline constexpr std::uint32_t gb18030_swapped_linear = 7457;
 inline constexpr std::uint32_t gb18030_swapped_code_point = 0xE7C7;
 
-/// Code point of a four-byte code of the BMP block (leads 0x81..0x84), `no_character` when it is none. U+FFFF is none either.
+/// Code point of a four-byte code of the BMP block (leads 0x81..0x84), `no_character` when it is none.
 constexpr std::uint16_t qzstr_gb18030uni_to_ucs2(std::uint32_t linear) {
     if (linear == gb18030_swapped_linear) return gb18030_swapped_code_point;
     const int row = gb18030_row(tables::gb18030uni_charset2uni_ranges, linear);
     if (row < 0) return no_character;
     const std::uint32_t wc = linear + tables::gb18030uni_ranges[row];
+    // KEPT: U+FFFF is encoded but never decoded.
     return wc > 0xFFFE ? no_character : static_cast<std::uint16_t>(wc);
 }
 

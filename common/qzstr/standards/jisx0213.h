@@ -81,6 +81,7 @@ constexpr std::uint16_t qzstr_euc_jisx0213_compose(std::uint32_t base, std::uint
     return jisx0213_compose<tables::euc_jisx0213_comp_table_data>(base, mark);
 }
 
+// CHOSEN: parts of pairs must reach the composition step, and U+2015 is the one character that JIS X 0213 codes otherwise.
 /// Whether the Shift-JIS encoder must leave a JIS X 0208 character to JIS X 0213.
 constexpr bool qzstr_sjis_x0213_chk_ucs(std::uint32_t wc) {
     for (std::uint16_t excluded : tables::sjis_x0213_chk_ucs)

@@ -17,6 +17,12 @@ constexpr unsigned shift_jis_trail(std::uint32_t index) {
     return index + (index < 63 ? 0x40 : 0x41);
 }
 
+/// Linear index of a lead byte and a trail index, 188 in a row; no_index for bytes that lead no pair.
+constexpr std::uint32_t shift_jis_index(unsigned lead, std::uint32_t trail_index) {
+    const bool is_lead = lead - 0x81 < 0x1F || lead - 0xE0 < 0x1D;
+    return is_lead && trail_index < 188 ? (lead - (lead < 0xE0 ? 0x81 : 0xC1)) * 188 + trail_index : no_index;
+}
+
 /// A position in the grid of rows that leads 0x81..0x9F and 0xE0..0xFC number; both count from 0.
 struct shift_jis_cell {
     std::uint32_t row;
