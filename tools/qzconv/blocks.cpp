@@ -1,0 +1,243 @@
+#include "blocks.h"
+
+#include "catalogue.h"
+#include "failure.h"
+#include "marks.h"
+
+#include <algorithm>
+#include <cstring>
+#include <fmt/format.h>
+
+namespace qzconv {
+
+namespace {
+
+/// A single byte gives at most 8 bytes: designator, shift, two bytes and shift of ISO-2022-KR.
+constexpr std::size_t worst_growth = 8, slack = 64;
+/// Text that a cut found by converting leaves behind itself, in units of the target; more than any form is long.
+constexpr std::size_t held_back = 16;
+
+bool is_japanese(qzstr_charset_t charset) {
+    switch (charset) {
+    case QZSTR_CHARSET_SJIS:
+    case QZSTR_CHARSET_SJIS_TILDE:
+    case QZSTR_CHARSET_MSWIN932:
+    case QZSTR_CHARSET_MSWIN932_TILDE:
+    case QZSTR_CHARSET_EUCJP:
+    case QZSTR_CHARSET_EUCJP_TILDE:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool is_big5_like(qzstr_charset_t charset) {
+    return charset == QZSTR_CHARSET_MSWIN950 || charset == QZSTR_CHARSET_ZHT16BIG5 ||
+           charset == QZSTR_CHARSET_ZHT16MSWIN950;
+}
+
+unsigned unit_at(std::string_view text, std::size_t offset, std::size_t size) {
+    unsigned unit = 0;
+    for (std::size_t byte = 0; byte < size; ++byte)
+        unit = unit << 8 | static_cast<unsigned char>(text[offset + byte]);
+    return unit;
+}
+
+bool is_ascii(char c) {
+    return static_cast<unsigned char>(c) < 0x80;
+}
+
+} // namespace
+
+BlockConverter::BlockConverter(qzstr_charset_t from, qzstr_charset_t to)
+    : from_(from), to_(to), cell_(info(from).qzstr_get_another_charset_str_fn[to]) {
+    if (from == to) return; // bytes are copied, in any state
+    if (from == QZSTR_CHARSET_ISO2022KR) source_shift_.emplace();
+    if (to == QZSTR_CHARSET_ISO2022KR && from != QZSTR_CHARSET_ASCII) target_shift_.emplace(from);
+}
+
+void BlockConverter::reserve(std::size_t source_size) {
+    const std::size_t size = source_size * worst_growth + slack;
+    if (size <= target_size_) return;
+    if (size > static_cast<std::size_t>(INT32_MAX)) throw Failure("a block of the text is too long to convert");
+    target_ = std::make_unique_for_overwrite<char[]>(size);
+    target_size_ = size;
+}
+
+BlockConverter::Step BlockConverter::run(std::string_view text, char* target, std::size_t target_size) {
+    char* source = const_cast<char*>(text.data()); // the interface has no const; one cell rewrites its source
+    const bool rewrites_source = from_ == QZSTR_CHARSET_ASCII && to_ == QZSTR_CHARSET_US8ICL;
+    if (rewrites_source) source = rewritten_.assign(text).data();
+    int read = 0, written = 0;
+    const conv_status_t status = cell_(from_, source, static_cast<int>(text.size()), to_, target,
+                                       static_cast<int>(target_size), &read, &written);
+    if (rewrites_source) std::memcpy(target, source, static_cast<std::size_t>(written));
+    return {status, static_cast<std::size_t>(read), static_cast<std::size_t>(written)};
+}
+
+/// The Big5-like reductions to ASCII repeat "?" for a high byte that is no lead until the target is full. Each such byte
+/// becomes one "?" here. The windows keep the cost of finding one small.
+BlockConverter::Step BlockConverter::run_stepping_over_stuck_bytes(std::string_view text) {
+    constexpr std::size_t first_window = 64, last_window = 64 * 1024;
+    Step all{0, 0, 0};
+    for (std::size_t window = first_window; all.read < text.size();) {
+        const std::string_view part = text.substr(all.read, window);
+        Step step = run(part, target_.get() + all.written, part.size());
+        const bool stuck = step.read < part.size() && step.written == part.size();
+        if (stuck) step = run(part.substr(0, step.read), target_.get() + all.written, part.size());
+        all = {all.status | step.status, all.read + step.read, all.written + step.written};
+        if (stuck) {
+            target_[all.written++] = '?';
+            all.read += 1;
+            all.status |= QZSTR_CONV_REPLACED;
+        } else if (step.read == 0) {
+            break; // the text ends inside a character
+        }
+        window = stuck ? first_window : std::min(window * 2, last_window);
+    }
+    return all;
+}
+
+std::string_view BlockConverter::with_prefix(std::string_view text, std::string& joined) const {
+    if (source_shift_) joined = source_shift_->prefix();
+    if (target_shift_) joined = target_shift_->prefix();
+    if (joined.empty()) return text;
+    return joined += text;
+}
+
+Block BlockConverter::convert(std::string_view text, bool at_end) {
+    reserve(text.size() + slack);
+    Block block;
+    if (at_end && text.empty() && target_shift_) block.output = target_shift_->closing();
+    const std::size_t cut = at_end ? text.size() : safe_cut(text);
+    if (cut == 0) return block;
+
+    std::string joined;
+    const std::string_view source = with_prefix(text.substr(0, cut), joined);
+    const std::size_t prefix = source.size() - cut;
+    const bool may_get_stuck = is_big5_like(from_) && (to_ == QZSTR_CHARSET_ASCII || to_ == QZSTR_CHARSET_TCVN3);
+    const Step step = may_get_stuck ? run_stepping_over_stuck_bytes(source) : run(source, target_.get(), target_size_);
+    // A decoder may count one byte behind the end for a form that the text ends inside.
+    const std::size_t read = std::min(step.read, source.size());
+    if (read < prefix) return block;
+    block.consumed = read - prefix;
+    block.output = {target_.get(), step.written};
+
+    const std::string_view converted = source.substr(0, read);
+    if (step.status & QZSTR_CONV_REPLACED) {
+        const std::size_t before = count_replacement_marks(from_, converted);
+        const std::size_t after = count_replacement_marks(to_, block.output);
+        block.replacements = after > before ? after - before : 1;
+        block.malformed = holds_undefined_bytes(from_, converted);
+    }
+    block.characters = count_characters(converted) - (target_shift_ ? count_characters(source.substr(0, prefix)) : 0);
+    if (source_shift_) source_shift_->pass(text.substr(0, block.consumed));
+    if (target_shift_) {
+        const std::size_t unit = from_ == QZSTR_CHARSET_UTF16 ? 2 : 1;
+        const bool literal = read >= unit && unit_at(converted, read - unit, unit) == 0x0F;
+        block.output = target_shift_->pass(block.output, literal, at_end);
+    }
+    return block;
+}
+
+std::size_t BlockConverter::count_characters(std::string_view text) {
+    char* const bytes = const_cast<char*>(text.data());
+    const int length = static_cast<int>(text.size());
+    if (from_ == QZSTR_CHARSET_ISO2022KR) {
+        std::string units(text.size() * 2 + 2, '\0');
+        int read = 0, written = 0;
+        info(from_).qzstr_to_ucs2_fn(bytes, length, units.data(), static_cast<int>(units.size()), &read, &written, 1);
+        return static_cast<std::size_t>(written) / 2;
+    }
+    if (info(from_).max_bytes_per_char == 1) return text.size(); // their count_char ends at a NUL
+    return static_cast<std::size_t>(info(from_).qzstr_count_char_fn(bytes, length));
+}
+
+/// Five marks join the character before them in the Japanese rows.
+bool BlockConverter::joins(unsigned unit) const {
+    return is_japanese(to_) && (unit == 0x0300 || unit == 0x0301 || unit == 0x02E5 || unit == 0x02E9 || unit == 0x309A);
+}
+
+std::size_t BlockConverter::safe_cut(std::string_view text) {
+    if (from_ == to_ || info(from_).max_bytes_per_char == 1) return text.size();
+    std::size_t cut = 0;
+    if (from_ == QZSTR_CHARSET_UTF16)
+        cut = cut_between_units(text);
+    else if (from_ == QZSTR_CHARSET_ISO2022KR)
+        cut = cut_after_control(text);
+    else
+        cut = cut_after_ascii(text);
+    if (cut <= text.size() / 2 && from_ != QZSTR_CHARSET_UTF16) cut = std::max(cut, cut_by_converting(text));
+    return cut;
+}
+
+/// A form of n bytes that begins before n - 1 ASCII bytes ends with them at the latest, and ASCII begins no form. Nothing
+/// joins with an ASCII character either.
+std::size_t BlockConverter::cut_after_ascii(std::string_view text) const {
+    // Shift-JIS and Big5 skip three bytes for some malformed pairs.
+    const bool long_skip = is_japanese(from_) || is_big5_like(from_);
+    const std::size_t longest = std::max(info(from_).max_bytes_per_char, long_skip ? 3 : 2);
+    std::size_t run = 0;
+    for (std::size_t at = text.size(); at-- > 0;) {
+        run = is_ascii(text[at]) ? run + 1 : 0;
+        if (run == longest - 1) return at + run;
+    }
+    return 0;
+}
+
+/// ISO-2022-KR: a control byte stands for itself in every state, but an escape needs the bytes behind it.
+std::size_t BlockConverter::cut_after_control(std::string_view text) const {
+    for (std::size_t at = text.size(); at-- > 0;)
+        if (static_cast<unsigned char>(text[at]) < 0x20 && text[at] != 0x1B) return at + 1;
+    return 0;
+}
+
+/// UTF-16: anywhere but inside a surrogate pair or before a mark.
+std::size_t BlockConverter::cut_between_units(std::string_view text) const {
+    const std::size_t units = text.size() / 2;
+    const auto unit = [text](std::size_t index) { return unit_at(text, index * 2, 2); };
+    for (std::size_t cut = is_japanese(to_) && units > 0 ? units - 1 : units; cut > 0; --cut) {
+        const bool splits_pair = (unit(cut - 1) & 0xFC00) == 0xD800;
+        if (!splits_pair && (cut == units || !joins(unit(cut)))) return cut * 2;
+    }
+    return 0;
+}
+
+/// Without a cut that the bytes show: converts with room for less than all, where the read count is exact. A direct
+/// converter is asked itself, a pivot's borders are those of its decoder.
+std::size_t BlockConverter::cut_by_converting(std::string_view text) {
+    std::string joined;
+    const std::string_view source = with_prefix(text, joined);
+    const std::size_t prefix = source.size() - text.size();
+    const auto without_prefix = [prefix](std::size_t read) { return read > prefix ? read - prefix : 0; };
+
+    const bool through_ucs4 = cell_ == qzstr_convert_through_ucs4;
+    if (!through_ucs4 && cell_ != qzstr_convert_through_ucs2) {
+        if (is_big5_like(from_) && to_ != QZSTR_CHARSET_UTF16) return text.size(); // nothing there looks ahead
+        const std::size_t room = run(source, target_.get(), target_size_).written;
+        if (room <= held_back) return 0;
+        const Step step = run(source, target_.get(), room - held_back);
+        return step.read < source.size() ? without_prefix(step.read) : 0;
+    }
+
+    const std::size_t unit = through_ucs4 ? 4 : 2;
+    const auto decode = through_ucs4 ? info(from_).qzstr_to_ucs4_fn : info(from_).qzstr_to_ucs2_fn;
+    const auto units_in = [&](std::size_t room, std::size_t& bytes) {
+        int read = 0, written = 0;
+        decode(const_cast<char*>(source.data()), static_cast<int>(source.size()), target_.get(),
+               static_cast<int>(room * unit), &read, &written, 1);
+        bytes = without_prefix(static_cast<std::size_t>(read));
+        return static_cast<std::size_t>(written) / unit;
+    };
+    std::size_t bytes = 0;
+    const std::size_t all = units_in(target_size_ / unit, bytes);
+    const std::string units(target_.get(), all * unit);
+    for (std::size_t cut = all < held_back ? 0 : all - held_back / 2; cut > 0; --cut) {
+        if (joins(unit_at(units, cut * unit, unit))) continue;
+        const std::size_t border = units_in(cut, bytes); // one less than asked for where a character has two units
+        if (border == cut || !joins(unit_at(units, border * unit, unit))) return bytes;
+    }
+    return 0;
+}
+
+} // namespace qzconv

@@ -1,0 +1,46 @@
+// qzconv: lists the charsets, converts, measures and dumps text.
+#include "commands.h"
+#include "failure.h"
+#include "streams.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fmt/core.h>
+#include <qzstr_runtime.h>
+
+namespace {
+
+void leave_on_library_error(const qzstr_error_t* error, void*) {
+    fmt::print(stderr, "qzconv: {} does not support this (error {})\n", error->func, error->code);
+    qzconv::discard_unfinished_output();
+    std::_Exit(qzconv::failed);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    std::signal(SIGPIPE, SIG_IGN); // a closed pipe is a write error like any other
+    qzstr_runtime_set_error_handler(leave_on_library_error, nullptr, nullptr, nullptr);
+
+    CLI::App app{"Converts and examines text in the 35 database charsets.", "qzconv"};
+    app.require_subcommand(1);
+    app.footer("Exit codes: 0 exact, 1 with replacements, 2 malformed or truncated text, 3 usage or input/output.");
+    int exit_code = qzconv::exact;
+    qzconv::add_convert(app, exit_code);
+    qzconv::add_list(app, exit_code);
+    qzconv::add_stat(app, exit_code);
+    qzconv::add_dump(app, exit_code);
+    try {
+        app.parse(argc, argv);
+        if (std::fflush(stdout) != 0) throw qzconv::Failure(fmt::format("standard output: {}", std::strerror(errno)));
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? qzconv::exact : qzconv::failed;
+    } catch (const std::exception& error) {
+        fmt::print(stderr, "qzconv: {}\n", error.what());
+        return qzconv::failed;
+    }
+    return exit_code;
+}

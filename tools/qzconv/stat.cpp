@@ -1,0 +1,136 @@
+#include "blocks.h"
+#include "catalogue.h"
+#include "commands.h"
+#include "failure.h"
+#include "reader.h"
+
+#include <algorithm>
+#include <climits>
+#include <fmt/core.h>
+#include <nlohmann/json.hpp>
+
+namespace qzconv {
+
+namespace {
+
+/// Measures text that arrives block by block. A block ends between characters.
+class Measure {
+public:
+    explicit Measure(qzstr_charset_t charset) : charset_(charset) {}
+
+    void add(std::string_view text) {
+        const std::string_view line_feed = charset_ == QZSTR_CHARSET_UTF16 ? std::string_view("\0\n", 2) : "\n";
+        while (!text.empty()) {
+            const std::size_t end = find(text, line_feed);
+            const std::string_view line = text.substr(0, end);
+            add_columns(line);
+            characters += count(line);
+            if (end == text.size()) break;
+            text.remove_prefix(end + line_feed.size());
+            characters += 1;
+            lines += 1;
+            line_columns_ = 0;
+        }
+    }
+
+    std::uint64_t characters = 0, columns = 0, widest = 0, lines = 0;
+
+private:
+    /// Offset of the next line feed, or the end. LF is no trail byte; a UTF-16 unit begins at an even offset.
+    static std::size_t find(std::string_view text, std::string_view line_feed) {
+        std::size_t at = text.find(line_feed);
+        while (at != std::string_view::npos && at % line_feed.size() != 0)
+            at = text.find(line_feed, at + 1);
+        return std::min(at, text.size());
+    }
+
+    std::uint64_t count(std::string_view text) const {
+        if (info(charset_).max_bytes_per_char == 1) return text.size(); // their count_char ends at a NUL
+        return static_cast<std::uint64_t>(
+            info(charset_).qzstr_count_char_fn(const_cast<char*>(text.data()), static_cast<int>(text.size())));
+    }
+
+    void add_columns(std::string_view text) {
+        int bytes = 0, width = 0;
+        uchar cut = 0;
+        info(charset_).qzstr_get_byte_pos_with_disp_size_fn(
+            const_cast<char*>(text.data()), static_cast<int>(text.size()), INT_MAX, &bytes, &width, &cut);
+        columns += static_cast<std::uint64_t>(width);
+        line_columns_ += static_cast<std::uint64_t>(width);
+        widest = std::max(widest, line_columns_);
+    }
+
+    qzstr_charset_t charset_;
+    std::uint64_t line_columns_ = 0;
+};
+
+struct Row {
+    std::string name;
+    std::uint64_t bytes;
+    Measure measure;
+};
+
+/// Text without positions of its own is measured as UTF-8, any other text as it is: its conversion into itself only
+/// finds the places where a block may end.
+Row measure(qzstr_charset_t charset, const std::string& path) {
+    const qzstr_charset_t measured = has_positions(charset) ? charset : QZSTR_CHARSET_UTF8;
+    Input input(path);
+    Reader reader(input, 256 * 1024);
+    BlockConverter converter(charset, QZSTR_CHARSET_UTF8);
+    Row row{input.name(), 0, Measure(measured)};
+    while (reader.fill()) {
+        const std::string_view text = reader.text();
+        const Block block = converter.convert(text, reader.at_end());
+        const std::size_t used = reader.at_end() ? text.size() : block.consumed;
+        row.measure.add(measured == charset ? text.substr(0, used) : block.output);
+        row.bytes += used;
+        reader.consume(used);
+    }
+    return row;
+}
+
+void print_table(const std::vector<Row>& rows) {
+    fmt::print("{:>12} {:>12} {:>12} {:>10} {:>10}  {}\n", "bytes", "characters", "columns", "widest", "lines", "file");
+    for (const Row& row : rows)
+        fmt::print("{:>12} {:>12} {:>12} {:>10} {:>10}  {}\n", row.bytes, row.measure.characters, row.measure.columns,
+                   row.measure.widest, row.measure.lines, row.name);
+}
+
+void print_json(const std::vector<Row>& rows) {
+    nlohmann::ordered_json all = nlohmann::ordered_json::array();
+    for (const Row& row : rows)
+        all.push_back({{"file", row.name},
+                       {"bytes", row.bytes},
+                       {"characters", row.measure.characters},
+                       {"columns", row.measure.columns},
+                       {"widest_line_columns", row.measure.widest},
+                       {"lines", row.measure.lines}});
+    fmt::print("{}\n", all.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+}
+
+} // namespace
+
+void add_stat(CLI::App& app, int&) {
+    struct Options {
+        std::string charset;
+        std::vector<std::string> inputs;
+        bool json = false;
+    };
+    CLI::App* command = app.add_subcommand("stat", "Count bytes, characters, columns and lines");
+    auto options = std::make_shared<Options>();
+    command->add_option("-f,--from", options->charset, "Charset of the text")->required();
+    command->add_flag("--json", options->json, "Print the numbers as JSON");
+    command->add_option("FILE", options->inputs, "Files (- or none: standard input)");
+    command->footer("Columns are display columns without line ends; lines are line feeds.");
+    command->callback([options] {
+        if (options->inputs.empty()) options->inputs = {"-"};
+        const qzstr_charset_t charset = charset_named(options->charset);
+        require_readable(options->inputs);
+        std::vector<Row> rows;
+        for (const std::string& path : options->inputs)
+            rows.push_back(measure(charset, path));
+        options->json ? print_json(rows) : print_table(rows);
+    });
+}
+
+} // namespace qzconv

@@ -1,0 +1,134 @@
+#include "streams.h"
+
+#include "failure.h"
+
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace qzconv {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// Path of the unfinished output, empty when there is none; read by the signal handler.
+char unfinished[PATH_MAX];
+
+void discard_and_die(int signal) {
+    discard_unfinished_output();
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+[[noreturn]] void fail(const std::string& name) {
+    throw Failure(fmt::format("{}: {}", name, std::strerror(errno)));
+}
+
+/// The mode that a file of this name has or would get.
+mode_t mode_of(const std::string& path) {
+    struct stat status;
+    if (::stat(path.c_str(), &status) == 0) return status.st_mode & 07777;
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    return 0666 & ~mask;
+}
+
+} // namespace
+
+void discard_unfinished_output() {
+    if (unfinished[0] != '\0') ::unlink(unfinished);
+    unfinished[0] = '\0';
+}
+
+Input::Input(const std::string& path) : name_(path == "-" ? "standard input" : path) {
+    descriptor_ = path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    struct stat status;
+    if (descriptor_ < 0 || ::fstat(descriptor_, &status) != 0) fail(name_);
+    if (S_ISREG(status.st_mode)) size_ = static_cast<std::uint64_t>(status.st_size);
+    ::posix_fadvise(descriptor_, 0, 0, POSIX_FADV_SEQUENTIAL);
+}
+
+Input::~Input() {
+    if (descriptor_ > STDIN_FILENO) ::close(descriptor_);
+}
+
+std::size_t Input::read(char* buffer, std::size_t size) {
+    for (;;) {
+        const ssize_t count = ::read(descriptor_, buffer, size);
+        if (count >= 0) return static_cast<std::size_t>(count);
+        if (errno != EINTR) fail(name_);
+    }
+}
+
+void require_readable(const std::vector<std::string>& paths) {
+    for (const std::string& path : paths) {
+        if (path == "-") continue;
+        if (::access(path.c_str(), R_OK) != 0) fail(path);
+        if (fs::is_directory(path)) throw Failure(fmt::format("{}: {}", path, std::strerror(EISDIR)));
+    }
+}
+
+Output::Output(const std::string& path) : name_(path == "-" ? "standard output" : path) {
+    if (path == "-") {
+        descriptor_ = STDOUT_FILENO;
+        return;
+    }
+    struct stat status;
+    if (::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) { // a device or a pipe is written as it is
+        descriptor_ = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+        if (descriptor_ < 0) fail();
+        return;
+    }
+    std::error_code ignored;
+    final_path_ = fs::weakly_canonical(path, ignored).string(); // a symbolic link keeps pointing at the file
+    if (final_path_.empty()) final_path_ = path;
+    const std::string pattern = final_path_ + ".XXXXXX";
+    if (pattern.size() >= sizeof unfinished) throw Failure(fmt::format("{}: {}", path, std::strerror(ENAMETOOLONG)));
+    char name[sizeof unfinished];
+    std::memcpy(name, pattern.c_str(), pattern.size() + 1);
+    descriptor_ = ::mkostemp(name, O_CLOEXEC);
+    if (descriptor_ < 0) fail();
+    std::memcpy(unfinished, name, sizeof unfinished);
+    temporary_ = true;
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+        std::signal(signal, discard_and_die);
+    ::fchmod(descriptor_, mode_of(final_path_));
+}
+
+Output::~Output() {
+    if (descriptor_ > STDOUT_FILENO) ::close(descriptor_);
+    if (temporary_) discard_unfinished_output();
+}
+
+void Output::fail() const {
+    qzconv::fail(name_);
+}
+
+void Output::write(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t count = ::write(descriptor_, bytes.data(), bytes.size());
+        if (count < 0 && errno != EINTR) fail();
+        if (count > 0) bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+}
+
+void Output::commit() {
+    const int descriptor = descriptor_;
+    descriptor_ = -1;
+    if (::close(descriptor) != 0) fail(); // some file systems report a full disk only here
+    if (!temporary_) return;
+    if (::rename(unfinished, final_path_.c_str()) != 0) fail();
+    unfinished[0] = '\0';
+    temporary_ = false;
+}
+
+} // namespace qzconv

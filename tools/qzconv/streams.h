@@ -1,0 +1,56 @@
+// Files and standard streams; every error is a Failure that names the file.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qzconv {
+
+/// A file to read, "-" for standard input.
+class Input {
+public:
+    explicit Input(const std::string& path);
+    ~Input();
+    Input(const Input&) = delete;
+
+    /// Reads at most `size` bytes; 0 at the end.
+    std::size_t read(char* buffer, std::size_t size);
+    /// Size in bytes, 0 when it is not known.
+    std::uint64_t size() const { return size_; }
+    const std::string& name() const { return name_; }
+
+private:
+    std::string name_;
+    int descriptor_ = -1;
+    std::uint64_t size_ = 0;
+};
+
+/// Fails for the first of the files that cannot be read, before any work is done.
+void require_readable(const std::vector<std::string>& paths);
+
+/// A file to write, "-" for standard output. A regular file appears under its name when commit() is called and not
+/// before; until then the text is in a temporary file beside it.
+class Output {
+public:
+    explicit Output(const std::string& path);
+    ~Output();
+    Output(const Output&) = delete;
+
+    void write(std::string_view bytes);
+    void commit();
+
+private:
+    [[noreturn]] void fail() const;
+
+    std::string name_, final_path_;
+    int descriptor_ = -1;
+    bool temporary_ = false;
+};
+
+/// Removes the temporary file of an output that was not committed; safe in a signal handler.
+void discard_unfinished_output();
+
+} // namespace qzconv
