@@ -160,6 +160,7 @@ bool BlockConverter::joins(unsigned unit) const {
 
 std::size_t BlockConverter::safe_cut(std::string_view text) {
     if (from_ == to_ || info(from_).max_bytes_per_char == 1) return text.size();
+    reserve(text.size() + slack);
     std::size_t cut = 0;
     if (from_ == QZSTR_CHARSET_UTF16)
         cut = cut_between_units(text);

@@ -31,6 +31,9 @@ public:
     /// that the text ends inside. Nothing consumed before the end: more text is needed.
     Block convert(std::string_view text, bool at_end);
 
+    /// Length of the longest prefix of `text` that may be converted, or measured, without what follows.
+    std::size_t safe_cut(std::string_view text);
+
 private:
     struct Step {
         conv_status_t status;
@@ -42,7 +45,6 @@ private:
     void reserve(std::size_t source_size);
     std::string_view with_prefix(std::string_view text, std::string& joined) const;
 
-    std::size_t safe_cut(std::string_view text);
     std::size_t cut_after_ascii(std::string_view text) const;
     std::size_t cut_after_control(std::string_view text) const;
     std::size_t cut_between_units(std::string_view text) const;

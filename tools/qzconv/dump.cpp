@@ -12,10 +12,10 @@ namespace {
 
 constexpr std::size_t block_size = 64 * 1024, longest_form = 8;
 
-/// The library's own format, "0x%02X " with ten bytes a line; a block is a multiple of ten.
+/// The library's own format, ten bytes a line, each line after a line feed; a block is a multiple of ten.
 void dump_bytes(Input& input) {
     std::string block(6400 * 10, '\0');
-    for (bool first = true;; first = false) {
+    for (;;) {
         std::size_t size = 0;
         while (size < block.size()) {
             const std::size_t count = input.read(block.data() + size, block.size() - size);
@@ -23,7 +23,6 @@ void dump_bytes(Input& input) {
             size += count;
         }
         if (size == 0) break;
-        if (!first) fmt::print("\n");
         qzstr_dump_str(block.data(), static_cast<int>(size));
     }
     fmt::print("\n");

@@ -40,8 +40,9 @@ void print_json() {
 
 void add_list(CLI::App& app, int&) {
     CLI::App* command = app.add_subcommand("list", "Show the charsets");
-    const CLI::Option* json = command->add_flag("--json", "Print the catalogue as JSON");
-    command->callback([json] { json->count() != 0 ? print_json() : print_table(); });
+    auto json = std::make_shared<bool>(false);
+    command->add_flag("--json", *json, "Print the catalogue as JSON");
+    command->callback([json] { *json ? print_json() : print_table(); });
 }
 
 } // namespace qzconv

@@ -70,19 +70,24 @@ struct Row {
     Measure measure;
 };
 
-/// Text without positions of its own is measured as UTF-8, any other text as it is: its conversion into itself only
-/// finds the places where a block may end.
+/// Text without positions of its own is measured as UTF-8; of other text the converter only says where a block may end.
 Row measure(qzstr_charset_t charset, const std::string& path) {
-    const qzstr_charset_t measured = has_positions(charset) ? charset : QZSTR_CHARSET_UTF8;
+    const bool as_it_is = has_positions(charset);
     Input input(path);
     Reader reader(input, 256 * 1024);
     BlockConverter converter(charset, QZSTR_CHARSET_UTF8);
-    Row row{input.name(), 0, Measure(measured)};
+    Row row{input.name(), 0, Measure(as_it_is ? charset : QZSTR_CHARSET_UTF8)};
     while (reader.fill()) {
         const std::string_view text = reader.text();
-        const Block block = converter.convert(text, reader.at_end());
-        const std::size_t used = reader.at_end() ? text.size() : block.consumed;
-        row.measure.add(measured == charset ? text.substr(0, used) : block.output);
+        std::size_t used = text.size();
+        if (as_it_is) {
+            if (!reader.at_end()) used = converter.safe_cut(text);
+            row.measure.add(text.substr(0, used));
+        } else {
+            const Block block = converter.convert(text, reader.at_end());
+            if (!reader.at_end()) used = block.consumed;
+            row.measure.add(block.output);
+        }
         row.bytes += used;
         reader.consume(used);
     }
