@@ -34,6 +34,18 @@ char_position find_char(const uchar* p, offset_t len, offset_t n, Step step) {
     return at;
 }
 
+/// The character that covers an offset, found by walking from byte 0.
+template <class Step>
+char_position char_over(const uchar* p, offset_t offset, Step step) {
+    char_position at{0, step(p, unbounded), 1};
+    while (at.end <= offset) {
+        at.start = at.end;
+        at.end += step(p + at.start, unbounded);
+        ++at.number;
+    }
+    return at;
+}
+
 /// The longest prefix of at most `limit` columns; `reached` when the text was cut there or fits exactly.
 struct prefix {
     offset_t bytes = 0;

@@ -201,7 +201,7 @@ struct decoders {
         return wchar_size == 2 ? to_ucs2(str, str_len, wcs, wcs_buf_size, read_len, write_len, 0)
                                : to_ucs4(str, str_len, wcs, wcs_buf_size, read_len, write_len, 0);
     }
-    /// Into UTF-16BE; a family with characters beyond the BMP decodes form::utf16 instead.
+    /// Into UTF-16BE, as UCS-2 has it.
     static conv_status_t get_utf16_str QZSTR_CELL_PARAMETERS {
         (void)from_charset;
         (void)to_charset;
@@ -220,6 +220,17 @@ protected:
                 ? decode<F, Form, order::big>(bytes(str), at_least_0(str_len), bytes(out), at_least_0(size), at)
                 : decode<F, Form, order::little>(bytes(str), at_least_0(str_len), bytes(out), at_least_0(size), at);
         return report(status, at, read_len, write_len);
+    }
+};
+
+/// The same for a family with characters beyond the BMP: UTF-16 holds them as surrogate pairs.
+template <class F>
+struct surrogate_decoders : decoders<F> {
+    static conv_status_t get_utf16_str QZSTR_CELL_PARAMETERS {
+        (void)from_charset;
+        (void)to_charset;
+        return decoders<F>::template run<form::utf16>(str, str_len, buf, "buf != NULL", buf_size, read_len, write_len,
+                                                      1, 0);
     }
 };
 
