@@ -1,17 +1,45 @@
 // Conversion through Unicode for every pair of charsets without a direct routine, and the debug dump.
-#include "core/contract.h"
+#include "qzstr_stages.h"
+#include "standards/jisx0213.h"
 
 #include <cstdio>
+#include <cstring>
 
 using namespace qzstr::core;
+using qzstr::resumable;
+using qzstr::shift_state;
+using qzstr::stages;
 
 namespace {
 
 constexpr const char* source = "common/qzstr/qzstr";
 
+bool joins_in_shift_jis(char32_t first, char32_t second) {
+    return qzstr::qzstr_shift_jisx0213_compose(first, second) != 0;
+}
+bool joins_in_euc(char32_t first, char32_t second) {
+    return qzstr::qzstr_euc_jisx0213_compose(first, second) != 0;
+}
+
+struct stage_table {
+    stages row[QZSTR_CHARSET_MAX];
+
+    consteval stage_table() : row{} {
+        row[QZSTR_CHARSET_ISO2022KR].shifts = &qzstr::iso2022kr_stages;
+        for (const auto cs :
+             {QZSTR_CHARSET_SJIS, QZSTR_CHARSET_SJIS_TILDE, QZSTR_CHARSET_MSWIN932, QZSTR_CHARSET_MSWIN932_TILDE})
+            row[cs].joins = joins_in_shift_jis;
+        for (const auto cs : {QZSTR_CHARSET_EUCJP, QZSTR_CHARSET_EUCJP_TILDE})
+            row[cs].joins = joins_in_euc;
+    }
+};
+constinit const stage_table special;
+
 /// The two stages of a conversion and the routine that maps units back to source bytes.
 struct ucs2_pivot {
-    static constexpr int unit = 2;
+    static constexpr form units = form::ucs2;
+    static constexpr auto resume_decode = &resumable::from_bytes_ucs2;
+    static constexpr auto resume_encode = &resumable::to_bytes_ucs2;
     qzstr_to_ucs2_fn_t decode;
     qzstr_from_ucs2_fn_t encode;
     qzstr_get_byte_pos_fn_t get_byte_pos;
@@ -22,7 +50,9 @@ struct ucs2_pivot {
 };
 
 struct ucs4_pivot {
-    static constexpr int unit = 4;
+    static constexpr form units = form::ucs4;
+    static constexpr auto resume_decode = &resumable::from_bytes_ucs4;
+    static constexpr auto resume_encode = &resumable::to_bytes_ucs4;
     qzstr_to_ucs4_fn_t decode;
     qzstr_from_ucs4_fn_t encode;
     // KEPT: units are mapped back by UTF-8's routine, whatever the source charset is.
@@ -34,13 +64,100 @@ struct ucs4_pivot {
 
 constexpr int chunk_bytes = 32000;
 
-/// Source bytes of the first `units` units of a chunk that begins at str.
+/// What a stage did: bytes it read, bytes it wrote.
+struct stage_result {
+    conv_status_t status;
+    int read = 0;
+    int written = 0;
+};
+
+/// One call of a pivot: the stages with what they carry from chunk to chunk.
 template <class Pivot>
-int source_bytes(const Pivot& pivot, char* str, int str_len, int units) {
-    int start = 0, end = -1, count = 0; // some charsets write nothing
-    pivot.get_byte_pos(str, str_len, units, &start, &end, &count);
-    return end + 1 < str_len ? end + 1 : str_len;
-}
+class conversion {
+public:
+    conversion(qzstr_charset_t from, qzstr_charset_t to)
+        : pivot_(from, to), from_(special.row[from].shifts), to_(special.row[to].shifts),
+          joins_(special.row[to].joins) {}
+
+    /// The next chunk. Two units that the target encodes together stay in one chunk.
+    stage_result decode(char* str, int len, char* chunk) {
+        const shift_state before = from_state_;
+        stage_result r = decode_some(str, len, chunk, chunk_bytes);
+        while (joins_ != nullptr && r.written >= 2 * unit && r.read < len &&
+               splits_pair(chunk, r.written, str + r.read, len - r.read)) {
+            from_state_ = before;
+            r = decode_some(str, len, chunk, r.written - unit);
+        }
+        return r;
+    }
+
+    stage_result encode(char* chunk, int len, char* buf, int size) {
+        if (to_ == nullptr) {
+            stage_result r{};
+            r.status = pivot_.encode(chunk, len, buf, size, &r.read, &r.written, 1);
+            return r;
+        }
+        progress at;
+        const conv_status_t status =
+            (to_->*Pivot::resume_encode)(to_state_, bytes(chunk), len, bytes(buf), at_least_0(size), at, false);
+        return {status, static_cast<int>(at.read), static_cast<int>(at.written)};
+    }
+
+    /// What the target needs behind the text.
+    stage_result finish(char* buf, int size) {
+        if (to_ == nullptr) return {};
+        progress at;
+        const conv_status_t status =
+            (to_->*Pivot::resume_encode)(to_state_, nullptr, 0, bytes(buf), at_least_0(size), at, true);
+        return {status, 0, static_cast<int>(at.written)};
+    }
+
+    /// Source bytes of the first `units` units of a chunk that begins at str.
+    int source_bytes(char* str, int len, int unit_bytes) const {
+        int start = 0, end = -1, count = 0; // some charsets write nothing
+        if (unit_bytes > 0) pivot_.get_byte_pos(str, len, unit_bytes / unit, &start, &end, &count);
+        return end + 1 < len ? end + 1 : len;
+    }
+
+private:
+    static constexpr int unit = unit_size<Pivot::units>;
+
+    stage_result decode_some(char* str, int len, char* out, int size) {
+        if (from_ == nullptr) {
+            stage_result r{};
+            r.status = pivot_.decode(str, len, out, size, &r.read, &r.written, 1);
+            return r;
+        }
+        progress at;
+        const conv_status_t status = (from_->*Pivot::resume_decode)(from_state_, bytes(str), len, bytes(out), size, at);
+        return {status, static_cast<int>(at.read), static_cast<int>(at.written)};
+    }
+
+    static char32_t unit_at(const char* chunk, int offset) {
+        return load_unit<Pivot::units, order::big>(bytes(chunk) + offset);
+    }
+
+    /// Whether the last unit of a chunk goes with the first one of the rest.
+    bool splits_pair(const char* chunk, int len, char* rest, int rest_len) {
+        const shift_state before = from_state_;
+        char ahead[2 * unit]; // a character may give two units
+        const stage_result next = decode_some(rest, rest_len, ahead, sizeof ahead);
+        from_state_ = before;
+        int last = len - unit;
+        if (next.written < unit || !joins_(unit_at(chunk, last), unit_at(ahead, 0))) return false;
+        // The tone letters are bases and marks: in a run of them every second one is taken already.
+        bool taken = false;
+        for (; last >= unit && joins_(unit_at(chunk, last - unit), unit_at(chunk, last)); last -= unit)
+            taken = !taken;
+        return !taken;
+    }
+
+    Pivot pivot_;
+    const resumable* from_;
+    const resumable* to_;
+    bool (*joins_)(char32_t, char32_t);
+    shift_state from_state_, to_state_;
+};
 
 template <class Pivot>
 conv_status_t convert(qzstr_charset_t from, char* str, int str_len, qzstr_charset_t to, char* buf, int buf_size,
@@ -48,28 +165,29 @@ conv_status_t convert(qzstr_charset_t from, char* str, int str_len, qzstr_charse
     progress at;
     if (!require_buffers(str, "str != NULL", buf, "buf != NULL", write_len, source, 0))
         return report(exact, at, read_len, write_len);
-    const Pivot pivot(from, to);
-    alignas(64) char intermediate[chunk_bytes]; // never cleared: only what a stage wrote is read
+    conversion<Pivot> stage(from, to);
+    alignas(64) char chunk[chunk_bytes]; // never cleared: only what a stage wrote is read
     conv_status_t status = exact;
     while (at.read < str_len) {
         char* const rest = str + at.read;
         const int rest_len = str_len - static_cast<int>(at.read);
-        int decoded_bytes = 0, units_bytes = 0, encoded_units = 0, encoded_bytes = 0;
-        status |= pivot.decode(rest, rest_len, intermediate, chunk_bytes, &decoded_bytes, &units_bytes, 1) & replaced;
-        if (units_bytes == 0) break;
-        const conv_status_t full =
-            pivot.encode(intermediate, units_bytes, buf + at.written, buf_size - static_cast<int>(at.written),
-                         &encoded_units, &encoded_bytes, 1);
-        status |= full & replaced;
-        at.written += encoded_bytes;
-        if ((full & stopped) != 0) {
-            if (encoded_units > 0) at.read += source_bytes(pivot, rest, rest_len, encoded_units / Pivot::unit);
-            status |= stopped;
-            break;
+        const stage_result decoded = stage.decode(rest, rest_len, chunk);
+        status |= decoded.status & replaced;
+        // CHOSEN: a pass that consumed only shifts or designators goes on.
+        if (decoded.written == 0 && decoded.read == 0) break;
+        const stage_result encoded =
+            stage.encode(chunk, decoded.written, buf + at.written, buf_size - static_cast<int>(at.written));
+        status |= encoded.status & replaced;
+        at.written += encoded.written;
+        if ((encoded.status & stopped) != 0) {
+            at.read += stage.source_bytes(rest, rest_len, encoded.read);
+            return report(status | stopped, at, read_len, write_len);
         }
-        at.read += decoded_bytes;
+        at.read += decoded.read;
     }
-    return report(status, at, read_len, write_len);
+    const stage_result end = stage.finish(buf + at.written, buf_size - static_cast<int>(at.written));
+    at.written += end.written;
+    return report(status | end.status, at, read_len, write_len);
 }
 
 } // namespace

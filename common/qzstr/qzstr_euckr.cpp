@@ -3,7 +3,7 @@
 #include "core/multibyte.h"
 #include "core/surface.h"
 #include "core/transcode.h"
-#include "standards/ksc5601.h"
+#include "standards/iso2022kr.h"
 
 namespace qzstr::families {
 
@@ -47,10 +47,40 @@ struct euckr : double_byte<euckr>, decoders<euckr>, encoders<euckr>, ascii_reduc
     static constexpr auto get_euckr_str = qzstr_get_same_charset_str;
 
     static conv_status_t get_iso2022kr_str QZSTR_CELL_PARAMETERS {
-        (void)from_charset, (void)str, (void)str_len, (void)to_charset, (void)buf, (void)buf_size, (void)read_len;
-        (void)write_len;
-        refuse(where.source, __LINE__, "qzstr_euckr_get_iso2022kr_str");
-        return exact;
+        (void)from_charset;
+        (void)to_charset;
+        constexpr int line = 147;
+        progress at;
+        if (!require_buffers(str, "str != NULL", buf, "buf != NULL", write_len, where.source, line))
+            return report(exact, at, read_len, write_len);
+        const conv_status_t status =
+            write_shifted(bytes(str), at_least_0(str_len), bytes(buf), at_least_0(buf_size), at);
+        return report(status, at, read_len, write_len);
+    }
+
+    static conv_status_t write_shifted(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at) {
+        shift_state state;
+        shift_writer out(state, dst, size, at.written);
+        conv_status_t status = exact;
+        while (at.read < len) {
+            const uchar* const p = src + at.read;
+            if (p[0] < 0x80) {
+                if (!out.ascii(p[0])) return status | stopped;
+                at.read += 1;
+                continue;
+            }
+            if (len - at.read < 2) return status | stopped;
+            if (qzstr_ksc5601_to_ucs2(p[0] - 0x80U, p[1] - 0x80U) != no_character) {
+                if (!out.korean((p[0] & 0x7FU) << 8 | (p[1] & 0x7FU))) return status | stopped;
+                at.read += 2;
+                continue;
+            }
+            if (!out.ascii('?')) return status | stopped;
+            status |= replaced;
+            // KEPT: only the first byte is replaced, the next one is looked at as a character of its own.
+            at.read += 1;
+        }
+        return out.close() ? status : status | stopped;
     }
 
     static bool starts_character(const uchar* p, offset_t offset) {

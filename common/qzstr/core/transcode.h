@@ -209,6 +209,12 @@ struct decoders {
     }
 
 protected:
+    /// The text between the checks and the report; a family whose text has state of its own brings its own loop.
+    template <form Form, order Order>
+    static conv_status_t decode_text(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at) {
+        return core::decode<F, Form, Order>(src, len, dst, size, at);
+    }
+
     template <form Form>
     static conv_status_t run(char* str, int str_len, char* out, const char* out_expr, int size, int* read_len,
                              int* write_len, uchar is_big_end, int line) {
@@ -216,9 +222,10 @@ protected:
         if (!require_buffers(str, "str != NULL", out, out_expr, write_len, F::where.source, line))
             return report(exact, at, read_len, write_len);
         const conv_status_t status =
-            is_big_end != 0
-                ? decode<F, Form, order::big>(bytes(str), at_least_0(str_len), bytes(out), at_least_0(size), at)
-                : decode<F, Form, order::little>(bytes(str), at_least_0(str_len), bytes(out), at_least_0(size), at);
+            is_big_end != 0 ? F::template decode_text<Form, order::big>(bytes(str), at_least_0(str_len), bytes(out),
+                                                                        at_least_0(size), at)
+                            : F::template decode_text<Form, order::little>(bytes(str), at_least_0(str_len), bytes(out),
+                                                                           at_least_0(size), at);
         return report(status, at, read_len, write_len);
     }
 };
@@ -253,6 +260,11 @@ struct encoders {
     }
 
 protected:
+    template <form Form, order Order>
+    static conv_status_t encode_text(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at) {
+        return core::encode<F, Form, Order>(src, len, dst, size, at);
+    }
+
     template <form Form>
     static conv_status_t run(char* in, const char* in_expr, int in_len, char* str, int size, int* read_len,
                              int* write_len, uchar is_big_end, int line) {
@@ -260,9 +272,10 @@ protected:
         if (!require_buffers(str, "str != NULL", in, in_expr, write_len, F::where.source, line))
             return report(exact, at, read_len, write_len);
         const conv_status_t status =
-            is_big_end != 0
-                ? encode<F, Form, order::big>(bytes(in), at_least_0(in_len), bytes(str), at_least_0(size), at)
-                : encode<F, Form, order::little>(bytes(in), at_least_0(in_len), bytes(str), at_least_0(size), at);
+            is_big_end != 0 ? F::template encode_text<Form, order::big>(bytes(in), at_least_0(in_len), bytes(str),
+                                                                        at_least_0(size), at)
+                            : F::template encode_text<Form, order::little>(bytes(in), at_least_0(in_len), bytes(str),
+                                                                           at_least_0(size), at);
         return report(status, at, read_len, write_len);
     }
 };

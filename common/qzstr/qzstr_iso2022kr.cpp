@@ -1,0 +1,191 @@
+// ISO-2022-KR: Korean text in 7 bits with shifts, for conversion only. Its two conversions take the state of the text
+// before, so that the pivots can go through a long text in pieces; what needs single characters is refused.
+#include "core/surface.h"
+#include "core/transcode.h"
+#include "qzstr_stages.h"
+
+namespace qzstr::families {
+
+using namespace core;
+
+struct iso2022kr : decoders<iso2022kr>, encoders<iso2022kr> {
+    static constexpr diagnostics where{.source = "common/qzstr/qzstr_iso2022kr", .get_byte_pos = 368};
+
+    /// One step of the text: its unit, or none after a shift or designator.
+    // KEPT: what is malformed becomes "?", not U+FFFD.
+    static decoded next(shift_state& state, const uchar* p, offset_t left) {
+        constexpr decoded unknown{{'?', 0}, 1, 1, outcome::bad};
+        switch (p[0]) {
+        case escape:
+            if (left < offset_t{sizeof ksc5601_designator}) return cut();
+            if (std::memcmp(p, ksc5601_designator, sizeof ksc5601_designator) != 0) return unknown;
+            // KEPT: once seen, the designator holds to the end of the text; line ends do not reset it.
+            state.designated = true;
+            return {{}, 0, sizeof ksc5601_designator, outcome::ok};
+        case shift_out:
+            if (!state.designated) return unknown;
+            state.out = true;
+            return {{}, 0, 1, outcome::ok};
+        case shift_in:
+            state.out = false;
+            return {{}, 0, 1, outcome::ok};
+        default:
+            if (!state.out) return p[0] < 0x80 ? one(p[0], 1) : unknown;
+            if (left < 2) return cut();
+            const char32_t c = qzstr_ksc5601_to_ucs2(p[0], p[1]);
+            return c != no_character ? one(c, 2) : unknown;
+        }
+    }
+
+    /// Decodes from a state on. Shifts, too, are only read while there is room for a unit.
+    template <form Form, order Order>
+    static conv_status_t decode(shift_state& state, const uchar* src, offset_t len, uchar* dst, offset_t size,
+                                progress& at) {
+        constexpr int unit = unit_size<Form>;
+        conv_status_t status = exact;
+        while (at.read < len) {
+            if (size - at.written < unit) return status | stopped;
+            const decoded d = next(state, src + at.read, len - at.read);
+            if (d.what == outcome::cut) return status | stopped;
+            if (d.what == outcome::bad) status |= replaced;
+            store_unit<Form, Order>(dst + at.written, d.unit[0]);
+            at.written += d.units * unit;
+            at.read += d.consumed;
+        }
+        return status;
+    }
+
+    /// Encodes from a state on; the shift is closed behind the last piece.
+    template <form Form, order Order>
+    static conv_status_t encode(shift_state& state, const uchar* src, offset_t len, uchar* dst, offset_t size,
+                                progress& at, bool last) {
+        constexpr int unit = unit_size<Form>;
+        shift_writer out(state, dst, size, at.written);
+        conv_status_t status = exact;
+        for (; len - at.read >= unit; at.read += unit) {
+            // KEPT: the high half of a 32-bit unit is ignored, so U+1AC00 is stored as U+AC00.
+            const char32_t c = load_unit<Form, Order>(src + at.read) & 0xFFFF;
+            const unsigned code = c < 0x80 ? 0 : qzstr_ksc5601_from_ucs2(c);
+            const bool mapped = c < 0x80 || code != 0;
+            if (!(code != 0 ? out.korean(code) : out.ascii(mapped ? static_cast<uchar>(c) : '?')))
+                return status | stopped;
+            if (!mapped) status |= replaced;
+        }
+        if (last && !out.close()) status |= stopped;
+        return at.read < len ? status | stopped : status;
+    }
+
+    template <form Form, order Order>
+    static conv_status_t decode_text(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at) {
+        shift_state state;
+        return decode<Form, Order>(state, src, len, dst, size, at);
+    }
+    template <form Form, order Order>
+    static conv_status_t encode_text(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at) {
+        shift_state state;
+        return encode<Form, Order>(state, src, len, dst, size, at, true);
+    }
+
+    /// Into bytes: `korean` says what a character of KS X 1001 becomes.
+    template <class Korean>
+    static conv_status_t recode_text(char* str, int str_len, char* buf, int buf_size, int* read_len, int* write_len,
+                                     Korean korean) {
+        progress at;
+        if (!require_buffers(str, "str != NULL", buf, "buf != NULL", write_len, where.source, 0))
+            return report(exact, at, read_len, write_len);
+        const auto step = [state = shift_state{}, korean](const uchar* p, offset_t left) mutable -> recoded {
+            const decoded d = next(state, p, left);
+            if (d.consumed == 2) return korean(p);
+            return {{static_cast<uchar>(d.unit[0])}, d.units, d.consumed, d.what};
+        };
+        const conv_status_t status =
+            recode<false>(bytes(str), at_least_0(str_len), bytes(buf), at_least_0(buf_size), at, step);
+        return report(status, at, read_len, write_len);
+    }
+    static conv_status_t get_ascii_str QZSTR_CELL_PARAMETERS {
+        (void)from_charset, (void)to_charset;
+        return recode_text(str, str_len, buf, buf_size, read_len, write_len, [](const uchar*) {
+            return recoded{{'?'}, 1, 2, outcome::bad};
+        });
+    }
+    static conv_status_t get_euckr_str QZSTR_CELL_PARAMETERS {
+        (void)from_charset, (void)to_charset;
+        return recode_text(str, str_len, buf, buf_size, read_len, write_len, [](const uchar* p) {
+            return recoded{{static_cast<uchar>(p[0] | 0x80), static_cast<uchar>(p[1] | 0x80)}, 2, 2, outcome::ok};
+        });
+    }
+    static constexpr auto get_iso2022kr_str = qzstr_get_same_charset_str;
+
+    static void get_byte_pos(char* str, int str_len, int char_cnt, int* start_pos, int* end_pos, int* real_char_cnt) {
+        constexpr int line = where.get_byte_pos;
+        const bool has_str = require(str != nullptr, "str != NULL", where.source, line);
+        const bool has_start = require(start_pos != nullptr, "start_pos != NULL", where.source, nth(line, 1));
+        const bool has_end = require(end_pos != nullptr, "end_pos != NULL", where.source, nth(line, 2));
+        if (!has_str || !has_start || !has_end || str_len < 1) return;
+        const char_place at = find(bytes(str), str_len, char_cnt);
+        *start_pos = at.start;
+        *end_pos = at.end;
+        if (real_char_cnt != nullptr) *real_char_cnt = at.count;
+    }
+
+    struct char_place {
+        int start, end, count;
+    };
+    // KEPT: for n from 2 on the answer is character n - 1 with its end at the byte behind it; clients of stored read
+    // lengths rely on it. Character 1 is never found: the walk then ends at the last character.
+    static char_place find(const uchar* p, int len, int n) {
+        const int last = len - 1;
+        for (int pos = 0, size = 1, count = 0;;) {
+            if (p[pos] == shift_in || p[pos] == shift_out) {
+                if (pos == last) return {pos, last, count};
+                size = p[pos] == shift_in ? 1 : 2;
+                pos += 1;
+            } else if (p[pos] == escape) {
+                if (len - pos < 6) return {pos, last, count};
+                // KEPT: a character that follows a designator without a shift takes four bytes.
+                size = 4;
+                pos += 4;
+            } else {
+                const int behind = len - pos > size ? pos + size : last;
+                if (count + 2 == n) return {pos, behind, n};
+                ++count;
+                if (len - pos - size < 2) return {pos, last, count};
+                pos += size;
+            }
+        }
+    }
+
+    // What would have to walk the shifts from the start of the text.
+    static uchar refused(int line, const char* function) {
+        refuse(where.source, line, function);
+        return 0;
+    }
+    static int count_char(char*, int) { return refused(252, "qzstr_iso2022kr_count_char"); }
+    static int count_byte(char*, int) { return refused(269, "qzstr_iso2022kr_count_byte"); }
+    static uchar is_char_leading_byte(char*, int) { return refused(286, "qzstr_iso2022kr_is_char_leading_byte"); }
+    static int get_char_leading_byte(char*, int) { return refused(303, "qzstr_iso2022kr_get_char_leading_byte"); }
+    static uchar is_char_ending_byte(char*, int) { return refused(320, "qzstr_iso2022kr_is_char_ending_byte"); }
+    static int get_char_ending_byte(char*, int, uchar) { return refused(339, "qzstr_iso2022kr_get_char_ending_byte"); }
+    static void get_byte_pos_with_disp_size(char*, int, int, int*, int*, uchar*) {
+        refused(858, "qzstr_iso2022kr_get_byte_pos_with_disp_size");
+    }
+    static void convert_case(qzstr_case_t, char*, int) { refused(864, "qzstr_iso2022kr_convert_case"); }
+    static int get_first_trailing_space(char*, int) { return refused(878, "qzstr_iso2022kr_get_first_trailing_space"); }
+    static uchar isspace(char*, int) { return refused(894, "qzstr_iso2022kr_isspace"); }
+};
+
+} // namespace qzstr::families
+
+namespace qzstr {
+
+using core::form, core::order, families::iso2022kr;
+constexpr resumable iso2022kr_stages{
+    .from_bytes_ucs2 = iso2022kr::decode<form::ucs2, order::big>,
+    .from_bytes_ucs4 = iso2022kr::decode<form::ucs4, order::big>,
+    .to_bytes_ucs2 = iso2022kr::encode<form::ucs2, order::big>,
+    .to_bytes_ucs4 = iso2022kr::encode<form::ucs4, order::big>,
+};
+
+} // namespace qzstr
+
+QZSTR_EXPORT(iso2022kr)

@@ -1,0 +1,74 @@
+// The 7-bit form of Korean text (RFC 1557): a designator announces KS X 1001, shifts switch between it and ASCII.
+#pragma once
+
+#include "core/contract.h"
+#include "standards/ksc5601.h"
+
+#include <cstring>
+
+namespace qzstr {
+
+inline constexpr uchar shift_out = 0x0E; ///< to KS X 1001
+inline constexpr uchar shift_in = 0x0F;  ///< to ASCII
+inline constexpr uchar escape = 0x1B;
+inline constexpr uchar ksc5601_designator[] = {escape, '$', ')', 'C'};
+
+/// Where a text stands between two characters. A decoder keeps the designator to the end; a writer repeats it on every
+/// line with Korean text.
+struct shift_state {
+    bool out = false;
+    bool designated = false;
+};
+
+/// Writes 7-bit Korean text into a bounded target: a character comes whole, with the shift and designator that it needs,
+/// or not at all.
+class shift_writer {
+public:
+    shift_writer(shift_state& state, uchar* dst, core::offset_t size, core::offset_t& written)
+        : state_(state), dst_(dst), size_(size), written_(written) {}
+
+    /// False when there is no room.
+    bool ascii(uchar b) {
+        if (room() < 1 + state_.out) return false;
+        if (state_.out) put(shift_in);
+        put(b);
+        state_.out = false;
+        if (b == '\r' || b == '\n') state_.designated = false;
+        return true;
+    }
+
+    /// A KS X 1001 code in 7-bit form.
+    bool korean(unsigned code) {
+        constexpr int designator = sizeof ksc5601_designator;
+        if (room() < 2 + !state_.out + (state_.designated ? 0 : designator)) return false;
+        if (!state_.designated) {
+            std::memcpy(dst_ + written_, ksc5601_designator, designator);
+            written_ += designator;
+        }
+        if (!state_.out) put(shift_out);
+        put(code >> 8);
+        put(code & 0xFF);
+        state_ = {.out = true, .designated = true};
+        return true;
+    }
+
+    /// Back to ASCII at the end of a text.
+    bool close() {
+        if (!state_.out) return true;
+        if (room() < 1) return false;
+        put(shift_in);
+        state_.out = false;
+        return true;
+    }
+
+private:
+    core::offset_t room() const { return size_ - written_; }
+    void put(unsigned b) { dst_[written_++] = static_cast<uchar>(b); }
+
+    shift_state& state_;
+    uchar* dst_;
+    core::offset_t size_;
+    core::offset_t& written_;
+};
+
+} // namespace qzstr
