@@ -13,18 +13,54 @@ using convert_fn = qzstr_get_another_charset_str_fn_t;
 #define QZSTR_TRAILING(cs) QZSTR_TRAILING_SLOT(QZSTR_SET_SLOT, cs)
 #define QZSTR_ISSPACE(cs) QZSTR_ISSPACE_SLOT(QZSTR_SET_SLOT, cs)
 
-/// The slots of a row: one family for all, but for trailing blanks and white space, which many take from ASCII.
-#define QZSTR_SLOTS(cs, trailing, space)                                                                               \
-    [](qzstr_charset_info_t& row) {                                                                                    \
-        QZSTR_POSITIONS(cs)                                                                                            \
-        QZSTR_DECODERS(cs) QZSTR_ENCODERS(cs) QZSTR_CASE(cs) QZSTR_TRAILING(trailing) QZSTR_ISSPACE(space)             \
+/// The slots of a row, group by group: the family that provides its positions, decoders, encoders, case, trailing
+/// blanks and white space.
+#define QZSTR_ROW_SLOTS(row_name, positions, decoding, encoding, casing, trailing, space)                              \
+    constexpr void row_name##_slots(qzstr_charset_info_t& row) {                                                       \
+        QZSTR_POSITIONS(positions)                                                                                     \
+        QZSTR_DECODERS(decoding)                                                                                       \
+        QZSTR_ENCODERS(encoding) QZSTR_CASE(casing) QZSTR_TRAILING(trailing) QZSTR_ISSPACE(space)                      \
     }
-/// The same for a row with decoders of its own.
-#define QZSTR_SLOTS_BUT_DECODERS(cs, decoding)                                                                         \
-    [](qzstr_charset_info_t& row) {                                                                                    \
-        QZSTR_POSITIONS(cs)                                                                                            \
-        QZSTR_DECODERS(decoding) QZSTR_ENCODERS(cs) QZSTR_CASE(cs) QZSTR_TRAILING(ascii) QZSTR_ISSPACE(cs)             \
-    }
+QZSTR_ROW_SLOTS(ascii, ascii, ascii, ascii, ascii, ascii, ascii)
+QZSTR_ROW_SLOTS(utf16, utf16, utf16, utf16, utf16, utf16, utf16)
+QZSTR_ROW_SLOTS(iso2022kr, iso2022kr, iso2022kr, iso2022kr, iso2022kr, iso2022kr, iso2022kr)
+QZSTR_ROW_SLOTS(us8icl, us8icl, us8icl, us8icl, us8icl, us8icl, us8icl)
+QZSTR_ROW_SLOTS(euckr, euckr, euckr, euckr, euckr, ascii, euckr)
+QZSTR_ROW_SLOTS(mswin949, mswin949, mswin949, mswin949, mswin949, ascii, mswin949)
+QZSTR_ROW_SLOTS(utf8, utf8, utf8, utf8, utf8, ascii, utf8)
+QZSTR_ROW_SLOTS(sjis, sjis, sjis, sjis, sjis, ascii, sjis)
+QZSTR_ROW_SLOTS(mswin932, mswin932, mswin932, mswin932, mswin932, ascii, mswin932)
+QZSTR_ROW_SLOTS(eucjp, eucjp, eucjp, eucjp, eucjp, ascii, eucjp)
+QZSTR_ROW_SLOTS(mswin936, mswin936, mswin936, mswin936, mswin936, ascii, mswin936)
+QZSTR_ROW_SLOTS(mswin1252, mswin1252, mswin1252, mswin1252, mswin1252, ascii, mswin1252)
+QZSTR_ROW_SLOTS(mswin1251, mswin1251, mswin1251, mswin1251, mswin1251, ascii, mswin1251)
+QZSTR_ROW_SLOTS(iso8859p1, iso8859p1, iso8859p1, iso8859p1, iso8859p1, ascii, iso8859p1)
+QZSTR_ROW_SLOTS(iso8859p2, iso8859p2, iso8859p2, iso8859p2, iso8859p2, ascii, iso8859p2)
+QZSTR_ROW_SLOTS(iso8859p9, iso8859p9, iso8859p9, iso8859p9, iso8859p9, ascii, iso8859p9)
+QZSTR_ROW_SLOTS(iso8859p15, iso8859p15, iso8859p15, iso8859p15, iso8859p15, ascii, iso8859p15)
+QZSTR_ROW_SLOTS(koi8r, koi8r, koi8r, koi8r, koi8r, ascii, koi8r)
+QZSTR_ROW_SLOTS(iso8859p5, iso8859p5, iso8859p5, iso8859p5, iso8859p5, ascii, iso8859p5)
+QZSTR_ROW_SLOTS(msdos866, msdos866, msdos866, msdos866, msdos866, ascii, msdos866)
+QZSTR_ROW_SLOTS(mswin1253, mswin1253, mswin1253, mswin1253, mswin1253, ascii, mswin1253)
+QZSTR_ROW_SLOTS(iso8859p7, iso8859p7, iso8859p7, iso8859p7, iso8859p7, ascii, iso8859p7)
+QZSTR_ROW_SLOTS(tis620, tis620, tis620, tis620, tis620, ascii, tis620)
+QZSTR_ROW_SLOTS(mswin1256, mswin1256, mswin1256, mswin1256, mswin1256, ascii, mswin1256)
+QZSTR_ROW_SLOTS(iso8859p6, iso8859p6, iso8859p6, iso8859p6, iso8859p6, ascii, iso8859p6)
+QZSTR_ROW_SLOTS(iso8859p8, iso8859p8, iso8859p8, iso8859p8, iso8859p8, ascii, iso8859p8)
+QZSTR_ROW_SLOTS(zht16big5, zht16big5, zht16big5, zht16big5, zht16big5, ascii, ascii)
+QZSTR_ROW_SLOTS(mswin950, mswin950, mswin950, mswin950, mswin950, ascii, ascii)
+QZSTR_ROW_SLOTS(zht16mswin950, zht16mswin950, zht16mswin950, zht16mswin950, zht16mswin950, ascii, ascii)
+QZSTR_ROW_SLOTS(gb18030, gb18030, gb18030, gb18030, gb18030, ascii, ascii)
+QZSTR_ROW_SLOTS(euctw, euctw, euctw, euctw, euctw, ascii, ascii)
+QZSTR_ROW_SLOTS(sjis_tld, sjis, sjis_tld, sjis, sjis, ascii, sjis)
+QZSTR_ROW_SLOTS(mswin932_tld, mswin932, mswin932_tld, mswin932, mswin932, ascii, mswin932)
+QZSTR_ROW_SLOTS(tcvn3, ascii, tcvn3, tcvn3, tcvn3, ascii, ascii)
+
+constexpr void eucjp_tld_slots(qzstr_charset_info_t& row) {
+    eucjp_slots(row);
+    QZSTR_DECODERS(eucjp_tld)
+    row.qzstr_from_ucs2_fn = qzstr_eucjp_tld_from_ucs2;
+}
 
 /// Attributes of a row, in the order of the descriptor.
 struct attributes {
@@ -52,9 +88,9 @@ consteval void copy_name(char (&to)[17], const char* from) {
 }
 
 /// A row begins full of the UCS-2 pivot; then come its direct conversions and its UCS-4 targets.
-template <class Slots, std::size_t Directs, std::size_t Wides = 1>
-consteval qzstr_charset_info_t make_row(attributes a, Slots set_slots, const direct (&directs)[Directs],
-                                        const int (&ucs4_targets)[Wides] = {-1}) {
+template <std::size_t Directs, std::size_t Wides = 1>
+consteval qzstr_charset_info_t make_row(attributes a, void (*set_slots)(qzstr_charset_info_t&),
+                                        const direct (&directs)[Directs], const int (&ucs4_targets)[Wides] = {-1}) {
     qzstr_charset_info_t row{};
     copy_name(row.name, a.name);
     copy_name(row.canonical_name, a.canonical_name);
@@ -76,10 +112,10 @@ consteval qzstr_charset_info_t make_row(attributes a, Slots set_slots, const dir
     return row;
 }
 
-/// ASCII is copied into every charset but the wide one, EBCDIC and, KEPT although its bytes would be equal, UTF8.
+// KEPT: UTF8 is reached through UCS-2 although its bytes would be equal; all others but UTF16 and EBCDIC get a copy.
 consteval qzstr_charset_info_t make_ascii_row() {
     qzstr_charset_info_t row = make_row(
-        {"ASCII", "US-ASCII", "US7ASCII", 1, 1, true}, QZSTR_SLOTS(ascii, ascii, ascii),
+        {"ASCII", "US-ASCII", "US7ASCII", 1, 1, true}, ascii_slots,
         {{qzstr_ascii_get_utf16_str, QZSTR_CHARSET_UTF16}, {qzstr_ascii_get_us8icl_str, QZSTR_CHARSET_US8ICL}});
     for (int target = 0; target < QZSTR_CHARSET_MAX; ++target)
         if (target != QZSTR_CHARSET_UTF8 && target != QZSTR_CHARSET_UTF16 && target != QZSTR_CHARSET_US8ICL)
@@ -88,7 +124,7 @@ consteval qzstr_charset_info_t make_ascii_row() {
 }
 
 #define QZSTR_SINGLE_BYTE_ROW(enumerator, cs, name, canonical, ora_id)                                                 \
-    make_row({name, canonical, name, ora_id, 1, true}, QZSTR_SLOTS(cs, ascii, cs),                                     \
+    make_row({name, canonical, name, ora_id, 1, true}, cs##_slots,                                                     \
              {{qzstr_##cs##_get_ascii_str, QZSTR_CHARSET_ASCII},                                                       \
               {qzstr_##cs##_get_utf16_str, QZSTR_CHARSET_UTF16},                                                       \
               {qzstr_##cs##_get_##cs##_str, QZSTR_CHARSET_##enumerator}})
@@ -98,23 +134,21 @@ consteval qzstr_charset_info_t make_ascii_row() {
 /* The rows in catalogue order. A multibyte row sends VN8VN3 (TCVN3) to its own ASCII reduction. */
 constinit const qzstr_charset_info_t _charset_info[QZSTR_CHARSET_MAX] = {
     make_ascii_row(),
-    make_row({"EUCKR", "EUC-KR", "KO16KSC5601", 840, 2, true, false, QZ_SCANNER_ID_MSWIN949},
-             QZSTR_SLOTS(euckr, ascii, euckr),
+    make_row({"EUCKR", "EUC-KR", "KO16KSC5601", 840, 2, true, false, QZ_SCANNER_ID_MSWIN949}, euckr_slots,
              {{qzstr_euckr_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
               {qzstr_euckr_get_euckr_str, QZSTR_CHARSET_EUCKR, QZSTR_CHARSET_MSWIN949},
               {qzstr_euckr_get_utf16_str, QZSTR_CHARSET_UTF16},
               {qzstr_euckr_get_iso2022kr_str, QZSTR_CHARSET_ISO2022KR}}),
-    make_row({"MSWIN949", "CP949", "KO16MSWIN949", 846, 2, false, false, QZ_SCANNER_ID_MSWIN949},
-             QZSTR_SLOTS(mswin949, ascii, mswin949),
+    make_row({"MSWIN949", "CP949", "KO16MSWIN949", 846, 2, false, false, QZ_SCANNER_ID_MSWIN949}, mswin949_slots,
              {{qzstr_mswin949_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
               {qzstr_mswin949_get_euckr_str, QZSTR_CHARSET_EUCKR},
               {qzstr_euckr_get_euckr_str, QZSTR_CHARSET_MSWIN949},
               {qzstr_mswin949_get_utf16_str, QZSTR_CHARSET_UTF16},
               {qzstr_euckr_get_iso2022kr_str, QZSTR_CHARSET_ISO2022KR}}),
-    make_row({"UTF8", "UTF-8", "AL32UTF8", 873, 4, true, true, QZ_SCANNER_ID_UTF8}, QZSTR_SLOTS(utf8, ascii, utf8),
+    make_row({"UTF8", "UTF-8", "AL32UTF8", 873, 4, true, true, QZ_SCANNER_ID_UTF8}, utf8_slots,
              {{qzstr_utf8_get_utf8_str, QZSTR_CHARSET_UTF8}},
              {QZSTR_CHARSET_UTF16, QZSTR_CHARSET_GB18030, QZSTR_CHARSET_EUCTW}),
-    make_row({"UTF16", "UTF-16BE", "AL16UTF16", 2000, 2, false, true}, QZSTR_SLOTS(utf16, utf16, utf16),
+    make_row({"UTF16", "UTF-16BE", "AL16UTF16", 2000, 2, false, true}, utf16_slots,
              {{qzstr_utf16_get_ascii_str, QZSTR_CHARSET_ASCII},
               {qzstr_utf16_get_utf16_str, QZSTR_CHARSET_UTF16},
               {qzstr_utf16_get_tcvn3_str, QZSTR_CHARSET_TCVN3},
@@ -122,49 +156,36 @@ constinit const qzstr_charset_info_t _charset_info[QZSTR_CHARSET_MAX] = {
               {qzstr_utf16_get_mswin950_str, QZSTR_CHARSET_MSWIN950},
               {qzstr_utf16_get_mswin1251_str, QZSTR_CHARSET_MSWIN1251}},
              {QZSTR_CHARSET_UTF8, QZSTR_CHARSET_GB18030, QZSTR_CHARSET_EUCTW}),
-    make_row({"SJIS", "SHIFT-JIS", "", 832, 2, false, false, QZ_SCANNER_ID_SJIS}, QZSTR_SLOTS(sjis, ascii, sjis),
+    make_row({"SJIS", "SHIFT-JIS", "", 832, 2, false, false, QZ_SCANNER_ID_SJIS}, sjis_slots,
              {{qzstr_sjis_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
               {qzstr_sjis_get_utf16_str, QZSTR_CHARSET_UTF16},
               {qzstr_sjis_get_sjis_str, QZSTR_CHARSET_SJIS, QZSTR_CHARSET_SJIS_TILDE}}),
-    make_row({"JA16SJIS", "CP932", "JA16SJIS", 832, 2, false, false, QZ_SCANNER_ID_SJIS},
-             QZSTR_SLOTS(mswin932, ascii, mswin932),
+    make_row({"JA16SJIS", "CP932", "JA16SJIS", 832, 2, false, false, QZ_SCANNER_ID_SJIS}, mswin932_slots,
              {{qzstr_mswin932_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
               {qzstr_mswin932_get_utf16_str, QZSTR_CHARSET_UTF16},
               {qzstr_mswin932_get_mswin932_str, QZSTR_CHARSET_MSWIN932, QZSTR_CHARSET_MSWIN932_TILDE}}),
-    make_row({"JA16SJISTILDE", "CP932", "JA16SJISTILDE", 838, 2, false, false, QZ_SCANNER_ID_SJIS},
-             QZSTR_SLOTS_BUT_DECODERS(mswin932, mswin932_tld),
+    make_row({"JA16SJISTILDE", "CP932", "JA16SJISTILDE", 838, 2, false, false, QZ_SCANNER_ID_SJIS}, mswin932_tld_slots,
              {{qzstr_mswin932_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
               {qzstr_mswin932_get_utf16_str, QZSTR_CHARSET_UTF16},
               {qzstr_mswin932_get_mswin932_str, QZSTR_CHARSET_MSWIN932, QZSTR_CHARSET_MSWIN932_TILDE}}),
-    make_row({"JA16EUC", "EUC-JP", "JA16EUC", 830, 3, true}, QZSTR_SLOTS(eucjp, ascii, eucjp),
+    make_row({"JA16EUC", "EUC-JP", "JA16EUC", 830, 3, true}, eucjp_slots,
              {{qzstr_eucjp_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
               {qzstr_eucjp_get_utf16_str, QZSTR_CHARSET_UTF16},
               {qzstr_eucjp_get_eucjp_str, QZSTR_CHARSET_EUCJP, QZSTR_CHARSET_EUCJP_TILDE}}),
-    make_row({"JA16EUCTILDE", "EUC-JP", "JA16EUCTILDE", 837, 3, true},
-             [](qzstr_charset_info_t& row) {
-                 QZSTR_POSITIONS(eucjp)
-                 QZSTR_DECODERS(eucjp_tld)
-                 QZSTR_ENCODERS(eucjp) QZSTR_CASE(eucjp) QZSTR_TRAILING(ascii) QZSTR_ISSPACE(eucjp)
-                     row.qzstr_from_ucs2_fn = qzstr_eucjp_tld_from_ucs2;
-             },
+    make_row({"JA16EUCTILDE", "EUC-JP", "JA16EUCTILDE", 837, 3, true}, eucjp_tld_slots,
              {{qzstr_eucjp_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
               {qzstr_eucjp_tld_get_utf16_str, QZSTR_CHARSET_UTF16},
               {qzstr_eucjp_get_eucjp_str, QZSTR_CHARSET_EUCJP, QZSTR_CHARSET_EUCJP_TILDE}}),
-    make_row({"VN8VN3", "TCVN", "VN8VN3", 44, 1, true},
-             [](qzstr_charset_info_t& row) {
-                 QZSTR_POSITIONS(ascii)
-                 QZSTR_DECODERS(tcvn3)
-                 QZSTR_ENCODERS(tcvn3) QZSTR_CASE(tcvn3) QZSTR_TRAILING(ascii) QZSTR_ISSPACE(ascii)
-             },
+    make_row({"VN8VN3", "TCVN", "VN8VN3", 44, 1, true}, tcvn3_slots,
              {{qzstr_tcvn3_get_ascii_str, QZSTR_CHARSET_ASCII},
               {qzstr_tcvn3_get_utf16_str, QZSTR_CHARSET_UTF16},
               {qzstr_tcvn3_get_tcvn3_str, QZSTR_CHARSET_TCVN3}}),
-    make_row({"GBK", "CP936", "ZHS16GBK", 852, 2, false}, QZSTR_SLOTS(mswin936, ascii, mswin936),
+    make_row({"GBK", "CP936", "ZHS16GBK", 852, 2, false}, mswin936_slots,
              {{qzstr_mswin936_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
               {qzstr_mswin936_get_utf16_str, QZSTR_CHARSET_UTF16},
               {qzstr_mswin936_get_mswin936_str, QZSTR_CHARSET_MSWIN936}}),
     QZSTR_SINGLE_BYTE_ROW(MSWIN1252, mswin1252, "WE8MSWIN1252", "CP1252", 178),
-    make_row({"ZHT16HKSCS", "CP950", "ZHT16HKSCS", 868, 2, true}, QZSTR_SLOTS(mswin950, ascii, ascii),
+    make_row({"ZHT16HKSCS", "CP950", "ZHT16HKSCS", 868, 2, true}, mswin950_slots,
              {{qzstr_mswin950_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
               {qzstr_mswin950_get_utf16_str, QZSTR_CHARSET_UTF16},
               {qzstr_mswin950_get_mswin950_str, QZSTR_CHARSET_MSWIN950}}),
@@ -172,7 +193,7 @@ constinit const qzstr_charset_info_t _charset_info[QZSTR_CHARSET_MAX] = {
     QZSTR_SINGLE_BYTE_ROW(ISO8859P1, iso8859p1, "WE8ISO8859P1", "ISO-8859-1", 31),
     QZSTR_SINGLE_BYTE_ROW(ISO8859P2, iso8859p2, "EE8ISO8859P2", "ISO-8859-2", 32),
     // KEPT: the byte copy stands in the column of EE8ISO8859P2, and the own column goes through UCS-2.
-    make_row({"WE8ISO8859P9", "ISO-8859-9", "WE8ISO8859P9", 39, 1, true}, QZSTR_SLOTS(iso8859p9, ascii, iso8859p9),
+    make_row({"WE8ISO8859P9", "ISO-8859-9", "WE8ISO8859P9", 39, 1, true}, iso8859p9_slots,
              {{qzstr_iso8859p9_get_ascii_str, QZSTR_CHARSET_ASCII},
               {qzstr_iso8859p9_get_utf16_str, QZSTR_CHARSET_UTF16},
               {qzstr_iso8859p9_get_iso8859p9_str, QZSTR_CHARSET_ISO8859P2}}),
@@ -185,36 +206,35 @@ constinit const qzstr_charset_info_t _charset_info[QZSTR_CHARSET_MAX] = {
     QZSTR_SINGLE_BYTE_ROW(TIS620, tis620, "TH8TISASCII", "TIS-620", 41),
     QZSTR_SINGLE_BYTE_ROW(MSWIN1256, mswin1256, "AR8MSWIN1256", "CP1256", 560),
     QZSTR_SINGLE_BYTE_ROW(ISO8859P6, iso8859p6, "AR8ISO8859P6", "ISO-8859-6", 36),
-    make_row({"SJISTILDE", "SHIFT-JIS", "", 838, 2, false, false, QZ_SCANNER_ID_SJIS},
-             QZSTR_SLOTS_BUT_DECODERS(sjis, sjis_tld),
+    make_row({"SJISTILDE", "SHIFT-JIS", "", 838, 2, false, false, QZ_SCANNER_ID_SJIS}, sjis_tld_slots,
              {{qzstr_sjis_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
               {qzstr_sjis_get_utf16_str, QZSTR_CHARSET_UTF16},
               {qzstr_sjis_get_sjis_str, QZSTR_CHARSET_SJIS, QZSTR_CHARSET_SJIS_TILDE}}),
-    make_row({"ZHT16BIG5", "BIG5", "ZHT16BIG5", 865, 2, true}, QZSTR_SLOTS(zht16big5, ascii, ascii),
+    make_row({"ZHT16BIG5", "BIG5", "ZHT16BIG5", 865, 2, true}, zht16big5_slots,
              {{qzstr_zht16big5_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
               {qzstr_zht16big5_get_utf16_str, QZSTR_CHARSET_UTF16},
               {qzstr_zht16big5_get_zht16big5_str, QZSTR_CHARSET_ZHT16BIG5}}),
-    make_row({"ZHT16MSWIN950", "CP950", "ZHT16MSWIN950", 867, 2, true}, QZSTR_SLOTS(zht16mswin950, ascii, ascii),
+    make_row({"ZHT16MSWIN950", "CP950", "ZHT16MSWIN950", 867, 2, true}, zht16mswin950_slots,
              {{qzstr_zht16mswin950_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
               {qzstr_zht16mswin950_get_utf16_str, QZSTR_CHARSET_UTF16},
               {qzstr_zht16mswin950_get_zht16mswin950_str, QZSTR_CHARSET_ZHT16MSWIN950}}),
-    make_row({"GB18030", "GB18030", "ZHS32GB18030", 0, 4, true}, QZSTR_SLOTS(gb18030, ascii, ascii),
+    make_row({"GB18030", "GB18030", "ZHS32GB18030", 0, 4, true}, gb18030_slots,
              {{qzstr_gb18030_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
               {qzstr_gb18030_get_utf16_str, QZSTR_CHARSET_UTF16},
               {qzstr_gb18030_get_gb18030_str, QZSTR_CHARSET_GB18030}},
              {QZSTR_CHARSET_UTF8, QZSTR_CHARSET_EUCTW}),
     QZSTR_SINGLE_BYTE_ROW(ISO8859P8, iso8859p8, "IW8ISO8859P8", "ISO-8859-8", 38),
-    make_row({"EUCTW", "EUC-TW", "ZHT32EUC", 860, 4, true}, QZSTR_SLOTS(euctw, ascii, ascii),
+    make_row({"EUCTW", "EUC-TW", "ZHT32EUC", 860, 4, true}, euctw_slots,
              {{qzstr_euctw_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
               {qzstr_euctw_get_utf16_str, QZSTR_CHARSET_UTF16},
               {qzstr_euctw_get_euctw_str, QZSTR_CHARSET_EUCTW}},
              {QZSTR_CHARSET_UTF8, QZSTR_CHARSET_GB18030}),
-    make_row({"ISO2022-KR", "ISO-2022-KR", "ISO2022-KR", 9997, 2, false}, QZSTR_SLOTS(iso2022kr, iso2022kr, iso2022kr),
+    make_row({"ISO2022-KR", "ISO-2022-KR", "ISO2022-KR", 9997, 2, false}, iso2022kr_slots,
              {{qzstr_iso2022kr_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
               {qzstr_iso2022kr_get_euckr_str, QZSTR_CHARSET_EUCKR, QZSTR_CHARSET_MSWIN949},
               {qzstr_iso2022kr_get_utf16_str, QZSTR_CHARSET_UTF16},
               {qzstr_iso2022kr_get_iso2022kr_str, QZSTR_CHARSET_ISO2022KR}}),
-    make_row({"US8ICL", "US8ICL", "US8ICL", 277, 1, false}, QZSTR_SLOTS(us8icl, us8icl, us8icl),
+    make_row({"US8ICL", "US8ICL", "US8ICL", 277, 1, false}, us8icl_slots,
              {{qzstr_us8icl_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
               {qzstr_us8icl_get_utf16_str, QZSTR_CHARSET_UTF16},
               {qzstr_us8icl_get_us8icl_str, QZSTR_CHARSET_US8ICL}}),

@@ -17,7 +17,7 @@ enum class level { sse2, avx2, avx512 };
     __attribute__((no_sanitize("address", "thread", "undefined"), no_profile_instrument_function))
 #endif
 
-QZSTR_BEFORE_RELOCATION inline level best_level() {
+[[maybe_unused]] QZSTR_BEFORE_RELOCATION inline level best_level() {
     unsigned a = 0, b = 0, c = 0, d = 0;
     __cpuid(1, a, b, c, d);
     constexpr unsigned needed_1 = bit_OSXSAVE | bit_AVX | bit_POPCNT | bit_MOVBE | bit_FMA | bit_F16C;
