@@ -37,7 +37,9 @@ int main(int argc, char** argv) {
         app.parse(argc, argv);
         if (std::fflush(stdout) != 0) throw qzconv::Failure(fmt::format("standard output: {}", std::strerror(errno)));
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? qzconv::exact : qzconv::failed;
+        if (error.get_exit_code() == 0) return app.exit(error); // help
+        fmt::print(stderr, "qzconv: {}; \"qzconv --help\" tells more\n", error.what());
+        return qzconv::failed;
     } catch (const std::exception& error) {
         fmt::print(stderr, "qzconv: {}\n", error.what());
         return qzconv::failed;

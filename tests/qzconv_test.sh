@@ -1,0 +1,79 @@
+#!/bin/bash
+# qzconv_test.sh QZCONV EXAMPLES_DIR: what the process as a whole promises.
+set -u
+qzconv=$1 examples=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+failures=0
+
+expect() { # WHAT CODE TEXT COMMAND...: the exit code, and a text that standard error has
+    local what=$1 code=$2 text=$3 got
+    shift 3
+    "$@" >"$work/out" 2>"$work/err" </dev/null
+    got=$?
+    [[ $got == "$code" && $(<"$work/err") == *"$text"* ]] && return
+    echo "FAILED: $what: exit $got instead of $code, standard error: $(<"$work/err")"
+    failures=1
+}
+check() { # WHAT COMMAND...
+    local what=$1
+    shift
+    "$@" || { echo "FAILED: $what"; failures=1; }
+}
+bytes() { printf "$1" >"$work/in"; }
+
+bytes 'a\n'
+expect 'exact' 0 '2 bytes (2 characters) to 4 bytes' "$qzconv" convert -f us7ascii -t utf-16be "$work/in"
+check 'the result' cmp -s "$work/out" <(printf '\0a\0\n')
+bytes '\xB0\xA1'
+expect 'a replacement' 1 '1 replaced' "$qzconv" convert -f EUC-KR -t ASCII "$work/in"
+bytes 'a\xB0'
+expect 'a truncated tail' 2 'incomplete' "$qzconv" convert -f EUCKR -t UTF16 "$work/in"
+bytes 'a\xFF'
+expect 'malformed text' 2 'malformed' "$qzconv" convert -f EUCKR -t UTF16 "$work/in"
+expect 'JSON' 2 '"replacements":1' "$qzconv" convert --json -f EUCKR -t UTF16 "$work/in"
+expect 'quiet' 2 '' "$qzconv" convert -q -f EUCKR -t UTF16 "$work/in"
+check 'quiet says nothing' test ! -s "$work/err"
+expect 'an unknown name' 3 'did you mean UTF-8' "$qzconv" convert -f utf9 -t ASCII "$work/in"
+expect 'an empty name' 3 'unknown charset' "$qzconv" convert -f '' -t ASCII "$work/in"
+expect 'no arguments' 3 'required' "$qzconv"
+expect 'an unknown option' 3 '--frm' "$qzconv" convert -f ASCII -t ASCII --frm x
+expect 'a missing file' 3 "$work/none: No such file" "$qzconv" convert -f ASCII -t UTF16 "$work/in" "$work/none"
+check 'nothing is written before all files are found' test ! -s "$work/out"
+expect 'a directory' 3 'Is a directory' "$qzconv" stat -f ASCII "$work"
+
+echo old >"$work/target"
+expect 'a missing file with -o' 3 'No such file' "$qzconv" convert -f ASCII -t UTF16 -o "$work/target" "$work/none"
+check 'the old file stays' grep -qx old "$work/target"
+expect 'an error in the middle' 3 '' "$qzconv" convert -f ASCII -t UTF16 -o "$work/target" "$work/in" /proc/self/mem
+check 'the old file stays' grep -qx old "$work/target"
+check 'no temporary file stays' test -z "$(find "$work" -name 'target.*')"
+expect 'in place' 0 '' "$qzconv" convert -f ASCII -t UTF16 -o "$work/target" "$work/target"
+check 'the file is replaced' cmp -s "$work/target" <(printf '\0o\0l\0d\0\n')
+ln -s target "$work/link"
+expect 'through a link' 0 '' "$qzconv" convert -f UTF16 -t ASCII -o "$work/link" "$work/target"
+check 'the link stays' test -L "$work/link"
+expect 'a missing directory' 3 'No such file' "$qzconv" convert -f ASCII -t UTF16 -o "$work/none/x" "$work/in"
+
+expect 'a full disk' 3 'No space left' "$qzconv" convert -f ASCII -t UTF16 -o /dev/full "$work/target"
+expect 'a full standard output' 3 'No space left' bash -c "'$qzconv' convert -f ASCII -t UTF16 '$work/target' >/dev/full"
+expect 'a full standard output' 3 'No space left' bash -c "'$qzconv' list >/dev/full"
+expect 'a closed pipe' 3 'Broken pipe' \
+    bash -c "set -o pipefail; head -c 9000000 /dev/zero | '$qzconv' convert -q -f ASCII -t UTF16 | head -c 1 >/dev/null"
+
+expect 'list' 0 '' "$qzconv" list
+check 'list has every row' test "$(wc -l <"$work/out")" = 36
+expect 'list --json' 0 '' "$qzconv" list --json
+check 'list --json has every row' test "$(grep -c '"id":' "$work/out")" = 35
+expect 'stat' 0 '' "$qzconv" stat --json -f EUCKR <(printf 'a\xB0\xA1\nb\n')
+check 'stat counts' test "$(tr -cd '0-9\n' <"$work/out" | grep . | tail -5 | paste -sd' ')" = '6 5 4 3 2'
+bytes 'ABCDEFGHIJK'
+expect 'dump' 0 '' "$qzconv" dump "$work/in"
+check 'dump has ten bytes a line' grep -qx '0x4B ' "$work/out"
+expect 'dump by characters' 0 '' "$qzconv" dump -f EUCKR <(printf 'a\xB0\xA1\xB0')
+check 'dump shows code points' test "$(awk '{ print $(NF > 3 ? NF - 1 : NF) }' "$work/out" | paste -sd' ')" = 'U+0061 U+AC00 incomplete'
+
+# The same peak memory, give or take a page or two of the C library, for 4 and for 200 MB.
+peak() { head -c "$1" /dev/zero | tr '\0' 'x' | bash -c "ulimit -v 200000; exec '$qzconv' convert -q -f ASCII -t UTF16 -o /dev/null"; }
+if [[ -z ${QZSTR_SANITIZED:-} ]]; then check 'bounded memory' peak 200000000; fi
+exit "$failures"
