@@ -138,7 +138,7 @@ TEST(Blocks, CountReplacementsAndTellWhoIsToBlame) {
         bool malformed;
     } cases[] = {
         {QZSTR_CHARSET_ASCII, QZSTR_CHARSET_UTF16, "a?b", 0, 3, false},
-        {QZSTR_CHARSET_ASCII, QZSTR_CHARSET_UTF16, "a\x80?\xFF", 2, 4, true},
+        {QZSTR_CHARSET_EUCKR, QZSTR_CHARSET_UTF16, "a\x80?\xFF", 2, 4, true},
         {QZSTR_CHARSET_EUCKR, QZSTR_CHARSET_ASCII, "?\xB0\xA1?\xB0\xA2", 2, 4, false},
         {QZSTR_CHARSET_EUCKR, QZSTR_CHARSET_ASCII, "\xFF", 1, 1, true},
         {QZSTR_CHARSET_EUCKR, QZSTR_CHARSET_UTF16, "\xB0\xA1\xC9\xA1?", 1, 3, true},
