@@ -1,0 +1,351 @@
+// Searching text of fixed-width characters: the linear algorithm, patterns with wildcards, and the vector scan that finds
+// where either is worth trying.
+#pragma once
+
+#include "core/kernels.h"
+#include "core/units.h"
+
+#include <bit>
+
+namespace qzstr::core {
+
+enum class direction { forward, backward };
+
+/// The numbered run of occurrences that a caller asked for, and the count of those seen.
+class occurrences {
+public:
+    occurrences(int bpc, int start, int count, int* result)
+        : bpc_(bpc), first_(start), asked_(count), result_(result) {}
+
+    bool wide() const { return bpc_ > 1; }
+    /// Whether a match that begins at byte `start` begins a character.
+    bool aligned(offset_t start) const { return bpc_ == 1 || start % bpc_ == 0; }
+
+    /// Counts the occurrence at byte `start`; true when it was the last one asked for.
+    bool add(offset_t start) {
+        ++seen_;
+        const offset_t slot = seen_ - first_;
+        if (result_ != nullptr && slot >= 0 && slot < asked_) result_[slot] = static_cast<int>(start / bpc_);
+        return asked_ >= 0 && slot == offset_t{asked_} - 1;
+    }
+
+    /// Stores the count and clears the slots behind the last occurrence.
+    void report(int* result_count) const { close(result_count, seen_ - first_ + 1); }
+    /// The same where nothing was searched.
+    void report_none(int* result_count) const { close(result_count, 0); }
+
+private:
+    void close(int* result_count, offset_t first_unused) const {
+        if (result_count != nullptr) *result_count = static_cast<int>(seen_);
+        if (result_ == nullptr) return;
+        for (offset_t slot = first_unused > 0 ? first_unused : 0; slot < asked_; ++slot)
+            result_[slot] = -1;
+    }
+
+    offset_t bpc_, first_, asked_, seen_ = 0;
+    int* result_;
+};
+
+struct text_view {
+    const uchar* p;
+    offset_t len;
+    bool holds(offset_t at) const { return static_cast<std::uint64_t>(at) < static_cast<std::uint64_t>(len); }
+};
+
+// ---- The linear algorithm -------------------------------------------------------------------------------------------
+
+/// Entries before index 0 and behind the pattern's length, in a table that serves both directions.
+inline constexpr int table_margin = 1;
+
+/// The improved failure table: next[k] is where the pattern goes on after a mismatch at k, known to differ from it. The
+/// backward table is the mirror image of the reversed pattern's, so that it begins at next[-1].
+template <direction D>
+void build_failure_table(text_view pattern, int* next) {
+    const auto mirror = [&](offset_t k) { return D == direction::forward ? k : pattern.len - 1 - k; };
+    const auto entry = [&](offset_t k) -> int& { return next[mirror(k)]; };
+    const auto same = [&](offset_t a, offset_t b) { return pattern.p[mirror(a)] == pattern.p[mirror(b)]; };
+    offset_t border = -1;
+    entry(0) = static_cast<int>(mirror(-1));
+    for (offset_t k = 0; k < pattern.len;) {
+        while (border >= 0 && !same(k, border))
+            border = mirror(entry(border));
+        ++k;
+        ++border;
+        entry(k) = k < pattern.len && same(k, border) ? entry(border) : static_cast<int>(mirror(border));
+    }
+}
+
+/// Searches from byte i of the text with the pattern at j. Every full match restarts the pattern, also one that begins
+/// inside a character and so does not count.
+template <direction D>
+void search_linear(text_view text, text_view pattern, offset_t i, offset_t j, bool overlapped, const int* next,
+                   occurrences& found) {
+    constexpr bool forward = D == direction::forward;
+    constexpr offset_t step = forward ? 1 : -1;
+    while (text.holds(i)) {
+        while (pattern.holds(j) && pattern.p[j] != text.p[i])
+            j = next[j];
+        i += step;
+        j += step;
+        if (pattern.holds(j)) continue;
+        const offset_t start = forward ? i - pattern.len : i + 1;
+        if (found.aligned(start) && found.add(start)) return;
+        if (overlapped)
+            j = next[forward ? pattern.len : -1];
+        else
+            j = forward ? 0 : pattern.len - 1;
+    }
+}
+
+/// Builds the table on the stack and searches; never inlined, so that only searches that need the table pay for it.
+template <direction D, int LongestPattern>
+[[gnu::noinline]] void search_with_table(text_view text, text_view pattern, offset_t i, bool overlapped,
+                                         occurrences& found) {
+    int table[LongestPattern + 2 * table_margin]; // only what the pattern needs is written and read
+    int* const next = table + table_margin;
+    build_failure_table<D>(pattern, next);
+    search_linear<D>(text, pattern, i, D == direction::forward ? 0 : pattern.len - 1, overlapped, next, found);
+}
+
+// ---- The vector scan ------------------------------------------------------------------------------------------------
+
+/// Starts of matches still to be looked at, both ends included.
+struct start_range {
+    offset_t first, last;
+    bool empty() const { return first > last; }
+};
+
+/// Shows the visitor every start in the range where both probes hold, in order. The visitor answers with the distance to
+/// the next start that it wants to see, 0 to end the scan.
+template <direction D, class Visitor>
+void scan(const probe_pair& probes, const uchar* text, start_range left, Visitor& visit) {
+    constexpr bool forward = D == direction::forward;
+    while (!left.empty()) {
+        const auto n = static_cast<std::size_t>(left.last - left.first + 1);
+        const uchar* const from = text + left.first;
+        auto [group, bits] = forward ? first_candidates(probes, from, n) : last_candidates(probes, from, n);
+        if (bits == 0) return;
+        const offset_t base = left.first + static_cast<offset_t>(group);
+        if (forward)
+            left.first = base + 64;
+        else
+            left.last = base - 1;
+        while (bits != 0) {
+            const int bit = forward ? std::countr_zero(bits) : 63 - std::countl_zero(bits);
+            const offset_t start = base + bit;
+            const offset_t distance = visit(start);
+            if (distance == 0) return;
+            const offset_t next = forward ? bit + distance : bit - distance; // relative to the group
+            if (forward)
+                bits = next < 64 ? bits >> next << next : 0;
+            else
+                bits = next >= 0 ? bits & ((std::uint64_t{2} << next) - 1) : 0;
+            if (forward && base + next > left.first) left.first = base + next;
+            if (!forward && base + next < left.last) left.last = base + next;
+        }
+    }
+}
+
+/// Whether n bytes are equal; adds the words compared to `work`.
+inline bool equal_bytes(const uchar* a, const uchar* b, std::size_t n, offset_t& work) {
+    const auto same = [&]<class Word>(Word, std::size_t at) {
+        Word x, y;
+        std::memcpy(&x, a + at, sizeof x);
+        std::memcpy(&y, b + at, sizeof y);
+        return x == y;
+    };
+    const auto ends_same = [&]<class Word>(Word w) { return same(w, 0) && same(w, n - sizeof w); };
+    ++work;
+    if (n < 2) return n == 0 || *a == *b;
+    if (n < 4) return ends_same(std::uint16_t{});
+    if (n < 8) return ends_same(std::uint32_t{});
+    for (std::size_t at = 0; at + 8 < n; at += 8, ++work)
+        if (!same(std::uint64_t{}, at)) return false;
+    return same(std::uint64_t{}, n - 8);
+}
+
+/// Compares the whole pattern at each candidate, until candidates cost more than the linear algorithm would.
+template <direction D>
+struct exact_visitor {
+    text_view text, pattern;
+    bool overlapped;
+    occurrences& found;
+    offset_t origin;
+    offset_t work = 0;
+    offset_t abandoned_at = -1; ///< the start from which the linear algorithm goes on; -1: none
+
+    offset_t operator()(offset_t start) {
+        // Without overlaps, a match that begins inside a character still hides the text that it covers.
+        const bool counts = found.aligned(start);
+        if (overlapped && !counts) return 1;
+        const bool match = equal_bytes(text.p + start, pattern.p, static_cast<std::size_t>(pattern.len), work);
+        if (match && counts && found.add(start)) return 0;
+        const offset_t distance = match && !overlapped ? pattern.len : 1;
+        const offset_t passed = D == direction::forward ? start - origin : origin - start;
+        if (work <= 2 * passed + 256) return distance;
+        abandoned_at = D == direction::forward ? start + distance : start - distance;
+        return 0;
+    }
+};
+
+inline constexpr int short_pattern = 1022;
+
+/// Searches from byte i of the text; the pattern is not empty and no longer than the text.
+template <direction D, int LongestPattern>
+void search_exact(text_view text, text_view pattern, offset_t i, bool overlapped, occurrences& found) {
+    constexpr bool forward = D == direction::forward;
+    const offset_t last_start = text.len - pattern.len;
+    const start_range range{forward ? i : 0, forward ? last_start : i - pattern.len + 1};
+    if (i < 0) return;
+    exact_visitor<D> visit{text, pattern, overlapped, found, forward ? range.first : range.last};
+    // In big-endian UCS-2 the second byte of a character tells more than the first.
+    const offset_t near = found.wide() && pattern.len > 2 ? 1 : 0, far = pattern.len - 1;
+    const probe_pair probes{{static_cast<std::size_t>(near), static_cast<std::size_t>(far)},
+                            {pattern.p[near], pattern.p[far]}};
+    scan<D>(probes, text.p, range, visit);
+    if (visit.abandoned_at < 0) return;
+    const offset_t resume = forward ? visit.abandoned_at : visit.abandoned_at + pattern.len - 1;
+    if (pattern.len <= short_pattern)
+        search_with_table<D, short_pattern>(text, pattern, resume, overlapped, found);
+    else
+        search_with_table<D, LongestPattern>(text, pattern, resume, overlapped, found);
+}
+
+// ---- Patterns with wildcards ----------------------------------------------------------------------------------------
+
+/// A pattern of units of `bpc` bytes, of which the first two count (bpc 1: the one).
+struct wildcard_pattern {
+    text_view units;
+    const uchar* escape; ///< one unit, or null
+    offset_t bpc;
+
+    bool same(const uchar* a, const uchar* b) const { return a[0] == b[0] && (bpc == 1 || a[1] == b[1]); }
+    bool is_escape(const uchar* unit) const { return escape != nullptr && same(unit, escape); }
+    /// The big-endian UCS-2 "_": single bytes are never wildcards.
+    bool is_wildcard(const uchar* unit) const { return bpc != 1 && unit[0] == 0x00 && unit[1] == 0x5F; }
+};
+
+enum class attempt { matched, differed, ran_out, misused_escape };
+
+/// Tries the pattern at byte s of the text; `matched_bytes` is how far in the pattern the attempt got.
+inline attempt try_wildcards(const wildcard_pattern& pattern, text_view text, offset_t s, offset_t& matched_bytes) {
+    const offset_t bpc = pattern.bpc;
+    for (offset_t j = 0;;) {
+        const uchar* literal = pattern.units.p + j;
+        if (pattern.is_escape(literal)) {
+            j += bpc;
+            if (j >= pattern.units.len) return attempt::misused_escape;
+            literal += bpc;
+        } else if (pattern.is_wildcard(literal)) {
+            literal = nullptr;
+        }
+        if (literal != nullptr && !pattern.same(literal, text.p + s)) return attempt::differed;
+        j += bpc;
+        s += bpc;
+        if (j >= pattern.units.len) return attempt::matched;
+        if (s >= text.len) {
+            matched_bytes = j;
+            return attempt::ran_out;
+        }
+    }
+}
+
+/// Where the units compared literally stand: in the pattern and, from its start, in the text.
+struct literals {
+    offset_t count = 0;
+    offset_t in_pattern[2] = {}, in_text[2] = {}; ///< the first and the last (the same where there is one)
+};
+
+/// Literals at the head of a pattern, up to an escape character that nothing follows. A few are enough: starts nearer to
+/// the end of the text than the last of them are not scanned.
+inline literals literals_of(const wildcard_pattern& pattern) {
+    constexpr int enough = 64;
+    literals found;
+    offset_t j = 0;
+    for (offset_t unit = 0; unit < enough && j < pattern.units.len; ++unit, j += pattern.bpc) {
+        if (pattern.is_escape(pattern.units.p + j)) {
+            j += pattern.bpc;
+            if (j >= pattern.units.len) break;
+        } else if (pattern.is_wildcard(pattern.units.p + j)) {
+            continue;
+        }
+        const int first = found.count++ == 0 ? 0 : 1;
+        for (int place = first; place < 2; ++place) {
+            found.in_pattern[place] = j;
+            found.in_text[place] = unit * pattern.bpc;
+        }
+    }
+    return found;
+}
+
+/// What is tested at many starts at once; the pattern has a literal.
+inline probe_pair probes_of(const wildcard_pattern& pattern, const literals& found) {
+    // In big-endian UCS-2 the second byte of a unit tells more than the first.
+    const offset_t tell = pattern.bpc > 1 ? 1 : 0;
+    const offset_t skip = found.count > 1 ? tell : 0;
+    return {{static_cast<std::size_t>(found.in_text[0] + skip), static_cast<std::size_t>(found.in_text[1] + tell)},
+            {pattern.units.p[found.in_pattern[0] + skip], pattern.units.p[found.in_pattern[1] + tell]}};
+}
+
+/// Tries the pattern at each candidate.
+template <direction D>
+struct wildcard_visitor {
+    const wildcard_pattern& pattern;
+    text_view text;
+    bool overlapped;
+    occurrences& found;
+    int* last_match_bytes; ///< may be null
+    offset_t next;         ///< the start to look at next
+    bool ended = false, misused = false;
+
+    offset_t operator()(offset_t start) {
+        if (!found.aligned(start)) return 1;
+        offset_t matched_bytes = 0;
+        const attempt outcome = try_wildcards(pattern, text, start, matched_bytes);
+        if (outcome == attempt::ran_out && last_match_bytes != nullptr)
+            *last_match_bytes = static_cast<int>(matched_bytes);
+        misused = outcome == attempt::misused_escape;
+        const bool match = outcome == attempt::matched;
+        ended = misused || (match && found.add(start));
+        if (ended) return 0;
+        // KEPT: a match hides as many bytes as the pattern has, escape characters included.
+        const offset_t distance = match && !overlapped ? pattern.units.len : pattern.bpc;
+        next = D == direction::forward ? start + distance : start - distance;
+        return distance;
+    }
+
+    /// Visits every start in the range that is still to come.
+    void walk(start_range range) {
+        while (!ended && next >= range.first && next <= range.last)
+            (*this)(next);
+    }
+};
+
+/// Tries every character from `lowest` on; pattern and text are not empty and hold whole units. False where the pattern
+/// ends in its escape character and an attempt got there.
+template <direction D>
+bool search_wildcards(text_view text, const wildcard_pattern& pattern, offset_t lowest, bool overlapped,
+                      occurrences& found, int* last_match_bytes) {
+    constexpr bool forward = D == direction::forward;
+    wildcard_visitor<D> visit{
+        pattern, text, overlapped, found, last_match_bytes, forward ? lowest : text.len - pattern.bpc};
+    const literals fixed = literals_of(pattern);
+    // Up to here both probes lie inside the text. Behind it an attempt may run out of text early: all are made.
+    const offset_t scanned = fixed.count == 0 ? lowest - pattern.bpc : text.len - pattern.bpc - fixed.in_text[1];
+    const start_range beyond{scanned + pattern.bpc > lowest ? scanned + pattern.bpc : lowest, text.len - 1};
+    const auto scan_rest = [&] {
+        const start_range range{forward ? visit.next : lowest, forward ? scanned : visit.next};
+        if (!range.empty() && fixed.count != 0) scan<D>(probes_of(pattern, fixed), text.p, range, visit);
+    };
+    if (forward) {
+        scan_rest();
+        if (visit.next < beyond.first) visit.next = beyond.first;
+        visit.walk(beyond);
+    } else {
+        visit.walk(beyond);
+        if (!visit.ended) scan_rest();
+    }
+    return !visit.misused;
+}
+
+} // namespace qzstr::core
