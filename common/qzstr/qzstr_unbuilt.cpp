@@ -15,8 +15,6 @@
 
 #pragma GCC diagnostic ignored "-Wunused-parameter"
 
-QZSTR_UNBUILT(utf8)
-QZSTR_UNBUILT(utf16)
 QZSTR_UNBUILT(sjis)
 QZSTR_UNBUILT(sjis_tld)
 QZSTR_UNBUILT(mswin932)

@@ -198,14 +198,14 @@ struct decoders {
     }
     static conv_status_t to_wchar(char* str, int str_len, char* wcs, int wcs_buf_size, int wchar_size, int* read_len,
                                   int* write_len) {
-        return wchar_size == 2 ? to_ucs2(str, str_len, wcs, wcs_buf_size, read_len, write_len, 0)
-                               : to_ucs4(str, str_len, wcs, wcs_buf_size, read_len, write_len, 0);
+        return wchar_size == 2 ? F::to_ucs2(str, str_len, wcs, wcs_buf_size, read_len, write_len, 0)
+                               : F::to_ucs4(str, str_len, wcs, wcs_buf_size, read_len, write_len, 0);
     }
     /// Into UTF-16BE, as UCS-2 has it.
     static conv_status_t get_utf16_str QZSTR_CELL_PARAMETERS {
         (void)from_charset;
         (void)to_charset;
-        return to_ucs2(str, str_len, buf, buf_size, read_len, write_len, 1);
+        return F::to_ucs2(str, str_len, buf, buf_size, read_len, write_len, 1);
     }
 
 protected:
@@ -255,8 +255,8 @@ struct encoders {
     }
     static conv_status_t from_wchar(char* wcs, int wcs_len, char* str, int str_buf_size, int wchar_size, int* read_len,
                                     int* write_len) {
-        return wchar_size == 2 ? from_ucs2(wcs, wcs_len, str, str_buf_size, read_len, write_len, 0)
-                               : from_ucs4(wcs, wcs_len, str, str_buf_size, read_len, write_len, 0);
+        return wchar_size == 2 ? F::from_ucs2(wcs, wcs_len, str, str_buf_size, read_len, write_len, 0)
+                               : F::from_ucs4(wcs, wcs_len, str, str_buf_size, read_len, write_len, 0);
     }
 
 protected:
