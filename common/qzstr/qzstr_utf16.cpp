@@ -65,17 +65,9 @@ struct utf16 : multibyte<utf16>, decoders<utf16>, encoders<utf16> {
         return quad(high >> 8, high & 0xFF, low >> 8, low & 0xFF);
     }
 
-    static conv_status_t to_ucs4(char* str, int str_len, char* ucs4, int ucs4_buf_size, int* read_len, int* write_len,
-                                 uchar is_big_end) {
-        progress at;
-        if (!require_buffers(str, "str != NULL", ucs4, "ucs4 != NULL", write_len, where.source, 0))
-            return report(exact, at, read_len, write_len);
-        const offset_t len = at_least_0(str_len), size = at_least_0(ucs4_buf_size);
-        const conv_status_t status =
-            is_big_end != 0
-                ? decode<reader<order::big>, form::ucs4, order::big>(bytes(str), len, bytes(ucs4), size, at)
-                : decode<reader<order::little>, form::ucs4, order::little>(bytes(str), len, bytes(ucs4), size, at);
-        return report(status, at, read_len, write_len);
+    template <form Form, order Order>
+    static conv_status_t decode_text(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at) {
+        return decode<reader<Order>, Form, Order>(src, len, dst, size, at);
     }
 
     static conv_status_t to_ucs2(char* str, int str_len, char* ucs2, int ucs2_buf_size, int* read_len, int* write_len,
