@@ -88,12 +88,13 @@ template <class F>
 inline constexpr pair_decoding pair_decoding_of = make_pair_decoding<F>();
 
 /// Cells for a unit to one or two bytes, in pages of 256 code points; page 0 is empty.
-template <class F>
+template <class F, class Cell = std::uint16_t>
 struct encode_pages {
-    static constexpr std::uint16_t cell_of(char32_t c) {
+    static constexpr Cell cell_of(char32_t c) {
         const auto e = F::template encode<form::ucs2>(c, 0xFFFFFFFF);
-        const bool usual = e.what == decltype(e.what)::ok && e.bytes <= 2 && e.room <= 2 && e.units == 1;
-        return usual ? static_cast<std::uint16_t>(e.bytes == 2 ? e.byte[0] | e.byte[1] << 8 : e.byte[0]) : 0;
+        const bool usual =
+            e.what == decltype(e.what)::ok && e.bytes <= sizeof(Cell) && e.room <= sizeof(Cell) && e.units == 1;
+        return usual ? static_cast<Cell>(e.bytes == 2 ? e.byte[0] | e.byte[1] << 8 : e.byte[0]) : 0;
     }
     static consteval int count_pages() {
         int pages = 1;
@@ -106,14 +107,14 @@ struct encode_pages {
         return pages;
     }
     std::uint32_t page[256] = {};
-    std::uint16_t cell[count_pages() * 256] = {};
+    Cell cell[count_pages() * 256] = {};
 
     consteval encode_pages() {
         std::uint32_t next = 256;
         for (char32_t high = 0; high < 256; ++high) {
             bool used = false;
             for (char32_t low = 0; low < 256; ++low)
-                if (const std::uint16_t value = cell_of(high << 8 | low); value != 0) {
+                if (const Cell value = cell_of(high << 8 | low); value != 0) {
                     cell[next + low] = value;
                     used = true;
                 }
@@ -125,8 +126,31 @@ struct encode_pages {
     }
 };
 
+template <class F, class Cell = std::uint16_t>
+inline constexpr encode_pages<F, Cell> encode_pages_of{};
+
+/// Whether F maps bytes and units one to one: its decoder never flags a byte and answers alike in every form, its
+/// encoder looks at all 32 bits.
 template <class F>
-inline constexpr encode_pages<F> encode_pages_of{};
+concept maps_bytes = requires {
+    F::maps_bytes;
+};
+
+template <class F>
+consteval byte_decoding make_byte_decoding() {
+    byte_decoding plan{};
+    for (unsigned b = 0; b < 256; ++b) {
+        const uchar byte = static_cast<uchar>(b);
+        plan.unit[b] = static_cast<std::uint16_t>(F::template decode<form::ucs2>(&byte, 1).unit[0]);
+        if (b < 0x80) continue;
+        plan.low[b - 0x80] = static_cast<uchar>(plan.unit[b]);
+        plan.high[b - 0x80] = static_cast<uchar>(plan.unit[b] >> 8);
+    }
+    return plan;
+}
+
+template <class F>
+inline constexpr byte_decoding byte_decoding_of = make_byte_decoding<F>();
 
 /// Decodes what can be decoded fast, from `at` on.
 template <class F, form Form, order Order, class Progress>
@@ -137,6 +161,13 @@ void decode_fast(const uchar* src, offset_t len, uchar* dst, offset_t size, Prog
         widen_bytes(layout_of<Form, Order>, src + at.read, static_cast<std::size_t>(n), dst + at.written);
         at.read += n;
         at.written += n * unit_size<Form>;
+    } else if constexpr (maps_bytes<F>) {
+        const offset_t room = (size - at.written) / unit_size<Form>;
+        const offset_t n = room < len - at.read ? room : len - at.read;
+        const std::size_t done = decode_bytes(byte_decoding_of<F>, layout_of<Form, Order>, src + at.read,
+                                              static_cast<std::size_t>(n), dst + at.written);
+        at.read += static_cast<offset_t>(done);
+        at.written += static_cast<offset_t>(done) * unit_size<Form>;
     } else if constexpr (decodes_pairs<F>) {
         const moved m = decode_pairs(pair_decoding_of<F>, layout_of<Form, Order>, src + at.read,
                                      static_cast<std::size_t>(len - at.read), dst + at.written,
@@ -149,7 +180,15 @@ void decode_fast(const uchar* src, offset_t len, uchar* dst, offset_t size, Prog
 /// Encodes what can be encoded fast, from `at` on.
 template <class F, form Form, order Order, class Progress>
 void encode_fast(const uchar* src, offset_t len, uchar* dst, offset_t size, Progress& at) {
-    if constexpr (requires { F::widens; }) {
+    if constexpr (maps_bytes<F>) {
+        constexpr byte_encoding plan{encode_pages_of<F, uchar>.page, encode_pages_of<F, uchar>.cell};
+        const offset_t units = (len - at.read) / unit_size<Form>;
+        const offset_t n = units < size - at.written ? units : size - at.written;
+        const std::size_t run =
+            encode_bytes(plan, layout_of<Form, Order>, src + at.read, static_cast<std::size_t>(n), dst + at.written);
+        at.read += static_cast<offset_t>(run) * unit_size<Form>;
+        at.written += static_cast<offset_t>(run);
+    } else if constexpr (requires { F::widens; }) {
         const offset_t units = (len - at.read) / unit_size<Form>;
         const offset_t n = units < size - at.written ? units : size - at.written;
         const std::size_t run =

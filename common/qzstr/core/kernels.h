@@ -44,6 +44,24 @@ struct candidates {
     std::uint64_t bits;
 };
 
+/// Decoding where a byte is a character of one 16-bit unit: the unit of each, and in two planes those of 0x80 to 0xFF.
+struct byte_decoding {
+    alignas(64) uchar low[128];
+    alignas(64) uchar high[128];
+    std::uint16_t unit[256];
+};
+
+/// Encoding of a unit into one byte by one table read.
+struct byte_encoding {
+    const std::uint32_t* page; ///< for the high byte of a unit: index of its page's first cell; 0 for the empty page
+    const uchar* cell;         ///< 0 where the exact routine must look
+};
+
+/// A byte for each byte.
+struct byte_map {
+    alignas(64) uchar to[256];
+};
+
 /// In pair_decoding: no charset here decodes a pair to U+FFFF.
 inline constexpr std::uint16_t ask = 0xFFFF;
 
@@ -70,6 +88,16 @@ inline constexpr std::uint16_t ask = 0xFFFF;
     K(moved, encode_pairs,                                                                                             \
       (const pair_encoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t room),  \
       (plan, layout, src, n, dst, room))                                                                               \
+    /* Decodes n bytes to as many units; zero where there is nothing faster than the exact routine. */                 \
+    K(std::size_t, decode_bytes,                                                                                       \
+      (const byte_decoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst),                    \
+      (plan, layout, src, n, dst))                                                                                     \
+    /* Encodes the run of units that have a cell, at most n units, into as many bytes. */                              \
+    K(std::size_t, encode_bytes,                                                                                       \
+      (const byte_encoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst),                    \
+      (plan, layout, src, n, dst))                                                                                     \
+    /* Maps n bytes, also in place. */                                                                                 \
+    K(void, map_bytes, (const byte_map& map, const uchar* src, std::size_t n, uchar* dst), (map, src, n, dst))         \
     /* Walks over at most `chars` characters that begin in the first n bytes: `read` is where the next one begins */   \
     /* (n + 1 after a lead in the last byte), `written` the characters passed. Takes all that there is. */             \
     K(moved, skip_pairs, (const byte_set& leads, const uchar* p, std::size_t n, std::size_t chars),                    \

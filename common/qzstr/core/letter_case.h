@@ -4,6 +4,7 @@
 
 #include "core/ascii.h"
 #include "core/contract.h"
+#include "core/kernels.h"
 
 #include <cstring>
 
@@ -14,6 +15,9 @@ struct ascii_letters {
     static uchar lower(uchar b) { return to_lower(b); }
     static uchar upper(uchar b) { return to_upper(b); }
     static bool in_word(uchar b) { return is_ascii(b) && is_alnum(b); }
+    /// The same over n bytes that are all characters.
+    static void lower_all(uchar* p, std::size_t n) { flip_letters('A', p, n); }
+    static void upper_all(uchar* p, std::size_t n) { flip_letters('a', p, n); }
 };
 
 /// Runs `each(p)` over the bytes that are characters of their own; steps over the others.
@@ -56,6 +60,12 @@ void trim_upper(uchar* p, offset_t len, Step step) {
     p[kept] = 0;
 }
 
+/// Whether every byte of F's text is a character.
+template <class F>
+concept single_byte_text = requires {
+    F::single_byte_text;
+};
+
 /// The case slot of a family: letters of one byte, steps over whatever is longer.
 template <class F, class Letters = ascii_letters>
 struct letter_case {
@@ -65,8 +75,10 @@ struct letter_case {
         const offset_t len = at_least_0(str_len);
         switch (case_type) {
         case QZSTR_CASE_LOWER:
+            if constexpr (single_byte_text<F>) return Letters::lower_all(p, static_cast<std::size_t>(len));
             return each_single(p, len, step, [](uchar& b) { b = Letters::lower(b); });
         case QZSTR_CASE_UPPER:
+            if constexpr (single_byte_text<F>) return Letters::upper_all(p, static_cast<std::size_t>(len));
             return each_single(p, len, step, [](uchar& b) { b = Letters::upper(b); });
         case QZSTR_CASE_INITCAP:
             return init_cap<Letters>(p, len, step);

@@ -1,8 +1,11 @@
-// Counting, positions and width where every byte is a character of one column.
+// Charsets where every byte is a character of one column: positions, and the conversions and letters of a code page.
 #pragma once
 
+#include "core/ascii.h"
 #include "core/contract.h"
 #include "core/kernels.h"
+#include "core/paged.h"
+#include "core/transcode.h"
 
 namespace qzstr::core {
 
@@ -14,6 +17,8 @@ inline offset_t characters_before_nul(const uchar* p, int len) {
 /// The position slots of a single-byte family F.
 template <class F>
 struct single_byte_positions {
+    static constexpr bool single_byte_text = true;
+
     // KEPT: a NUL ends the count.
     static int count_char(char* str, int byte_cnt) {
         if (!require(str != nullptr, "str != NULL", F::where.source, F::where.count_char)) return 0;
@@ -62,6 +67,68 @@ private:
         require(str != nullptr, "str != NULL", F::where.source, 0);
         require(byte_offset >= 0, "byte_offset >= 0", F::where.source, 0);
     }
+};
+
+template <uchar (*Rule)(uchar)>
+consteval byte_map make_byte_map() {
+    byte_map map{};
+    for (unsigned b = 0; b < 256; ++b)
+        map.to[b] = Rule(static_cast<uchar>(b));
+    return map;
+}
+template <uchar (*Rule)(uchar)>
+inline constexpr byte_map byte_map_of = make_byte_map<Rule>();
+
+/// A code page over ASCII. F supplies `to_unicode`, the code points of 0x80 to 0xFF, and `from_unicode`, the pages of
+/// bytes for code points from U+0080 on (0: none), or its own one-character rules.
+template <class F>
+struct code_page : single_byte_positions<F>, decoders<F>, encoders<F> {
+    static constexpr bool maps_bytes = true;
+    static constexpr char32_t ucs4_mask = 0xFFFFFFFF;
+
+    // KEPT: an undefined byte becomes U+FFFD without a flag.
+    template <form>
+    static constexpr decoded decode(const uchar* p, offset_t) {
+        return one(p[0] < 0x80 ? p[0] : F::to_unicode[p[0] - 0x80], 1);
+    }
+
+    template <form>
+    static constexpr encoded encode(char32_t c, char32_t) {
+        if (c < 0x80) return single(c);
+        const unsigned byte = page_entry<F::from_unicode>(c, uchar{0});
+        return byte != 0 ? single(byte) : unmappable();
+    }
+
+    static conv_status_t get_ascii_str QZSTR_CELL_PARAMETERS {
+        (void)from_charset;
+        (void)to_charset;
+        if (!require_buffers(str, "str != NULL", buf, "buf != NULL", write_len, F::where.source, 0))
+            return report(exact, {}, read_len, write_len);
+        const int len = at_least_0(str_len), room = at_least_0(buf_size);
+        const int done = room < len ? room : len;
+        const auto n = static_cast<std::size_t>(done);
+        const std::size_t ascii = copy_ascii(bytes(str), n, bytes(buf));
+        map_bytes(byte_map_of<or_question_mark>, bytes(str) + ascii, n - ascii, bytes(buf) + ascii);
+        return report((done < len ? stopped : exact) | (ascii < n ? replaced : exact), {done, done}, read_len,
+                      write_len);
+    }
+
+    static uchar isspace(char* str, int offset) { return qzstr_ascii_isspace(str, offset); }
+
+private:
+    static constexpr uchar or_question_mark(uchar b) { return is_ascii(b) ? b : '?'; }
+};
+
+/// The letters of a code page: F's `lower_case` and `upper_case` of 0x80 to 0xFF, and `letters`, which tells them among
+/// 0x80 to 0xBF.
+template <class F>
+struct page_letters {
+    static constexpr uchar lower(uchar b) { return is_ascii(b) ? to_lower(b) : F::lower_case[b - 0x80]; }
+    static constexpr uchar upper(uchar b) { return is_ascii(b) ? to_upper(b) : F::upper_case[b - 0x80]; }
+    // KEPT: every byte from 0xC0 up continues a word, the multiplication sign and box drawing too.
+    static bool in_word(uchar b) { return is_ascii(b) ? is_alnum(b) : b >= 0xC0 || F::letters[b - 0x80] != 0; }
+    static void lower_all(uchar* p, std::size_t n) { map_bytes(byte_map_of<lower>, p, n, p); }
+    static void upper_all(uchar* p, std::size_t n) { map_bytes(byte_map_of<upper>, p, n, p); }
 };
 
 } // namespace qzstr::core

@@ -1,0 +1,24 @@
+// ISO/IEC 8859-7 in its edition of 2003, with the euro and drachma signs: Greek.
+#include "core/letter_case.h"
+#include "core/single_byte.h"
+#include "core/surface.h"
+#include "tables/iso8859p7.h"
+
+namespace qzstr::families {
+
+using namespace core;
+
+struct iso8859p7 : code_page<iso8859p7>, letter_case<iso8859p7, page_letters<iso8859p7>> {
+    static constexpr diagnostics where{.source = "common/qzstr/qzstr_iso8859p7"};
+    static constexpr auto& to_unicode = tables::iso8859p7_2uni;
+    static constexpr auto& from_unicode = tables::iso8859p7_pages;
+    static constexpr auto& lower_case = tables::iso8859p7_lower;
+    static constexpr auto& upper_case = tables::iso8859p7_upper;
+    static constexpr auto& letters = tables::qzstr_iso8859p7_latin_alphabet_map;
+
+    static constexpr auto get_iso8859p7_str = qzstr_get_same_charset_str;
+};
+
+} // namespace qzstr::families
+
+QZSTR_EXPORT(iso8859p7)

@@ -1,0 +1,330 @@
+// The code pages, TCVN3 and US8ICL: each against its published mapping, the letters' data and the C library's iconv.
+#include "support.h"
+
+#include <array>
+#include <fstream>
+#include <functional>
+#include <iconv.h>
+#include <map>
+#include <random>
+#include <sstream>
+#include <utility>
+
+using namespace support;
+
+namespace {
+
+struct member {
+    int row;
+    const char* file;
+    const char* iconv_name; // null where the C library has no such page
+};
+
+const member members[] = {
+    {QZSTR_CHARSET_MSWIN1252, "mswin1252", "CP1252"},
+    {QZSTR_CHARSET_MSWIN1251, "mswin1251", "CP1251"},
+    {QZSTR_CHARSET_ISO8859P1, "iso8859p1", "ISO-8859-1"},
+    {QZSTR_CHARSET_ISO8859P2, "iso8859p2", "ISO-8859-2"},
+    {QZSTR_CHARSET_ISO8859P9, "iso8859p9", "ISO-8859-9"},
+    {QZSTR_CHARSET_ISO8859P15, "iso8859p15", "ISO-8859-15"},
+    {QZSTR_CHARSET_KOI8R, "koi8r", "KOI8-R"},
+    {QZSTR_CHARSET_ISO8859P5, "iso8859p5", "ISO-8859-5"},
+    {QZSTR_CHARSET_MSDOS866, "msdos866", "IBM866"},
+    {QZSTR_CHARSET_MSWIN1253, "mswin1253", "CP1253"},
+    {QZSTR_CHARSET_ISO8859P7, "iso8859p7", "ISO-8859-7"},
+    {QZSTR_CHARSET_TIS620, "tis620", "TIS-620"},
+    {QZSTR_CHARSET_MSWIN1256, "mswin1256", "CP1256"},
+    {QZSTR_CHARSET_ISO8859P6, "iso8859p6", "ISO-8859-6"},
+    {QZSTR_CHARSET_ISO8859P8, "iso8859p8", "ISO-8859-8"},
+    {QZSTR_CHARSET_TCVN3, "tcvn3", nullptr},
+    {QZSTR_CHARSET_US8ICL, "us8icl", nullptr},
+};
+
+std::vector<std::vector<std::string>> rows_of(const std::string& file) {
+    std::ifstream in(std::string(MAPPINGS_DIR "/") + file + ".txt");
+    std::vector<std::vector<std::string>> rows;
+    for (std::string line; std::getline(in, line);) {
+        if (line.empty() || line[0] == '#') continue;
+        std::istringstream columns(line);
+        rows.emplace_back();
+        for (std::string column; std::getline(columns, column, '\t');)
+            rows.back().push_back(column);
+    }
+    return rows;
+}
+
+std::string unit(unsigned c, int size = 2) {
+    std::string bytes;
+    for (int shift = 8 * (size - 1); shift >= 0; shift -= 8)
+        bytes += static_cast<char>(c >> shift);
+    return bytes;
+}
+
+const std::string every_byte = [] {
+    std::string bytes;
+    for (int b = 0; b < 256; ++b)
+        bytes += static_cast<char>(b);
+    return bytes;
+}();
+
+std::string cased(const qzstr_charset_info_t& row, qzstr_case_t mode, std::string text) {
+    text += '\x7F'; // the byte that TRIM_UPPER may need
+    row.qzstr_convert_case_fn(mode, text.data(), static_cast<int>(text.size()) - 1);
+    return text.substr(0, text.size() - 1);
+}
+
+class SingleByte : public testing::TestWithParam<member> {
+protected:
+    const int row = GetParam().row;
+    const bool ebcdic = row == QZSTR_CHARSET_US8ICL;
+};
+
+INSTANTIATE_TEST_SUITE_P(Members, SingleByte, testing::ValuesIn(members),
+                         [](const auto& info) { return std::string(info.param.file); });
+
+TEST_P(SingleByte, EveryByteAndEveryCodePointIsThatOfTheMappingFile) {
+    std::string units, units4;
+    std::map<unsigned, char> byte_of;
+    for (const auto& line : rows_of(GetParam().file)) {
+        const auto code = static_cast<unsigned>(std::stoul(line[0], nullptr, 16));
+        const auto c = static_cast<unsigned>(std::stoul(line[1], nullptr, 16));
+        units += unit(c);
+        units4 += unit(c, 4);
+        if (line.size() == 2) byte_of[c] = static_cast<char>(code);
+    }
+    std::string source, source4, encoded;
+    for (unsigned c = 0; c <= 0x1FFFF; ++c) {
+        if (c <= 0xFFFF) source += unit(c);
+        source4 += unit(c, 4);
+        encoded += byte_of.contains(c) ? byte_of[c] : ebcdic ? '\x6F' : '?';
+    }
+    for (const level& at : levels()) {
+        const qzstr_charset_info_t& info = at.catalogue[row];
+        EXPECT_EQ(run_slot(info.qzstr_to_ucs2_fn, every_byte), (converted{ebcdic ? 2 : 0, 256, 512, units})) << at.name;
+        EXPECT_EQ(run_slot(info.qzstr_to_ucs4_fn, every_byte), (converted{ebcdic ? 2 : 0, 256, 1024, units4}))
+            << at.name;
+        EXPECT_TRUE(run_slot(info.qzstr_from_ucs2_fn, source) ==
+                    (converted{2, 0x20000, 0x10000, encoded.substr(0, 0x10000)}))
+            << at.name;
+        EXPECT_TRUE(run_slot(info.qzstr_from_ucs4_fn, source4) == (converted{2, 0x80000, 0x20000, encoded})) << at.name;
+        if (ebcdic) continue;
+        std::string representable, bytes; // the longest clean text
+        for (const auto& [c, byte] : byte_of)
+            representable += unit(c), bytes += byte;
+        EXPECT_EQ(run_slot(info.qzstr_from_ucs2_fn, representable),
+                  (converted{0, static_cast<int>(2 * bytes.size()), static_cast<int>(bytes.size()), bytes}))
+            << at.name;
+    }
+}
+
+TEST_P(SingleByte, DecodesAsTheCLibraryDoes) {
+    if (GetParam().iconv_name == nullptr) GTEST_SKIP();
+    const iconv_t converter = iconv_open("UTF-16BE", GetParam().iconv_name);
+    ASSERT_NE(converter, iconv_t(-1));
+    for (char b : every_byte) {
+        std::string expected(2, 0);
+        char *in = &b, *out = expected.data();
+        std::size_t in_left = 1, out_left = 2;
+        if (iconv(converter, &in, &in_left, &out, &out_left) == std::size_t(-1)) expected = unit(0xFFFD);
+        EXPECT_EQ(run_slot(_charset_info[row].qzstr_to_ucs2_fn, {&b, 1}).bytes, expected) << hex({&b, 1});
+    }
+    iconv_close(converter);
+}
+
+TEST_P(SingleByte, CaseFollowsTheLettersOfThePage) {
+    if (ebcdic) GTEST_SKIP();
+    std::string lower = every_byte, upper = every_byte, letters;
+    for (int b = 'a'; b <= 'z'; ++b) {
+        lower[static_cast<std::size_t>(b - 0x20)] = static_cast<char>(b);
+        upper[static_cast<std::size_t>(b)] = static_cast<char>(b - 0x20);
+    }
+    for (const auto& line : rows_of("single_byte_case")) {
+        if (line[0] != GetParam().file) continue;
+        if (line[1] == "LETTERS") letters = line[2];
+        if (line[1] != "LOWER" && line[1] != "UPPER") continue;
+        for (std::size_t i = 0; i + 5 <= line[2].size(); i += 6)
+            (line[1] == "LOWER" ? lower : upper)[std::stoul(line[2].substr(i, 2), nullptr, 16)] =
+                static_cast<char>(std::stoi(line[2].substr(i + 3, 2), nullptr, 16));
+    }
+    if (row == QZSTR_CHARSET_TCVN3) letters = std::string(33, '0') + std::string(31, '1');
+    const bool has_letters = letters.size() == 64;
+    for (const level& at : levels()) {
+        const qzstr_charset_info_t& info = at.catalogue[row];
+        EXPECT_EQ(hex(cased(info, QZSTR_CASE_LOWER, every_byte)), hex(lower)) << at.name;
+        EXPECT_EQ(hex(cased(info, QZSTR_CASE_UPPER, every_byte)), hex(upper)) << at.name;
+    }
+    for (unsigned b = 0x80; b < 0x100; ++b) {
+        const bool letter = has_letters && (b >= 0xC0 || letters[b - 0x80] == '1');
+        const std::string word = {'k', static_cast<char>(b), 'k'}, first = {static_cast<char>(b)};
+        const std::string expected = {'K', letter ? lower[b] : first[0], letter ? 'k' : 'K'};
+        EXPECT_EQ(hex(cased(_charset_info[row], QZSTR_CASE_INITCAP, word)), hex(expected));
+        EXPECT_EQ(cased(_charset_info[row], QZSTR_CASE_INITCAP, first)[0], letter ? upper[b] : first[0]);
+        EXPECT_EQ(cased(_charset_info[row], QZSTR_CASE_TRIM_UPPER, "\t" + first + " "),
+                  upper[b] + std::string("\0 ", 2));
+    }
+    cased(_charset_info[row], QZSTR_CASE_NONE, "a");
+    EXPECT_EQ(take_assertions().size(), 1u);
+}
+
+TEST_P(SingleByte, EveryLevelConvertsEverySizeAlike) {
+    std::mt19937 random(static_cast<unsigned>(row));
+    for (int length = 0; length < 300; ++length) {
+        // Text of the page with some ASCII, and now and then any byte or any unit.
+        std::string text, units;
+        for (int i = 0; i < length; ++i)
+            text += static_cast<char>(random() % 4 == 0 ? random() % 0x80 : 0x80 + random() % 0x80);
+        units = run_slot(_charset_info[row].qzstr_to_ucs2_fn, text).bytes;
+        for (auto damaged = random() % 3; length > 0 && damaged > 0; --damaged)
+            units[random() % units.size()] = static_cast<char>(random());
+        units += std::string(random() % 8 == 0, 'x');
+        const int room = static_cast<int>(random() % static_cast<unsigned>(2 * length + 4));
+        const auto results = [&](const level& at) {
+            const qzstr_charset_info_t& info = at.catalogue[row];
+            return std::vector{run_slot(info.qzstr_to_ucs2_fn, text, room),
+                               run_slot(info.qzstr_to_ucs4_fn, text, 2 * room, false),
+                               run_slot(info.qzstr_from_ucs2_fn, units, room / 2),
+                               run_slot(info.qzstr_from_ucs4_fn, units, room / 4, false),
+                               run_cell(at.catalogue, row, QZSTR_CHARSET_ASCII, text, room / 2),
+                               run_cell(at.catalogue, row, QZSTR_CHARSET_UTF16, text, room)};
+        };
+        for (const level& at : levels())
+            ASSERT_EQ(results(at), results(levels()[0])) << at.name << " length " << length << " room " << room;
+    }
+}
+
+TEST_P(SingleByte, ReducesToAscii) {
+    std::string expected;
+    const std::string units = run_slot(_charset_info[row].qzstr_to_ucs2_fn, every_byte).bytes;
+    for (std::size_t b = 0; b < 256; ++b)
+        expected += units[2 * b] == 0 && units[2 * b + 1] >= 0 ? units[2 * b + 1] : '?';
+    EXPECT_EQ(run_cell(_charset_info, row, QZSTR_CHARSET_ASCII, every_byte), (converted{2, 256, 256, expected}));
+    EXPECT_EQ(run_cell(_charset_info, row, QZSTR_CHARSET_ASCII, every_byte, 2),
+              (converted{1, 2, 2, every_byte.substr(0, 2)}));
+    EXPECT_EQ(run_cell(_charset_info, row, QZSTR_CHARSET_ASCII, "", 0), (converted{0, 0, 0, ""}));
+}
+
+TEST(SingleByteSlots, CountingStopsAtANulAndArgumentsAreChecked) {
+    char text[] = "A\0B  ";
+    for (const member& m : members) {
+        if (m.row >= QZSTR_CHARSET_US8ICL || m.row == QZSTR_CHARSET_TCVN3) continue;
+        const qzstr_charset_info_t& info = _charset_info[m.row];
+        EXPECT_EQ(info.qzstr_count_char_fn(text, 3), m.row == QZSTR_CHARSET_TIS620 ? 3 : 1) << m.file;
+        EXPECT_EQ(info.qzstr_count_byte_fn(text, 3), 3) << m.file;
+        EXPECT_EQ(info.qzstr_get_first_trailing_space_fn(text, 5), 3) << m.file;
+        EXPECT_EQ(info.qzstr_isspace_fn(text, 3), 1) << m.file;
+        int start = 9, end = 9, count = 9;
+        info.qzstr_get_byte_pos_fn(text, 5, 7, &start, &end, &count);
+        EXPECT_EQ((std::array{start, end, count}), (std::array{4, 4, 5})) << m.file;
+        info.qzstr_get_byte_pos_fn(text, 5, 0, &start, &end, &count);
+        EXPECT_EQ((std::array{start, end, count}), (std::array{-1, -1, 0})) << m.file;
+        EXPECT_TRUE(take_assertions().empty());
+        EXPECT_EQ(info.qzstr_count_char_fn(text, -1) + info.qzstr_count_byte_fn(text, -1), 0) << m.file;
+        EXPECT_EQ(info.qzstr_is_char_leading_byte(text, -1), 1) << m.file;
+        EXPECT_EQ(info.qzstr_get_char_ending_byte(text, -1, 1), -1) << m.file;
+        std::string reported;
+        for (const std::string& assertion : take_assertions())
+            reported += assertion.substr(0, assertion.rfind(':')) + ";";
+        const std::string source = std::string("@common/qzstr/qzstr_") + m.file + ";";
+        EXPECT_EQ(reported, "byte_cnt >= 0" + source + "char_cnt >= 0" + source + "byte_offset >= 0" + source +
+                                "byte_offset >= 0" + source);
+    }
+}
+
+TEST(Iso8859p9, IsCopiedIntoIso8859p2AndConvertedIntoItself) {
+    const std::string text = "\xD0\xDD\xFF";
+    EXPECT_EQ(run_cell(_charset_info, QZSTR_CHARSET_ISO8859P9, QZSTR_CHARSET_ISO8859P2, text).bytes, text);
+    EXPECT_EQ(_charset_info[QZSTR_CHARSET_ISO8859P9].qzstr_get_another_charset_str_fn[QZSTR_CHARSET_ISO8859P9],
+              qzstr_convert_through_ucs2);
+    EXPECT_EQ(run_cell(_charset_info, QZSTR_CHARSET_ISO8859P9, QZSTR_CHARSET_ISO8859P9, text),
+              (converted{0, 3, 3, text}));
+}
+
+TEST(Tis620, AShiftOutPairsWithTheByteAfterIt) {
+    const qzstr_charset_info_t& tis = _charset_info[QZSTR_CHARSET_TIS620];
+    struct {
+        const char* text;
+        int characters;
+        const char* leading; // is_char_leading_byte of each offset
+        int nth, start, end, number;
+    } const cases[] = {
+        {"41 0E 42 43", 3, "1101", 2, 1, 2, 2},
+        {"0E 41 42", 2, "101", 1, 0, 1, 1},
+        {"0E 0E 41", 2, "101", 2, 2, 2, 2},
+        {"41 0E 0E 0E 42", 3, "11011", 3, 3, 4, 3},
+        {"41 0E", 2, "11", 5, 1, 1, 2},
+        {"0E 0E 0E", 2, "101", 9, 2, 2, 2},
+        {"41 00 0E 00 A1", 4, "11101", 3, 2, 3, 3},
+    };
+    for (const auto& c : cases) {
+        std::string text = unhex(c.text), leading;
+        const int length = static_cast<int>(text.size());
+        EXPECT_EQ(tis.qzstr_count_char_fn(text.data(), length), c.characters) << c.text;
+        for (int at = 0; at < length; ++at)
+            leading += tis.qzstr_is_char_leading_byte(text.data(), at) != 0 ? '1' : '0';
+        EXPECT_EQ(leading, c.leading) << c.text;
+        int start, end, number;
+        tis.qzstr_get_byte_pos_fn(text.data(), length, c.nth, &start, &end, &number);
+        EXPECT_EQ((std::array{start, end, number}), (std::array{c.start, c.end, c.number})) << c.text;
+    }
+    std::string text = unhex("41 0E 41 41 0E 0E 41 0E");
+    EXPECT_EQ(tis.qzstr_count_byte_fn(text.data(), 4), 6);
+    EXPECT_EQ(hex(cased(tis, QZSTR_CASE_LOWER, text)), "61 0E 41 61 0E 0E 61 0E");
+    EXPECT_EQ(cased(tis, QZSTR_CASE_UPPER,
+                    "\x0E"
+                    "a"),
+              "\x0E"
+              "A");
+}
+
+TEST(Us8icl, RefusesWhatCountsCasesOrTrims) {
+    const qzstr_charset_info_t& us8icl = _charset_info[QZSTR_CHARSET_US8ICL];
+    char text[] = "abc";
+    int a = 7, b = 7, count = 7;
+    uchar less = 7;
+    const std::pair<std::string, std::function<void()>> refused[] = {
+        {"count_char", [&] { us8icl.qzstr_count_char_fn(text, 3); }},
+        {"count_byte", [&] { us8icl.qzstr_count_byte_fn(text, 3); }},
+        {"is_char_leading_byte", [&] { us8icl.qzstr_is_char_leading_byte(text, 0); }},
+        {"get_char_leading_byte", [&] { us8icl.qzstr_get_char_leading_byte(text, 0); }},
+        {"is_char_ending_byte", [&] { us8icl.qzstr_is_char_ending_byte(text, 0); }},
+        {"get_char_ending_byte", [&] { us8icl.qzstr_get_char_ending_byte(text, 0, 0); }},
+        {"get_byte_pos_with_disp_size",
+         [&] { us8icl.qzstr_get_byte_pos_with_disp_size_fn(text, 3, 1, &a, &b, &less); }},
+        {"convert_case", [&] { us8icl.qzstr_convert_case_fn(QZSTR_CASE_UPPER, text, 3); }},
+        {"get_first_trailing_space", [&] { us8icl.qzstr_get_first_trailing_space_fn(text, 3); }},
+        {"isspace", [&] { us8icl.qzstr_isspace_fn(text, 0); }},
+    };
+    for (const auto& [name, call] : refused) {
+        try {
+            call();
+            ADD_FAILURE() << name;
+        } catch (const raised_error& error) {
+            EXPECT_EQ(error.function, "qzstr_us8icl_" + name);
+            EXPECT_EQ(error.source, "common/qzstr/qzstr_us8icl");
+            EXPECT_EQ(error.code, -3006);
+        }
+    }
+    EXPECT_STREQ(text, "abc");
+    us8icl.qzstr_get_byte_pos_fn(text, 3, 2, &a, &b, &count);
+    EXPECT_EQ((std::array{a, b, count}), (std::array{2, 2, 2}));
+}
+
+TEST(Us8icl, ReportsGenuineQuestionMarks) {
+    const qzstr_charset_info_t& us8icl = _charset_info[QZSTR_CHARSET_US8ICL];
+    EXPECT_EQ(run_slot(us8icl.qzstr_to_ucs2_fn, "\xC1"), (converted{0, 1, 2, unit('A')}));
+    EXPECT_EQ(run_slot(us8icl.qzstr_to_ucs2_fn, "\x6F"), (converted{2, 1, 2, unit('?')}));
+    EXPECT_EQ(run_slot(us8icl.qzstr_from_ucs2_fn, unit('?')), (converted{2, 2, 1, "\x6F"}));
+    EXPECT_EQ(run_slot(us8icl.qzstr_from_ucs2_fn, unit('A')), (converted{0, 2, 1, "\xC1"}));
+    EXPECT_EQ(run_cell(_charset_info, QZSTR_CHARSET_US8ICL, QZSTR_CHARSET_TCVN3, "\xC1\x6F"),
+              (converted{2, 2, 2, "A?"}));
+}
+
+TEST(Tcvn3, UpperLosesToneMarks) {
+    const qzstr_charset_info_t& tcvn3 = _charset_info[QZSTR_CHARSET_TCVN3];
+    EXPECT_EQ(cased(tcvn3, QZSTR_CASE_UPPER, "\xB5\xCA\xA8"), "A\xA2\xA1");
+    EXPECT_EQ(cased(tcvn3, QZSTR_CASE_LOWER, "\xA1\xB5"), "\xA8\xB5");
+    EXPECT_EQ(run_slot(tcvn3.qzstr_from_ucs2_fn, unit(0xE0) + unit(0x300)), (converted{2, 4, 2, "\xB5?"}));
+    EXPECT_EQ(run_slot(tcvn3.qzstr_to_ucs2_fn, "\xA0"), (converted{0, 1, 2, unit(0xFFFD)}));
+}
+
+} // namespace
