@@ -11,10 +11,6 @@ if(qzstr_kernels)
   list(REMOVE_ITEM qzstr_sources ${qzstr_kernels})
 endif()
 
-if(NOT qzstr_sources)
-  return()
-endif()
-
 set(qzstr_levels sse2 avx2 avx512)
 set(qzstr_options_avx2 -march=x86-64-v3)
 set(qzstr_options_avx512 -march=x86-64-v4 -mavx512vbmi -mavx512vbmi2 -mavx512bitalg -mavx512vpopcntdq)

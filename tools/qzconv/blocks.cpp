@@ -16,6 +16,8 @@ namespace {
 constexpr std::size_t worst_growth = 8, slack = 64;
 /// Text that a cut found by converting leaves behind itself, in units of the target; more than any form is long.
 constexpr std::size_t held_back = 16;
+/// No real text has this many bytes of nothing but joining characters: from here on they are parted.
+constexpr std::size_t longest_search = 4 << 20;
 
 bool is_japanese(qzstr_charset_t charset) {
     switch (charset) {
@@ -153,9 +155,11 @@ std::size_t BlockConverter::count_characters(std::string_view text) {
     return static_cast<std::size_t>(info(from_).qzstr_count_char_fn(bytes, length));
 }
 
-/// Five marks join the character before them in the Japanese rows.
-bool BlockConverter::joins(unsigned unit) const {
-    return is_japanese(to_) && (unit == 0x0300 || unit == 0x0301 || unit == 0x02E5 || unit == 0x02E9 || unit == 0x309A);
+/// The Japanese rows join five marks with a character before them; two of the marks, but not the others, may be that
+/// character.
+bool BlockConverter::joins(unsigned before, unsigned after) const {
+    const auto only_joins = [](unsigned unit) { return unit == 0x0300 || unit == 0x0301 || unit == 0x309A; };
+    return is_japanese(to_) && (only_joins(after) || after == 0x02E5 || after == 0x02E9) && !only_joins(before);
 }
 
 std::size_t BlockConverter::safe_cut(std::string_view text) {
@@ -186,10 +190,10 @@ std::size_t BlockConverter::cut_after_ascii(std::string_view text) const {
     return 0;
 }
 
-/// ISO-2022-KR: a control byte stands for itself in every state, but an escape needs the bytes behind it.
+/// ISO-2022-KR: a control byte stands for itself in every state; an escape needs the bytes behind it.
 std::size_t BlockConverter::cut_after_control(std::string_view text) const {
     for (std::size_t at = text.size(); at-- > 0;)
-        if (static_cast<unsigned char>(text[at]) < 0x20 && text[at] != 0x1B) return at + 1;
+        if (static_cast<unsigned char>(text[at]) < 0x20) return text[at] == 0x1B ? at : at + 1;
     return 0;
 }
 
@@ -197,9 +201,9 @@ std::size_t BlockConverter::cut_after_control(std::string_view text) const {
 std::size_t BlockConverter::cut_between_units(std::string_view text) const {
     const std::size_t units = text.size() / 2;
     const auto unit = [text](std::size_t index) { return unit_at(text, index * 2, 2); };
-    for (std::size_t cut = is_japanese(to_) && units > 0 ? units - 1 : units; cut > 0; --cut) {
-        const bool splits_pair = (unit(cut - 1) & 0xFC00) == 0xD800;
-        if (!splits_pair && (cut == units || !joins(unit(cut)))) return cut * 2;
+    for (std::size_t cut = units; cut-- > 1;) {
+        const bool splits_pair = (unit(cut - 1) & 0xFC00) == 0xD800 && (unit(cut) & 0xFC00) == 0xDC00;
+        if (!splits_pair && !joins(unit(cut - 1), unit(cut))) return cut * 2;
     }
     return 0;
 }
@@ -233,10 +237,14 @@ std::size_t BlockConverter::cut_by_converting(std::string_view text) {
     std::size_t bytes = 0;
     const std::size_t all = units_in(target_size_ / unit, bytes);
     const std::string units(target_.get(), all * unit);
+    const auto unit_before = [&](std::size_t index) { return unit_at(units, (index - 1) * unit, unit); };
+    const auto may_end = [&](std::size_t cut) {
+        return cut > 0 && (source.size() > longest_search || !joins(unit_before(cut), unit_before(cut + 1)));
+    };
     for (std::size_t cut = all < held_back ? 0 : all - held_back / 2; cut > 0; --cut) {
-        if (joins(unit_at(units, cut * unit, unit))) continue;
+        if (!may_end(cut)) continue;
         const std::size_t border = units_in(cut, bytes); // one less than asked for where a character has two units
-        if (border == cut || !joins(unit_at(units, border * unit, unit))) return bytes;
+        if (border == cut || may_end(border)) return bytes;
     }
     return 0;
 }

@@ -49,7 +49,7 @@ private:
     std::size_t cut_after_control(std::string_view text) const;
     std::size_t cut_between_units(std::string_view text) const;
     std::size_t cut_by_converting(std::string_view text);
-    bool joins(unsigned unit) const;
+    bool joins(unsigned before, unsigned after) const;
 
     std::size_t count_characters(std::string_view text);
 

@@ -77,10 +77,7 @@ void print_summary(const Options& options, const Totals& totals, double seconds)
 
 int run(const Options& options) {
     const qzstr_charset_t from = charset_named(options.from), to = charset_named(options.to);
-    require_readable(options.inputs);
-    std::uint64_t expected = 0;
-    for (const std::string& path : options.inputs)
-        expected += Input(path).size();
+    const std::uint64_t expected = require_readable(options.inputs);
 
     const auto start = std::chrono::steady_clock::now();
     Totals totals;

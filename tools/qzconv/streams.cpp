@@ -36,7 +36,7 @@ void discard_and_die(int signal) {
 /// The mode that a file of this name has or would get.
 mode_t mode_of(const std::string& path) {
     struct stat status;
-    if (::stat(path.c_str(), &status) == 0) return status.st_mode & 07777;
+    if (::stat(path.c_str(), &status) == 0) return status.st_mode & 0777;
     const mode_t mask = ::umask(0);
     ::umask(mask);
     return 0666 & ~mask;
@@ -51,9 +51,7 @@ void discard_unfinished_output() {
 
 Input::Input(const std::string& path) : name_(path == "-" ? "standard input" : path) {
     descriptor_ = path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    struct stat status;
-    if (descriptor_ < 0 || ::fstat(descriptor_, &status) != 0) fail(name_);
-    if (S_ISREG(status.st_mode)) size_ = static_cast<std::uint64_t>(status.st_size);
+    if (descriptor_ < 0) fail(name_);
     ::posix_fadvise(descriptor_, 0, 0, POSIX_FADV_SEQUENTIAL);
 }
 
@@ -69,12 +67,19 @@ std::size_t Input::read(char* buffer, std::size_t size) {
     }
 }
 
-void require_readable(const std::vector<std::string>& paths) {
+std::uint64_t require_readable(const std::vector<std::string>& paths) {
+    std::uint64_t total = 0;
+    bool known = true;
     for (const std::string& path : paths) {
-        if (path == "-") continue;
-        if (::access(path.c_str(), R_OK) != 0) fail(path);
-        if (fs::is_directory(path)) throw Failure(fmt::format("{}: {}", path, std::strerror(EISDIR)));
+        struct stat status;
+        if (path == "-" ? ::fstat(STDIN_FILENO, &status) != 0
+                        : ::stat(path.c_str(), &status) != 0 || ::access(path.c_str(), R_OK) != 0)
+            fail(path);
+        if (S_ISDIR(status.st_mode)) throw Failure(fmt::format("{}: {}", path, std::strerror(EISDIR)));
+        known &= S_ISREG(status.st_mode);
+        total += static_cast<std::uint64_t>(status.st_size);
     }
+    return known ? total : 0;
 }
 
 Output::Output(const std::string& path) : name_(path == "-" ? "standard output" : path) {
@@ -100,7 +105,7 @@ Output::Output(const std::string& path) : name_(path == "-" ? "standard output" 
     std::memcpy(unfinished, name, sizeof unfinished);
     temporary_ = true;
     for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-        std::signal(signal, discard_and_die);
+        if (std::signal(signal, discard_and_die) == SIG_IGN) std::signal(signal, SIG_IGN);
     ::fchmod(descriptor_, mode_of(final_path_));
 }
 

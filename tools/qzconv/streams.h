@@ -18,18 +18,16 @@ public:
 
     /// Reads at most `size` bytes; 0 at the end.
     std::size_t read(char* buffer, std::size_t size);
-    /// Size in bytes, 0 when it is not known.
-    std::uint64_t size() const { return size_; }
     const std::string& name() const { return name_; }
 
 private:
     std::string name_;
     int descriptor_ = -1;
-    std::uint64_t size_ = 0;
 };
 
-/// Fails for the first of the files that cannot be read, before any work is done.
-void require_readable(const std::vector<std::string>& paths);
+/// Fails for the first of the files that cannot be read, before any work is done and without opening one: opening a pipe
+/// is an event for its writer. Returns the bytes that they hold together, 0 when that is not known.
+std::uint64_t require_readable(const std::vector<std::string>& paths);
 
 /// A file to write, "-" for standard output. A regular file appears under its name when commit() is called and not
 /// before; until then the text is in a temporary file beside it.
