@@ -89,10 +89,11 @@ TEST(Blocks, OfAnySizeGiveTheResultOfOnePass) {
             const bool fills_any_target = (from == QZSTR_CHARSET_MSWIN950 || from == QZSTR_CHARSET_ZHT16BIG5 ||
                                            from == QZSTR_CHARSET_ZHT16MSWIN950) &&
                                           (to == QZSTR_CHARSET_ASCII || to == QZSTR_CHARSET_TCVN3);
+            if (fills_any_target) continue; // below
             const std::string own = sample(from);
             not_implemented = false;
             std::vector<std::string> texts{own, own + own + own};
-            for (int n = 0; n < 4 && !fills_any_target; ++n) {
+            for (int n = 0; n < 4; ++n) {
                 texts.push_back(telling_bytes(random, 300));
                 texts.push_back(std::string(own).replace(random() % (own.size() + 1), 2, telling_bytes(random, 3)));
             }

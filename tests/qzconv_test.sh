@@ -1,7 +1,7 @@
 #!/bin/bash
-# qzconv_test.sh QZCONV EXAMPLES_DIR: what the process as a whole promises.
+# qzconv_test.sh QZCONV: what the process as a whole promises.
 set -u
-qzconv=$1 examples=$2
+qzconv=$1
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 failures=0

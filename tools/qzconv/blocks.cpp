@@ -100,11 +100,10 @@ BlockConverter::Step BlockConverter::run_stepping_over_stuck_bytes(std::string_v
     return all;
 }
 
-std::string_view BlockConverter::with_prefix(std::string_view text, std::string& joined) const {
-    if (source_shift_) joined = source_shift_->prefix();
-    if (target_shift_) joined = target_shift_->prefix();
-    if (joined.empty()) return text;
-    return joined += text;
+std::string BlockConverter::prefix() const {
+    if (source_shift_) return source_shift_->prefix();
+    if (target_shift_) return target_shift_->prefix();
+    return {};
 }
 
 Block BlockConverter::convert(std::string_view text, bool at_end) {
@@ -114,29 +113,30 @@ Block BlockConverter::convert(std::string_view text, bool at_end) {
     const std::size_t cut = at_end ? text.size() : safe_cut(text);
     if (cut == 0) return block;
 
-    std::string joined;
-    const std::string_view source = with_prefix(text.substr(0, cut), joined);
-    const std::size_t prefix = source.size() - cut;
+    text = text.substr(0, cut);
+    const std::string before = prefix(), after = target_shift_ && !at_end ? target_shift_->suffix() : "";
+    const std::string framed = before.empty() && after.empty() ? "" : before + std::string(text) + after;
+    const std::string_view source = framed.empty() ? text : framed;
     const bool may_get_stuck = is_big5_like(from_) && (to_ == QZSTR_CHARSET_ASCII || to_ == QZSTR_CHARSET_TCVN3);
     const Step step = may_get_stuck ? run_stepping_over_stuck_bytes(source) : run(source, target_.get(), target_size_);
     // A decoder may count one byte behind the end for a form that the text ends inside.
     const std::size_t read = std::min(step.read, source.size());
-    if (read < prefix) return block;
-    block.consumed = read - prefix;
+    if (read < before.size() || (read < source.size() && !after.empty())) return block;
+    block.consumed = read - before.size() - after.size();
     block.output = {target_.get(), step.written};
 
-    const std::string_view converted = source.substr(0, read);
+    text = text.substr(0, block.consumed);
     if (step.status & QZSTR_CONV_REPLACED) {
-        const std::size_t before = count_replacement_marks(from_, converted);
-        const std::size_t after = count_replacement_marks(to_, block.output);
-        block.replacements = after > before ? after - before : 1;
+        const std::string_view converted = source.substr(0, read);
+        const std::size_t marks = count_replacement_marks(from_, converted);
+        block.replacements = std::max(count_replacement_marks(to_, block.output), marks + 1) - marks;
         block.malformed = holds_undefined_bytes(from_, converted);
     }
-    block.characters = count_characters(converted) - (target_shift_ ? count_characters(source.substr(0, prefix)) : 0);
-    if (source_shift_) source_shift_->pass(text.substr(0, block.consumed));
+    block.characters = count_characters(source_shift_ ? source.substr(0, read) : text);
+    if (source_shift_) source_shift_->pass(text);
     if (target_shift_) {
         const std::size_t unit = from_ == QZSTR_CHARSET_UTF16 ? 2 : 1;
-        const bool literal = read >= unit && unit_at(converted, read - unit, unit) == 0x0F;
+        const bool literal = text.size() >= unit && unit_at(text, text.size() - unit, unit) == 0x0F;
         block.output = target_shift_->pass(block.output, literal, at_end);
     }
     return block;
@@ -211,10 +211,10 @@ std::size_t BlockConverter::cut_between_units(std::string_view text) const {
 /// Without a cut that the bytes show: converts with room for less than all, where the read count is exact. A direct
 /// converter is asked itself, a pivot's borders are those of its decoder.
 std::size_t BlockConverter::cut_by_converting(std::string_view text) {
-    std::string joined;
-    const std::string_view source = with_prefix(text, joined);
-    const std::size_t prefix = source.size() - text.size();
-    const auto without_prefix = [prefix](std::size_t read) { return read > prefix ? read - prefix : 0; };
+    const std::string before = prefix();
+    const std::string framed = before.empty() ? "" : before + std::string(text);
+    const std::string_view source = before.empty() ? text : framed;
+    const auto without_prefix = [&](std::size_t read) { return read > before.size() ? read - before.size() : 0; };
 
     const bool through_ucs4 = cell_ == qzstr_convert_through_ucs4;
     if (!through_ucs4 && cell_ != qzstr_convert_through_ucs2) {

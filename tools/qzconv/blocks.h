@@ -43,7 +43,7 @@ private:
     Step run(std::string_view text, char* target, std::size_t target_size);
     Step run_stepping_over_stuck_bytes(std::string_view text);
     void reserve(std::size_t source_size);
-    std::string_view with_prefix(std::string_view text, std::string& joined) const;
+    std::string prefix() const;
 
     std::size_t cut_after_ascii(std::string_view text) const;
     std::size_t cut_after_control(std::string_view text) const;

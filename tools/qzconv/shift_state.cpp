@@ -74,15 +74,16 @@ std::string_view TargetShift::strip_prefix(std::string_view output) const {
     return output.substr(shifted_ ? korean : korean + 2); // SI and the blank
 }
 
-std::string_view TargetShift::pass(std::string_view output, bool closes_with_literal, bool at_end) {
+std::string_view TargetShift::pass(std::string_view output, bool ends_with_literal, bool at_end) {
     output = strip_prefix(output);
     if (korean_.empty()) return output;
+    if (!at_end) output.remove_suffix(1); // the blank
     shifted_ = false;
     const std::size_t line_end = output.find_last_of("\r\n");
     if (line_end != std::string_view::npos) announced_ = false;
     const std::string_view line = line_end == std::string_view::npos ? output : output.substr(line_end);
     if (line.find("\x1B$)C\x0E") != std::string_view::npos) announced_ = true;
-    if (!at_end && announced_ && !closes_with_literal && output.ends_with(shift_in)) {
+    if (!at_end && announced_ && !ends_with_literal && output.ends_with(shift_in)) {
         output.remove_suffix(1);
         shifted_ = true;
     }

@@ -28,10 +28,11 @@ public:
     explicit TargetShift(qzstr_charset_t from);
     /// Source text that brings an encoder into the state.
     std::string prefix() const;
-    /// The part of `output` that belongs into the file: without what the prefix gave and, unless the text ends here,
-    /// without the shift that the encoder closed the block with. `closes_with_literal`: the block's last source
-    /// character is itself U+000F.
-    std::string_view pass(std::string_view output, bool closes_with_literal, bool at_end);
+    /// Source text to put behind a block that is not the last: what the encoder does then tells its state.
+    std::string suffix() const { return korean_.empty() ? "" : blank_; }
+    /// The part of `output` that belongs into the file: without what prefix and suffix gave. `ends_with_literal`: the
+    /// block's last source character is itself U+000F.
+    std::string_view pass(std::string_view output, bool ends_with_literal, bool at_end);
     /// What is still to be written when no text follows.
     std::string_view closing() const { return shifted_ ? "\x0F" : ""; }
 
