@@ -1,0 +1,180 @@
+// ISO-2022-KR: conversions with shifts, positions, and what it refuses.
+#include "korean_repertoire.h"
+
+using namespace support;
+using korean::gives;
+
+namespace {
+
+const qzstr_charset_info_t& iso = _charset_info[QZSTR_CHARSET_ISO2022KR];
+
+TEST(Iso2022kr, Repertoire) {
+    std::string text = unhex("1B 24 29 43 0E"), euc, units;
+    for (const auto& [code, c] : korean::euckr()) {
+        text += korean::two(code & 0x7F7F);
+        euc += korean::two(code);
+        units += korean::two(c);
+    }
+    text += '\x0F';
+    const int len = static_cast<int>(text.size()), wide = static_cast<int>(units.size());
+    EXPECT_EQ(run_slot(iso.qzstr_to_ucs2_fn, text), (converted{0, len, wide, units}));
+    EXPECT_EQ(run_slot(iso.qzstr_from_ucs2_fn, units), (converted{0, wide, len, text}));
+    EXPECT_EQ(run_cell(_charset_info, 33, 1, text), (converted{0, len, wide, euc}));
+    EXPECT_EQ(run_cell(_charset_info, 1, 33, euc), (converted{0, wide, len, text}));
+    for (unsigned pair = 0; pair <= 0xFFFF; ++pair) { // in SO, every pair of bytes
+        const auto found = korean::euckr().find(pair + 0x8080);
+        if ((pair & 0x8080) == 0 && found != korean::euckr().end()) continue;
+        const unsigned lead = pair >> 8;
+        if (lead == 0x0E || lead == 0x0F || lead == 0x1B) continue;
+        const converted got = run_slot(iso.qzstr_to_ucs2_fn, unhex("1B 24 29 43 0E") + korean::two(pair));
+        ASSERT_EQ(got.bytes.substr(0, 2), std::string("\0?", 2)) << std::hex << pair;
+        ASSERT_EQ(got.status & 2, 2);
+    }
+}
+
+TEST(Iso2022kr, Decodes) {
+    const struct {
+        const char* source;
+        converted ucs2, euckr, ascii;
+    } cases[] = {
+        {"1B 24 29 43 0E 30 21 0F 41", gives(0, 9, "AC 00 00 41"), gives(0, 9, "B0 A1 41"), gives(2, 9, "3F 41")},
+        {"0E 30 21", gives(2, 3, "00 3F 00 30 00 21"), gives(2, 3, "3F 30 21"), gives(2, 3, "3F 30 21")},
+        {"1B 28 42 41", gives(2, 4, "00 3F 00 28 00 42 00 41"), gives(2, 4, "3F 28 42 41"), gives(2, 4, "3F 28 42 41")},
+        {"1B 28 42", gives(1, 0, ""), gives(1, 0, ""), gives(1, 0, "")},
+        {"1B 24 29 43 0E 30", gives(1, 5, ""), gives(1, 5, ""), gives(1, 5, "")},
+        {"B0 41", gives(2, 2, "00 3F 00 41"), gives(2, 2, "3F 41"), gives(2, 2, "3F 41")},
+        // The designator holds over line ends; in SO a line end is half of a pair.
+        {"1B 24 29 43 41 0F 0A 0E 30 21", gives(0, 10, "00 41 00 0A AC 00"), gives(0, 10, "41 0A B0 A1"),
+         gives(2, 10, "41 0A 3F")},
+        {"1B 24 29 43 0E 30 0F 41", gives(2, 8, "00 3F 00 41"), gives(2, 8, "3F 41"), gives(2, 8, "3F 41")},
+        {"1B 24 29 43 0E 21 7F 30 21", gives(2, 9, "00 3F 00 3F AC 00"), gives(2, 9, "3F 3F B0 A1"),
+         gives(2, 9, "3F 3F 3F")},
+        {"", gives(0, 0, ""), gives(0, 0, ""), gives(0, 0, "")},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(run_slot(iso.qzstr_to_ucs2_fn, unhex(c.source)), c.ucs2) << c.source;
+        EXPECT_EQ(run_cell(_charset_info, 33, 4, unhex(c.source)), c.ucs2) << c.source;
+        for (const int cs : {1, 2})
+            EXPECT_EQ(run_cell(_charset_info, 33, cs, unhex(c.source)), c.euckr) << c.source;
+        for (const int cs : {0, 10})
+            EXPECT_EQ(run_cell(_charset_info, 33, cs, unhex(c.source)), c.ascii) << c.source;
+    }
+}
+
+TEST(Iso2022kr, Encodes) {
+    const struct {
+        const char* units;
+        converted expected;
+    } cases[] = {
+        {"AC 00 00 41 AC 00", gives(0, 6, "1B 24 29 43 0E 30 21 0F 41 0E 30 21 0F")},
+        {"AC 00 00 0D AC 00", gives(0, 6, "1B 24 29 43 0E 30 21 0F 0D 1B 24 29 43 0E 30 21 0F")},
+        {"AC 00 AC 02 AC 00", gives(2, 6, "1B 24 29 43 0E 30 21 0F 3F 0E 30 21 0F")},
+        {"AC 00 41", gives(1, 2, "1B 24 29 43 0E 30 21 0F")}, // closed before an odd trailing byte, too
+        {"00 0E 00 0F 00 1B", gives(0, 6, "0E 0F 1B")},       // written as they are
+        {"41", gives(1, 0, "")},
+        {"", gives(0, 0, "")},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(run_slot(iso.qzstr_from_ucs2_fn, unhex(c.units)), c.expected) << c.units;
+    EXPECT_EQ(run_slot(iso.qzstr_from_ucs4_fn, unhex("00 01 AC 00")), // KEPT: the high half is ignored
+              gives(0, 4, "1B 24 29 43 0E 30 21 0F"));
+}
+
+// What fits is the beginning of the whole result, and it is what the bytes read give.
+TEST(Iso2022kr, EveryTargetSize) {
+    const std::string euc = unhex("41 B0 A1 B0 A2 0A B0 A1 42 43 B0 A3 44 0D 0A B0 A4");
+    const auto from_euckr = [](std::string_view text, int room = -1) {
+        return run_cell(_charset_info, 1, 33, text, room);
+    };
+    const auto from_ucs2 = [](std::string_view text, int room = -1) {
+        return run_slot(iso.qzstr_from_ucs2_fn, text, room);
+    };
+    const auto check = [](std::string_view text, auto convert) {
+        const std::string whole = convert(text, -1).bytes;
+        for (int size = 0; size <= static_cast<int>(whole.size()); ++size) {
+            const converted r = convert(text, size);
+            std::string redone = convert(text.substr(0, static_cast<std::size_t>(r.read)), -1).bytes;
+            EXPECT_EQ(r.status, r.bytes == whole ? 0 : 1) << size;
+            EXPECT_EQ(whole.find(r.bytes), 0U) << size;
+            if (r.status == 1 && redone.ends_with('\x0F')) redone.pop_back(); // not closed at a full target
+            EXPECT_EQ(r.bytes, redone) << size;
+            EXPECT_GT(8, size - r.written) << "more would fit";
+        }
+    };
+    const std::string units = run_slot(_charset_info[1].qzstr_to_ucs2_fn, euc).bytes, shifted = from_euckr(euc).bytes;
+    check(euc, from_euckr);
+    check(units, from_ucs2);
+    for (int size = 0; size <= static_cast<int>(units.size()); ++size)
+        EXPECT_EQ(run_slot(iso.qzstr_to_ucs2_fn, shifted, size).bytes,
+                  units.substr(0, static_cast<std::size_t>(size) / 2 * 2));
+    EXPECT_EQ(run_cell(_charset_info, 33, 1, shifted, 4), (converted{1, 8, 3, "A\xB0\xA1"})); // a pair needs both bytes
+    EXPECT_EQ(run_slot(iso.qzstr_to_ucs2_fn, "A\x0F", 2), gives(1, 1, "00 41"));              // a shift needs room, too
+}
+
+TEST(Iso2022kr, Positions) {
+    using ints = std::vector<int>;
+    const struct {
+        const char* text;
+        int n;
+        ints expected;
+    } cases[] = {
+        {"41 42 43", 2, {0, 1, 2}}, // KEPT: one character behind
+        {"41 42 43", 1, {1, 2, 2}},
+        {"41 42 43", 9, {1, 2, 2}},
+        {"41", 1, {0, 0, 1}},
+        {"0F", 1, {0, 0, 0}},
+        {"41 0E", 1, {0, 1, 1}},
+        {"0F 41 42 0F", 5, {2, 3, 2}},
+        {"0E 30 21 30 22 30 23", 3, {3, 5, 3}},
+        {"1B 24 29 43 0E", 2, {0, 4, 0}},
+        {"1B 24 29 43 0E 30 21 0F", 2, {5, 7, 2}},
+        {"1B 24 29 43 41 42 43 44 45 46 47", 2, {4, 8, 2}}, // KEPT: four bytes behind a designator
+        {"", 1, {-9, -9, -9}},
+    };
+    for (const auto& c : cases) {
+        const guarded memory;
+        const std::string text = unhex(c.text);
+        int start = -9, end = -9, count = -9;
+        iso.qzstr_get_byte_pos_fn(memory.place(text), static_cast<int>(text.size()), c.n, &start, &end, &count);
+        EXPECT_EQ((ints{start, end, count}), c.expected) << c.text << " " << c.n;
+    }
+    iso.qzstr_get_byte_pos_fn(nullptr, 1, 1, nullptr, nullptr, nullptr);
+    const std::string at = "@common/qzstr/qzstr_iso2022kr:";
+    EXPECT_EQ(take_assertions(), (std::vector<std::string>{"str != NULL" + at + "368", "start_pos != NULL" + at + "369",
+                                                           "end_pos != NULL" + at + "370"}));
+}
+
+TEST(Iso2022kr, RefusesWhatNeedsCharacters) {
+    char text[] = "A";
+    int n = 0;
+    uchar flag = 0;
+    const struct {
+        const char* name;
+        int line;
+        void (*call)(char*, int*, uchar*);
+    } cases[] = {
+        {"count_char", 252, [](char* p, int*, uchar*) { iso.qzstr_count_char_fn(p, 1); }},
+        {"count_byte", 269, [](char* p, int*, uchar*) { iso.qzstr_count_byte_fn(p, 1); }},
+        {"is_char_leading_byte", 286, [](char* p, int*, uchar*) { iso.qzstr_is_char_leading_byte(p, 0); }},
+        {"get_char_leading_byte", 303, [](char* p, int*, uchar*) { iso.qzstr_get_char_leading_byte(p, 0); }},
+        {"is_char_ending_byte", 320, [](char* p, int*, uchar*) { iso.qzstr_is_char_ending_byte(p, 0); }},
+        {"get_char_ending_byte", 339, [](char* p, int*, uchar*) { iso.qzstr_get_char_ending_byte(p, 0, 1); }},
+        {"get_byte_pos_with_disp_size", 858,
+         [](char* p, int* n, uchar* f) { iso.qzstr_get_byte_pos_with_disp_size_fn(p, 1, 1, n, n, f); }},
+        {"convert_case", 864, [](char* p, int*, uchar*) { iso.qzstr_convert_case_fn(QZSTR_CASE_UPPER, p, 1); }},
+        {"get_first_trailing_space", 878, [](char* p, int*, uchar*) { iso.qzstr_get_first_trailing_space_fn(p, 1); }},
+        {"isspace", 894, [](char* p, int*, uchar*) { iso.qzstr_isspace_fn(p, 0); }},
+    };
+    for (const auto& c : cases)
+        try {
+            c.call(text, &n, &flag);
+            ADD_FAILURE() << c.name;
+        } catch (const raised_error& e) {
+            EXPECT_EQ(e.source, "common/qzstr/qzstr_iso2022kr");
+            EXPECT_EQ(e.function, std::string("qzstr_iso2022kr_") + c.name);
+            EXPECT_EQ(e.line, c.line);
+            EXPECT_EQ(e.code, ERROR_NOT_IMPLEMENTED);
+        }
+}
+
+} // namespace
