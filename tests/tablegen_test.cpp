@@ -312,11 +312,11 @@ TEST(Standards, Gb18030FourByteCodesFollowTheRuns) {
     Map from;
     for (const auto& [linear, wc] : to)
         from[wc] = linear;
-    to[7457] = 0xE7C7;        // swapped with a two-byte addition
-    to[39419] = no_character; // U+FFFF is encoded, never decoded
+    to[7457] = 0xE7C7;    // swapped with a two-byte addition
+    to[39419] = no_index; // U+FFFF is encoded, never decoded
     from[0xE7C7] = 7457;
     for (std::uint32_t i = 0; i <= 0x10000; ++i) {
-        ASSERT_EQ(qzstr_gb18030uni_to_ucs2(i), value_or(to, i, no_character)) << i;
+        ASSERT_EQ(qzstr_gb18030uni_to_ucs2(i), value_or(to, i, no_index)) << i;
         ASSERT_EQ(qzstr_gb18030uni_from_ucs2(i), value_or(from, i, no_index)) << i;
     }
 }

@@ -26,6 +26,16 @@ moved skip_pairs(const byte_set& leads, const uchar* p, std::size_t n, std::size
         at.read += leads.contains(p[at.read]) ? 2 : 1;
     return at;
 }
+moved skip_pairs_before(const byte_set& leads, const byte_set& stops, const uchar* p, std::size_t n,
+                        std::size_t chars) {
+    moved at{};
+    for (; at.read < n && at.written < chars; ++at.written) {
+        const bool lead = leads.contains(p[at.read]);
+        if (lead && (at.read + 1 == n || stops.contains(p[at.read + 1]))) break;
+        at.read += lead ? 2 : 1;
+    }
+    return at;
+}
 
 #else
 
@@ -266,6 +276,34 @@ moved skip_pairs(const byte_set& set, const uchar* p, std::size_t n, std::size_t
         const auto here = static_cast<std::size_t>(std::popcount(start));
         if (here > chars - passed) return {base + nth_bit(start, chars - passed), chars};
         passed += here;
+        base += taken;
+        carry = leads >> (taken - 1) & 1;
+    }
+    return {base + static_cast<std::size_t>(carry), passed};
+}
+
+moved skip_pairs_before(const byte_set& set, const byte_set& stops, const uchar* p, std::size_t n, std::size_t chars) {
+    std::size_t base = 0, passed = 0;
+    std::uint64_t carry = 0;
+    while (base < n && passed < chars) {
+        const std::size_t taken = n - base < block_size ? n - base : block_size;
+        std::uint64_t in_set, in_stops;
+        if (taken < block_size) {
+            const padded last(p + base, taken);
+            in_set = members(set, last.bytes);
+            in_stops = members(stops, last.bytes) & first_bits(taken);
+        } else {
+            in_set = members(set, p + base);
+            in_stops = members(stops, p + base);
+        }
+        const std::uint64_t leads = leads_among(in_set, carry) & first_bits(taken);
+        const std::uint64_t next_stops = base + taken == n || stops.contains(p[base + taken]) ? 1 : 0;
+        const std::uint64_t stop = leads & (in_stops >> 1 | next_stops << (taken - 1));
+        const std::uint64_t start = starts_after(leads, carry) & first_bits(stop != 0 ? lowest(stop) : taken);
+        const auto here = static_cast<std::size_t>(std::popcount(start));
+        if (here > chars - passed) return {base + nth_bit(start, chars - passed), chars};
+        passed += here;
+        if (stop != 0) return {base + lowest(stop), passed};
         base += taken;
         carry = leads >> (taken - 1) & 1;
     }

@@ -102,6 +102,10 @@ inline constexpr std::uint16_t ask = 0xFFFF;
     /* (n + 1 after a lead in the last byte), `written` the characters passed. Takes all that there is. */             \
     K(moved, skip_pairs, (const byte_set& leads, const uchar* p, std::size_t n, std::size_t chars),                    \
       (leads, p, n, chars))                                                                                            \
+    /* The same, but stops before a pair whose trail is in `stops` and before a lead in the last byte. */              \
+    K(moved, skip_pairs_before,                                                                                        \
+      (const byte_set& leads, const byte_set& stops, const uchar* p, std::size_t n, std::size_t chars),                \
+      (leads, stops, p, n, chars))                                                                                     \
     /* The first 64 of the starts p .. p + n - 1 with a candidate among them (the last group may be shorter). */       \
     K(candidates, first_candidates, (const probe_pair& probes, const uchar* p, std::size_t n), (probes, p, n))         \
     /* The same from the end: groups of 64 are counted from start p + n - 1 downwards. */                              \

@@ -51,14 +51,14 @@ constexpr std::uint32_t gb18030_linear(unsigned b1, unsigned b2, unsigned b3, un
 inline constexpr std::uint32_t gb18030_swapped_linear = 7457;
 inline constexpr std::uint32_t gb18030_swapped_code_point = 0xE7C7;
 
-/// Code point of a four-byte code of the BMP block (leads 0x81..0x84), `no_character` when it is none.
-constexpr std::uint16_t qzstr_gb18030uni_to_ucs2(std::uint32_t linear) {
+/// Code point of a four-byte code of the BMP block (leads 0x81..0x84), no_index when it is none: U+FFFD is one of them.
+constexpr std::uint32_t qzstr_gb18030uni_to_ucs2(std::uint32_t linear) {
     if (linear == gb18030_swapped_linear) return gb18030_swapped_code_point;
     const int row = gb18030_row(tables::gb18030uni_charset2uni_ranges, linear);
-    if (row < 0) return no_character;
+    if (row < 0) return no_index;
     const std::uint32_t wc = linear + tables::gb18030uni_ranges[row];
     // KEPT: U+FFFF is encoded but never decoded.
-    return wc > 0xFFFE ? no_character : static_cast<std::uint16_t>(wc);
+    return wc > 0xFFFE ? no_index : wc;
 }
 
 /// Number of the four-byte code of a BMP code point, no_index when it is in no run.
@@ -79,8 +79,9 @@ static_assert(qzstr_gb18030_pua_from_ucs2(0xE766) == 0xA2AB && qzstr_gb18030_pua
               qzstr_gb18030_pua_from_ucs2(0xE76C) == 0 && qzstr_gb18030_pua_from_ucs2(0xE865) == 0);
 static_assert(qzstr_gb18030uni_to_ucs2(0) == 0x0080 && qzstr_gb18030uni_from_ucs2(0x0080) == 0);
 static_assert(gb18030_linear(0, 0x35, 0xF4, 0x37) == 7457 && qzstr_gb18030uni_to_ucs2(7457) == 0xE7C7);
-static_assert(qzstr_gb18030uni_to_ucs2(39418) == 0xFFFE && qzstr_gb18030uni_to_ucs2(39419) == no_character &&
-              qzstr_gb18030uni_from_ucs2(0xFFFF) == 39419 && qzstr_gb18030uni_to_ucs2(39420) == no_character);
+static_assert(qzstr_gb18030uni_to_ucs2(39417) == 0xFFFD && qzstr_gb18030uni_to_ucs2(39418) == 0xFFFE &&
+              qzstr_gb18030uni_to_ucs2(39419) == no_index && qzstr_gb18030uni_from_ucs2(0xFFFF) == 39419 &&
+              qzstr_gb18030uni_to_ucs2(39420) == no_index);
 static_assert(qzstr_gb18030uni_from_ucs2(0xD800) == no_index && qzstr_gb18030uni_from_ucs2(0x4E00) == no_index);
 
 } // namespace qzstr

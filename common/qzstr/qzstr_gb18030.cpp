@@ -1,0 +1,184 @@
+// GB 18030: GBK and its two-byte additions, and four-byte codes for all the rest of Unicode.
+#include "core/letter_case.h"
+#include "core/multibyte.h"
+#include "core/surface.h"
+#include "core/transcode.h"
+#include "standards/gb18030.h"
+#include "standards/gbk.h"
+
+namespace qzstr::families {
+
+using namespace core;
+
+struct gb18030 : multibyte<gb18030>,
+                 surrogate_decoders<gb18030>,
+                 encoders<gb18030>,
+                 ascii_reduction<gb18030>,
+                 letter_case<gb18030> {
+    static constexpr diagnostics where{.source = "common/qzstr/qzstr_gb18030"};
+
+    static constexpr byte_set leads{byte_range{0x81, 0xFF}};
+    static constexpr byte_set digits{byte_range{'0', '9'}};
+    static constexpr char32_t ucs4_mask = 0xFFFFFFFF;
+
+    /// A lead with a digit behind it has four bytes, valid or not.
+    static constexpr offset_t step(const uchar* p, offset_t left) {
+        if (!leads.contains(p[0])) return 1;
+        return left >= 2 && digits.contains(p[1]) ? 4 : 2;
+    }
+    /// KEPT: the counter takes 0x39 for a trail and a four-byte form of two bytes for a pair; stored lengths depend on it.
+    static offset_t counted_step(const uchar* p, offset_t left) {
+        const offset_t size = step(p, left);
+        return size == 4 && (left < 3 || p[1] == '9') ? 2 : size;
+    }
+
+    // ---- One character ----
+
+    static constexpr std::uint16_t user_to_ucs2(unsigned lead, unsigned trail) {
+        // KEPT: trail 0xA1 counts among the columns, though in these rows it always has a code of its own.
+        if (lead - 0xA1 < 7 && trail <= 0xA1 && gbk_trail_index(trail) != no_index)
+            return gbk_user_columns_to_ucs2(lead, trail);
+        return gbk_user_rows_to_ucs2(lead, trail);
+    }
+
+    static constexpr std::uint16_t pair_to_ucs2(unsigned lead, unsigned trail) {
+        std::uint16_t c = qzstr_gbk_to_ucs2(lead, trail);
+        if (c == no_character) c = qzstr_gb18030ext_to_ucs2(lead, trail);
+        return c != no_character ? c : user_to_ucs2(lead, trail);
+    }
+
+    template <form Form>
+    static constexpr decoded decode_four(const uchar* p) {
+        if (p[2] - 0x81U >= 0x7E || !digits.contains(p[3])) return bad(4);
+        if (p[0] <= 0x84) {
+            const char32_t c = qzstr_gb18030uni_to_ucs2(gb18030_linear(p[0] - 0x81U, p[1], p[2], p[3]));
+            return c != no_index ? one(c, 4) : bad(4);
+        }
+        if (p[0] - 0x90U > 0xE3 - 0x90) return bad(4);
+        const std::uint32_t linear = gb18030_linear(p[0] - 0x90U, p[1], p[2], p[3]);
+        return linear < 0x100000 ? supplementary<Form>(0x10000 + linear, 4) : bad(4);
+    }
+
+    template <form Form>
+    static constexpr decoded decode(const uchar* p, offset_t left) {
+        if (p[0] < 0x80) return one(p[0], 1);
+        if (left < 2) return cut();
+        const offset_t size = step(p, left);
+        if (size > left) return cut();
+        if (size == 1) return bad(1);
+        if (size == 4) return decode_four<Form>(p);
+        const char32_t c = pair_to_ucs2(p[0], p[1]);
+        return c != no_character ? one(c, 2) : bad(2);
+    }
+
+    static constexpr unsigned pair_from_ucs2(char32_t c) {
+        if (const unsigned code = qzstr_gbk_from_ucs2(c); code != 0) return code;
+        if (c - gbk_roman_first < gbk_roman_count) return 0xA2A1 + (c - gbk_roman_first);
+        if (const unsigned code = qzstr_cp936ext_from_ucs2(c); code != 0) return code;
+        if (c == 0x00B7) return 0xA1A4;
+        if (c == 0x2014) return 0xA1AA;
+        if (const unsigned code = qzstr_gb18030ext_from_ucs4(c); code != 0) return code;
+        if (c - 0xE766 <= 0xE864 - 0xE766) return qzstr_gb18030_pua_from_ucs2(c);
+        if (c - gbk_user_columns_first <= 0xE765 - gbk_user_columns_first) return gbk_user_columns_from_ucs2(c, 96);
+        return gbk_user_rows_from_ucs2(c);
+    }
+
+    static constexpr encoded four(unsigned b1, std::uint32_t linear) {
+        return quad(b1 + linear / 12600, linear / 1260 % 10 + 0x30, linear / 10 % 126 + 0x81, linear % 10 + 0x30);
+    }
+
+    template <form>
+    static constexpr encoded encode(char32_t c, char32_t) {
+        if (c < 0x80) return single(c);
+        if (c > 0x10FFFF) return unmappable();
+        if (c > 0xFFFF) return four(0x90, c - 0x10000);
+        if (const unsigned code = pair_from_ucs2(c); code != 0) return pair(code);
+        const std::uint32_t linear = qzstr_gb18030uni_from_ucs2(c);
+        return linear != no_index ? four(0x81, linear) : unmappable();
+    }
+
+    // ---- Positions ----
+
+    static constexpr offset_t all = unbounded;
+
+    struct walk_end {
+        offset_t at; ///< where the next character begins; behind the text after one that it cuts
+        offset_t passed;
+    };
+
+    /// Walks over at most `chars` characters that begin before `len`: pairs by whole blocks, four-byte forms one by one.
+    template <class Step>
+    static walk_end walk(const uchar* p, offset_t len, offset_t chars, Step step_of) {
+        walk_end w{0, 0};
+        while (w.at < len && w.passed < chars) {
+            const moved m = skip_pairs_before(leads, digits, p + w.at, static_cast<std::size_t>(len - w.at),
+                                              static_cast<std::size_t>(chars - w.passed));
+            w.at += static_cast<offset_t>(m.read);
+            w.passed += static_cast<offset_t>(m.written);
+            const offset_t until = w.at + exact_stretch(static_cast<offset_t>(m.read));
+            for (; w.at < len && w.at < until && w.passed < chars; ++w.passed)
+                w.at += step_of(p + w.at, len - w.at);
+        }
+        return w;
+    }
+
+    static offset_t characters(const uchar* p, offset_t len) { return walk(p, len, all, counted_step).passed; }
+
+    /// k characters take at least k bytes, so no read goes further than the characters require.
+    static offset_t bytes_of(const uchar* p, offset_t chars) {
+        const auto unbounded_step = [](const uchar* q, offset_t) { return counted_step(q, unbounded); };
+        offset_t at = 0;
+        while (chars > 0) {
+            const walk_end w = walk(p + at, chars, chars, unbounded_step);
+            at += w.at;
+            chars -= w.passed;
+        }
+        return at;
+    }
+
+    static char_position find(const uchar* p, offset_t len, offset_t n) {
+        walk_end w = walk(p, len, n < 1 ? all : n - 1, step);
+        if (w.at >= len) w = walk(p, len, w.passed - 1, step); // fewer characters: the last one
+        return {w.at, w.at + step(p + w.at, len - w.at), w.passed + 1};
+    }
+
+    /// Where the character begins that holds the byte at an offset; looks at no byte behind it.
+    static offset_t start_of(const uchar* p, offset_t offset) {
+        const walk_end w = walk(p, offset, all, step);
+        return w.at == offset ? offset : walk(p, offset, w.passed - 1, step).at;
+    }
+    static offset_t last_of(const uchar* p, offset_t start) { return start + step(p + start, unbounded) - 1; }
+
+    static bool starts_character(const uchar* p, offset_t offset) { return start_of(p, offset) == offset; }
+    static bool ends_character(const uchar* p, offset_t offset) {
+        const offset_t start = start_of(p, offset);
+        return start == offset ? !leads.contains(p[offset]) : last_of(p, start) == offset;
+    }
+
+    static int get_char_leading_byte(char* str, int byte_offset) {
+        if (!has_offset(str, byte_offset, where.get_char_leading_byte)) return byte_offset;
+        return static_cast<int>(start_of(bytes(str), byte_offset));
+    }
+
+    static int get_char_ending_byte(char* str, int byte_offset, uchar is_ahead) {
+        if (!has_offset(str, byte_offset, where.get_char_ending_byte)) return byte_offset;
+        const offset_t start = start_of(bytes(str), byte_offset);
+        const offset_t last = last_of(bytes(str), start);
+        return static_cast<int>(last == byte_offset || is_ahead == 0 ? last : start - 1);
+    }
+
+    /// A column is a byte, so only the character at the limit matters; one that the end cuts takes no column.
+    static prefix fit(const uchar* p, offset_t len, offset_t limit) {
+        if (len < 1) return {};
+        const offset_t at = start_of(p, limit < len ? limit : len);
+        if (at == len) return {at, at, limit == len};
+        const bool next_is_whole = step(p + at, len - at) <= len - at;
+        return {at, at, (at == limit && at > 0) || next_is_whole};
+    }
+
+    static constexpr auto get_gb18030_str = qzstr_get_same_charset_str;
+};
+
+} // namespace qzstr::families
+
+QZSTR_EXPORT(gb18030)
