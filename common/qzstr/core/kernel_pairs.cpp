@@ -238,13 +238,13 @@ moved decode_pairs(const pair_decoding& plan, unit_layout layout, const uchar* s
                    std::size_t units) {
     switch (layout) {
     case unit_layout::ucs2_big:
-        return decode_pairs_as<form::ucs2, order::big>(plan, src, n, dst, units);
+        return leaving([&] { return decode_pairs_as<form::ucs2, order::big>(plan, src, n, dst, units); });
     case unit_layout::ucs2_little:
-        return decode_pairs_as<form::ucs2, order::little>(plan, src, n, dst, units);
+        return leaving([&] { return decode_pairs_as<form::ucs2, order::little>(plan, src, n, dst, units); });
     case unit_layout::ucs4_big:
-        return decode_pairs_as<form::ucs4, order::big>(plan, src, n, dst, units);
+        return leaving([&] { return decode_pairs_as<form::ucs4, order::big>(plan, src, n, dst, units); });
     case unit_layout::ucs4_little:
-        return decode_pairs_as<form::ucs4, order::little>(plan, src, n, dst, units);
+        return leaving([&] { return decode_pairs_as<form::ucs4, order::little>(plan, src, n, dst, units); });
     }
     return {};
 }
@@ -253,13 +253,13 @@ moved encode_pairs(const pair_encoding& plan, unit_layout layout, const uchar* s
                    std::size_t room) {
     switch (layout) {
     case unit_layout::ucs2_big:
-        return encode_pairs_as<form::ucs2, order::big>(plan, src, n, dst, room);
+        return leaving([&] { return encode_pairs_as<form::ucs2, order::big>(plan, src, n, dst, room); });
     case unit_layout::ucs2_little:
-        return encode_pairs_as<form::ucs2, order::little>(plan, src, n, dst, room);
+        return leaving([&] { return encode_pairs_as<form::ucs2, order::little>(plan, src, n, dst, room); });
     case unit_layout::ucs4_big:
-        return encode_pairs_as<form::ucs4, order::big>(plan, src, n, dst, room);
+        return leaving([&] { return encode_pairs_as<form::ucs4, order::big>(plan, src, n, dst, room); });
     case unit_layout::ucs4_little:
-        return encode_pairs_as<form::ucs4, order::little>(plan, src, n, dst, room);
+        return leaving([&] { return encode_pairs_as<form::ucs4, order::little>(plan, src, n, dst, room); });
     }
     return {};
 }

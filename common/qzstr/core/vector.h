@@ -171,6 +171,17 @@ struct block {
 
 #if QZSTR_LEVEL_NUMBER > QZSTR_IS_plain
 
+/// Runs a kernel and cleans the upper vector halves: the compiler leaves them dirty on some ways out of a large one, and
+/// the caller's SSE code then pays for every entry and every return.
+template <class Kernel>
+inline auto leaving(Kernel kernel) {
+    const auto result = kernel();
+#if QZSTR_LEVEL_NUMBER >= QZSTR_IS_avx2
+    _mm256_zeroupper();
+#endif
+    return result;
+}
+
 /// 64 bytes as bit masks, whatever the level's block size.
 template <class Mask>
 inline std::uint64_t mask_64(const uchar* p, Mask mask) {
