@@ -51,8 +51,9 @@ bool is_ascii(char c) {
 
 } // namespace
 
-BlockConverter::BlockConverter(qzstr_charset_t from, qzstr_charset_t to)
-    : from_(from), to_(to), cell_(info(from).qzstr_get_another_charset_str_fn[to]) {
+BlockConverter::BlockConverter(qzstr_charset_t from, qzstr_charset_t to, bool counts_characters)
+    : from_(from), to_(to), counts_characters_(counts_characters),
+      cell_(info(from).qzstr_get_another_charset_str_fn[to]) {
     if (from == to) return; // bytes are copied, in any state
     if (from == QZSTR_CHARSET_ISO2022KR) source_shift_.emplace();
     if (to == QZSTR_CHARSET_ISO2022KR && from != QZSTR_CHARSET_ASCII) target_shift_.emplace(from);
@@ -132,7 +133,7 @@ Block BlockConverter::convert(std::string_view text, bool at_end) {
         block.replacements = std::max(count_replacement_marks(to_, block.output), marks + 1) - marks;
         block.malformed = holds_undefined_bytes(from_, converted);
     }
-    block.characters = count_characters(source_shift_ ? source.substr(0, read) : text);
+    if (counts_characters_) block.characters = count_characters(source_shift_ ? source.substr(0, read) : text);
     if (source_shift_) source_shift_->pass(text);
     if (target_shift_) {
         const std::size_t unit = from_ == QZSTR_CHARSET_UTF16 ? 2 : 1;

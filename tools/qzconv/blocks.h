@@ -25,7 +25,7 @@ struct Block {
 /// with what follows; nothing is assumed about incomplete or malformed input beyond the longest form of the charset.
 class BlockConverter {
 public:
-    BlockConverter(qzstr_charset_t from, qzstr_charset_t to);
+    BlockConverter(qzstr_charset_t from, qzstr_charset_t to, bool counts_characters = true);
 
     /// Converts the longest safe prefix of `text`, all of it when `at_end`. Bytes left over at the end are a character
     /// that the text ends inside. Nothing consumed before the end: more text is needed.
@@ -54,6 +54,7 @@ private:
     std::size_t count_characters(std::string_view text);
 
     qzstr_charset_t from_, to_;
+    bool counts_characters_;
     qzstr_get_another_charset_str_fn_t cell_;
     std::optional<SourceShift> source_shift_;
     std::optional<TargetShift> target_shift_;

@@ -36,7 +36,7 @@ void convert_file(const Options& options, qzstr_charset_t from, qzstr_charset_t 
                   Output& output, Totals& totals, Progress& progress) {
     Input input(path);
     Reader reader(input, options.block_size);
-    BlockConverter converter(from, to);
+    BlockConverter converter(from, to, !options.quiet);
     while (reader.fill()) {
         const Block block = converter.convert(reader.text(), reader.at_end());
         output.write(block.output);
