@@ -8,7 +8,7 @@ wrong=$(
             common/qzstr/core/*) allowed='core/|qzstr(_charset)?\.h$' ;;
             common/qzstr/tables/*) allowed='core/paged\.h$' ;;
             common/qzstr/standards/*) allowed='core/|standards/|tables/' ;;
-            common/qzstr/*) allowed='core/|standards/|tables/|qzstr(_charset)?\.h$' ;;
+            common/qzstr/*) allowed='core/|standards/|tables/|qzstr[a-z_]*\.h$' ;;
             *) allowed='[^/]*$' ;; # a file beside it
         esac
         sed -nE 's/^ *# *include "([^"]+)".*/\1/p' "$file" | grep -vE "^($allowed)" | sed "s|^|$file includes |"
