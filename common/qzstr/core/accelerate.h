@@ -91,6 +91,8 @@ inline constexpr pair_decoding pair_decoding_of = make_pair_decoding<F>();
 template <class F, class Cell = std::uint16_t>
 struct encode_pages {
     static constexpr Cell cell_of(char32_t c) {
+        if constexpr (requires { F::composes(c); })
+            if (F::composes(c)) return 0;
         const auto e = F::template encode<form::ucs2>(c, 0xFFFFFFFF);
         const bool usual =
             e.what == decltype(e.what)::ok && e.bytes <= sizeof(Cell) && e.room <= sizeof(Cell) && e.units == 1;

@@ -196,7 +196,8 @@ moved encode_pairs_as(const pair_encoding& plan, const uchar* src, std::size_t n
     std::size_t i = 0, written = 0;
     while (n - i >= group && room - written >= 2 * group) {
         if constexpr (Form == form::ucs2) {
-            if (n - i >= block::size && room - written >= block::size &&
+            // One byte more than they take: a charset may ask for two bytes of room for each.
+            if (n - i >= block::size && room - written > block::size &&
                 block::template narrow_ascii<Order>(src + i * unit, dst + written)) {
                 i += block::size;
                 written += block::size;
