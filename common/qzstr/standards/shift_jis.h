@@ -2,6 +2,7 @@
 // table.
 #pragma once
 
+#include "standards/jisx0208.h"
 #include "standards/jisx0213.h"
 #include "standards/plane94.h"
 
@@ -53,6 +54,24 @@ constexpr std::uint32_t shift_jisx0213_table_row(std::uint32_t row) {
     return row - 96 < 3 ? row - 1 : row;
 }
 
+/// The character of a pair in JIS X 0208, `no_character` when unmapped.
+constexpr std::uint16_t qzstr_shift_jisx0208_to_ucs2(unsigned lead, std::uint32_t trail_index) {
+    const shift_jis_cell cell = shift_jis_cell_of(lead, trail_index);
+    return qzstr_jisx0208_to_ucs2(cell.row + 0x21, cell.col + 0x21);
+}
+
+/// The two bytes for a code point by way of JIS X 0208, 0 when unmapped.
+constexpr std::uint16_t qzstr_shift_jisx0208_from_ucs2(std::uint32_t wc) {
+    const unsigned code = qzstr_jisx0208_from_ucs2(wc);
+    return code != 0 ? shift_jis_pair_of_code(code) : std::uint16_t{0};
+}
+
+/// The character of a pair in JIS X 0213, in the form of `qzstr_jisx0213_to_ucs`.
+constexpr std::uint32_t qzstr_shift_jisx0213_to_ucs(unsigned lead, std::uint32_t trail_index) {
+    const shift_jis_cell cell = shift_jis_cell_of(lead, trail_index);
+    return qzstr_jisx0213_to_ucs(shift_jisx0213_table_row(cell.row), cell.col);
+}
+
 /// The two bytes for a code point by way of JIS X 0213, 0 when unmapped.
 constexpr std::uint16_t qzstr_shift_jisx0213_from_ucs(std::uint32_t wc) {
     const unsigned code = qzstr_jisx0213_from_ucs(wc);
@@ -67,6 +86,9 @@ constexpr std::uint16_t qzstr_shift_jisx0213_from_ucs(std::uint32_t wc) {
 inline constexpr std::uint32_t shift_jis_user_first = 0xE000;
 inline constexpr std::uint32_t shift_jis_user_count = 10 * 188;
 
+constexpr bool is_shift_jis_user_lead(unsigned lead) {
+    return lead - 0xF0 < 10;
+}
 constexpr std::uint16_t shift_jis_user_to_ucs2(unsigned lead, std::uint32_t trail_index) {
     return static_cast<std::uint16_t>(shift_jis_user_first + (lead - 0xF0) * 188 + trail_index);
 }
@@ -76,15 +98,6 @@ constexpr std::uint16_t shift_jis_user_from_ucs2(std::uint32_t wc) {
     const std::uint32_t i = wc - shift_jis_user_first;
     if (i >= shift_jis_user_count) return 0;
     return static_cast<std::uint16_t>((0xF0 + i / 188) << 8 | shift_jis_trail(i % 188));
-}
-
-/// Half-width katakana: bytes 0xA1..0xDF are U+FF61..U+FF9F.
-inline constexpr std::uint32_t half_width_kana_offset = 0xFEC0;
-constexpr bool is_half_width_kana_byte(unsigned byte) {
-    return byte - 0xA1 < 0x3F;
-}
-constexpr bool is_half_width_kana(std::uint32_t wc) {
-    return wc - 0xFF61 < 0x3F;
 }
 
 static_assert(shift_jis_trail_index(0x40) == 0 && shift_jis_trail_index(0x7E) == 62 &&

@@ -1,0 +1,337 @@
+// What the tests of the Japanese rows share: repertoires laid out from the mapping files, and walks that hold a row to them.
+#pragma once
+
+#include "support.h"
+
+#include <algorithm>
+#include <fstream>
+#include <functional>
+#include <iconv.h>
+#include <map>
+#include <sstream>
+
+namespace japanese {
+
+using namespace support;
+
+using characters = std::u32string;
+using decoding = std::map<std::string, characters>; ///< sequence to what it means
+using encoding = std::map<characters, std::string>; ///< character, or base and mark, to its sequence
+
+struct mapping_line {
+    unsigned code;
+    characters to;
+    bool decode_only;
+};
+
+inline std::vector<mapping_line> read_mapping(const std::string& name) {
+    std::vector<mapping_line> lines;
+    std::ifstream file(MAPPINGS_DIR "/" + name + ".txt");
+    for (std::string line; std::getline(file, line);) {
+        if (line.empty() || line[0] == '#') continue;
+        std::istringstream fields(line);
+        std::string code, to, one_way;
+        fields >> code >> to >> one_way;
+        characters text;
+        for (std::istringstream parts(to); std::getline(parts, to, '+');)
+            text += static_cast<char32_t>(std::stoul(to, nullptr, 16));
+        lines.push_back({static_cast<unsigned>(std::stoul(code, nullptr, 16)), text, !one_way.empty()});
+    }
+    EXPECT_FALSE(lines.empty()) << name;
+    return lines;
+}
+
+inline std::string sequence(std::initializer_list<unsigned> bytes) {
+    return {bytes.begin(), bytes.end()};
+}
+
+inline const characters marks = {0x2E5, 0x2E9, 0x300, 0x301, 0x309A};
+
+inline std::string units(const characters& text, int size, bool big_end = true) {
+    std::string bytes;
+    for (const char32_t c : text)
+        for (int i = 0; i < size; ++i)
+            bytes += static_cast<char>(c >> 8 * (big_end ? size - 1 - i : i));
+    return bytes;
+}
+
+struct row_under_test {
+    int row;
+    decoding decodes;
+    encoding encodes;
+    int beyond_bmp_extra;                ///< bytes swallowed after a character that 16 bits cannot hold
+    bool pairs_in_16_bits;               ///< whether a base with a mark comes out of to_ucs2
+    int (*room)(char32_t c, int length); ///< what a character asks for that takes `length` bytes
+
+    const qzstr_charset_info_t& slots() const { return _charset_info[row]; }
+
+    /// A whole sequence of `length` bytes, whatever it means.
+    void expect_decoded(const std::string& sequence) const {
+        const auto found = decodes.find(sequence);
+        const characters to = found == decodes.end() ? characters{0xFFFD} : found->second;
+        const bool fits16 = to.size() == 2 ? pairs_in_16_bits : to[0] < 0x10000;
+        const int read16 = static_cast<int>(sequence.size()) + (to[0] > 0xFFFF ? beyond_bmp_extra : 0);
+        const int read32 = static_cast<int>(sequence.size());
+        const conv_status_t bad = found == decodes.end() ? 2 : 0;
+        for (const bool big_end : {false, true}) {
+            const std::string narrow = units(fits16 ? to : characters{0xFFFD}, 2, big_end);
+            const std::string wide = units(to, 4, big_end);
+            ASSERT_EQ(run_slot(slots().qzstr_to_ucs2_fn, sequence, -1, big_end),
+                      (converted{fits16 ? bad : 2, read16, static_cast<int>(narrow.size()), narrow}))
+                << "row " << row << ": " << hex(sequence);
+            ASSERT_EQ(run_slot(slots().qzstr_to_ucs4_fn, sequence, -1, big_end),
+                      (converted{bad, read32, static_cast<int>(wide.size()), wide}))
+                << "row " << row << ": " << hex(sequence);
+        }
+        const auto room = static_cast<int>((fits16 ? to.size() : 1) * 2) - 1;
+        ASSERT_EQ(run_slot(slots().qzstr_to_ucs2_fn, sequence, room), (converted{1, 0, 0, ""})) << hex(sequence);
+    }
+
+    /// Every code point alone, in both unit sizes; `wide` is what 32-bit units encode to.
+    void expect_every_code_point_encoded(const encoding& wide) const {
+        for (char32_t c = 0; c < 0x30000; ++c) {
+            const auto outcome = [c](const encoding& from, int read) {
+                const auto found = from.find({c});
+                const std::string to = found == from.end() ? "?" : found->second;
+                return converted{found == from.end() ? 2 : 0, read, static_cast<int>(to.size()), to};
+            };
+            ASSERT_EQ(run_slot(slots().qzstr_from_ucs4_fn, units({c}, 4)), outcome(wide, 4))
+                << "row " << row << ": " << std::hex << static_cast<unsigned>(c);
+            if (c > 0xFFFF) continue;
+            const converted expected = outcome(encodes, 2);
+            ASSERT_EQ(run_slot(slots().qzstr_from_ucs2_fn, units({c}, 2)), expected)
+                << "row " << row << ": " << std::hex << static_cast<unsigned>(c);
+            ASSERT_EQ(run_slot(slots().qzstr_from_ucs2_fn, units({c}, 2), room(c, expected.written) - 1),
+                      (converted{1, 0, 0, ""}))
+                << std::hex << static_cast<unsigned>(c);
+        }
+    }
+
+    std::string encoded(const characters& text) const {
+        std::string bytes;
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            auto found = encodes.find(text.substr(i, 2));
+            if (found != encodes.end() && i + 1 < text.size())
+                ++i;
+            else
+                found = encodes.find(text.substr(i, 1));
+            bytes += found == encodes.end() ? "?" : found->second;
+        }
+        return bytes;
+    }
+
+    /// Runs of bases, marks and ordinary characters at every place around a vector's border, in every level.
+    void expect_compositions() const {
+        characters telling = U"aか一ﾊ" + marks;
+        for (const auto& line : read_mapping("jisx0213"))
+            if (line.to.size() == 2 && telling.find(line.to[0]) == characters::npos) telling += line.to[0];
+        for (const char32_t a : telling)
+            for (const char32_t b : telling)
+                for (const char32_t c : characters{'a'} + marks)
+                    for (const std::size_t before : {0, 1, 14, 31}) {
+                        const characters text = characters(before, U'あ') + characters{a, b, c};
+                        const std::string expected = encoded(text);
+                        for (const level& l : levels()) {
+                            const auto& at = l.catalogue[row];
+                            ASSERT_EQ(hex(run_slot(at.qzstr_from_ucs2_fn, units(text, 2)).bytes), hex(expected))
+                                << l.name << " " << hex(units(text, 2));
+                            ASSERT_EQ(hex(run_slot(at.qzstr_from_ucs4_fn, units(text, 4, false), -1, false).bytes),
+                                      hex(expected))
+                                << l.name << " " << hex(units(text, 2));
+                        }
+                    }
+    }
+
+    /// One text of every character that decodes in `source`, by way of Unicode, in one call.
+    void expect_long_text() const {
+        std::string text;
+        characters to;
+        for (int round = 0; round < 2; ++round)
+            for (const auto& [bytes, meaning] : decodes)
+                if (meaning.size() == 1 && meaning[0] < 0x10000) text += bytes, to += meaning;
+        for (const level& l : levels()) {
+            const converted c = run_slot(l.catalogue[row].qzstr_to_ucs2_fn, text);
+            ASSERT_EQ(std::pair(c.status, c.read), std::pair(0L, static_cast<int>(text.size()))) << l.name;
+            ASSERT_TRUE(c.bytes == units(to, 2)) << l.name;
+            ASSERT_TRUE(run_slot(l.catalogue[row].qzstr_from_ucs2_fn, c.bytes).bytes == encoded(to)) << l.name;
+        }
+    }
+};
+
+/// What the C library's converter makes of a sequence; empty where it refuses.
+inline characters by_iconv(iconv_t to_utf32, std::string text) {
+    char32_t out[8];
+    char *in_at = text.data(), *out_at = reinterpret_cast<char*>(out);
+    std::size_t in_left = text.size(), out_left = sizeof out;
+    iconv(to_utf32, nullptr, nullptr, nullptr, nullptr);
+    const bool done = iconv(to_utf32, &in_at, &in_left, &out_at, &out_left) == 0 &&
+                      iconv(to_utf32, nullptr, nullptr, &out_at, &out_left) == 0 && in_left == 0;
+    return done ? characters(out, reinterpret_cast<char32_t*>(out_at)) : characters();
+}
+
+/// The sequences among `all` that the C library reads differently from `decodes`, with both readings.
+template <class Sequences>
+std::map<std::string, std::pair<characters, characters>> differences(const char* charset, const decoding& decodes,
+                                                                     const Sequences& all) {
+    std::map<std::string, std::pair<characters, characters>> found;
+    const iconv_t converter = iconv_open("UTF-32LE", charset);
+    EXPECT_NE(converter, reinterpret_cast<iconv_t>(-1)) << charset;
+    if (converter == reinterpret_cast<iconv_t>(-1)) return found;
+    for (const std::string& one : all) {
+        const characters theirs = by_iconv(converter, one);
+        const auto ours = decodes.find(one);
+        if (!theirs.empty() && (ours == decodes.end() || ours->second != theirs))
+            found[one] = {ours == decodes.end() ? characters() : ours->second, theirs};
+    }
+    iconv_close(converter);
+    return found;
+}
+
+/// The same as text, a line each: "81 5F: FF3C, there 5C".
+template <class Differences>
+std::string listed(const Differences& found) {
+    std::ostringstream text;
+    const auto points = [&](const characters& c) {
+        for (std::size_t i = 0; i < c.size(); ++i)
+            text << (i != 0 ? "+" : "") << std::hex << std::uppercase << static_cast<unsigned>(c[i]);
+        if (c.empty()) text << "nothing";
+    };
+    for (const auto& [bytes, readings] : found) {
+        text << hex(bytes) << ": ";
+        points(readings.first);
+        text << ", there ";
+        points(readings.second);
+        text << "\n";
+    }
+    return text.str();
+}
+
+/// All pairs of bytes, and single bytes, that the decoder of Shift-JIS or CP932 takes whole.
+inline std::vector<std::string> shift_jis_sequences() {
+    std::vector<std::string> all;
+    for (unsigned b = 0; b < 0x100; ++b)
+        if ((b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xFC))
+            for (unsigned trail = 0; trail < 0x100; ++trail)
+                all.push_back(sequence({b, trail}));
+        else
+            all.push_back(sequence({b}));
+    return all;
+}
+
+/// A pair of Shift-JIS: rows 1 to 94 of plane 1, or of plane 2.
+inline std::string shift_jis_pair(unsigned plane, unsigned row, unsigned col) {
+    static const std::string plane_2 = {1, 8, 3, 4, 5, 12, 13, 14, 15}; // then 78 to 94
+    unsigned line = plane == 1  ? row - 1
+                    : row >= 78 ? row - 78 + 9
+                                : static_cast<unsigned>(plane_2.find(static_cast<char>(row)));
+    const unsigned lead = plane == 2 ? 0xF0 + line / 2 : line < 62 ? 0x81 + line / 2 : 0xC1 + line / 2;
+    // Odd rows take the trails 40 to 7E and 80 to 9E, even rows those from 9F on.
+    return sequence({lead, line % 2 != 0 ? 0x9E + col : col + (col < 64 ? 0x3F : 0x40)});
+}
+
+/// What Shift-JIS and CP932 have in common; a later layer takes the place of an earlier one.
+struct shift_jis_layers {
+    static void jisx0213(row_under_test& t, const std::function<bool(char32_t)>& composes) {
+        for (const auto& line : read_mapping("jisx0213")) {
+            const std::string bytes =
+                shift_jis_pair(line.code >> 16, (line.code >> 8 & 0xFF) - 0x20, (line.code & 0xFF) - 0x20);
+            t.decodes[bytes] = line.to;
+            if (line.to.size() == 1 || composes(line.to[0])) t.encodes[line.to] = bytes;
+        }
+    }
+    static void user_defined(row_under_test& t, bool decoder = true) {
+        char32_t c = 0xE000;
+        for (unsigned lead = 0xF0; lead <= 0xF9; ++lead)
+            for (unsigned trail = 0x40; trail <= 0xFC; ++trail) {
+                if (trail == 0x7F) continue;
+                if (decoder) t.decodes[sequence({lead, trail})] = {c};
+                t.encodes[{c++}] = sequence({lead, trail});
+            }
+    }
+    static void jisx0208(row_under_test& t) {
+        for (const auto& line : read_mapping("jisx0208")) {
+            const std::string bytes = shift_jis_pair(1, (line.code >> 8) - 0x20, (line.code & 0xFF) - 0x20);
+            t.decodes[bytes] = line.to;
+            t.encodes[line.to] = bytes;
+        }
+    }
+    static void single_bytes(row_under_test& t) {
+        for (unsigned b = 0; b < 0x80; ++b)
+            t.encodes[{b}] = sequence({b}), t.decodes[sequence({b})] = {b};
+        for (unsigned b = 0xA1; b < 0xE0; ++b)
+            t.encodes[{0xFEC0 + b}] = sequence({b}), t.decodes[sequence({b})] = {0xFEC0 + b};
+    }
+};
+
+/// A string of `length` bytes out of `telling`, for each combination.
+template <class Each>
+void each_string(const std::string& telling, std::size_t length, Each each) {
+    std::vector<std::size_t> digit(length);
+    for (std::size_t at = 0; at < length;) {
+        std::string text;
+        for (const std::size_t d : digit)
+            text += telling[d];
+        each(text);
+        for (at = 0; at < length && ++digit[at] == telling.size(); ++at)
+            digit[at] = 0;
+    }
+}
+
+/// Counting and positions by a plain walk over `size(byte)`.
+template <class Size>
+void expect_positions(int row, const std::string& text, Size size, bool wide_by_bytes) {
+    static const guarded memory;
+    const auto& slots = _charset_info[row];
+    const int length = static_cast<int>(text.size());
+    char* const p = memory.place(text);
+    std::vector<int> start;
+    int at = 0;
+    for (; at < length; at += size(static_cast<uchar>(text[static_cast<std::size_t>(at)])))
+        start.push_back(at);
+    const int count = static_cast<int>(start.size());
+    ASSERT_EQ(slots.qzstr_count_char_fn(p, length), count) << hex(text);
+    int columns = 0;
+    for (int n = 1; n <= count + 1; ++n) {
+        const int k = std::min(n, count);
+        const int end = k < count ? start[static_cast<std::size_t>(k)] : at;
+        int first = -9, last = -9, number = -9;
+        slots.qzstr_get_byte_pos_fn(p, length, n, &first, &last, &number);
+        ASSERT_EQ(std::vector({first, last, number}),
+                  std::vector({start[static_cast<std::size_t>(k - 1)], std::min(end, length) - 1, k}))
+            << hex(text) << " " << n;
+        if (n > count || end > length) continue;
+        ASSERT_EQ(slots.qzstr_count_byte_fn(p, k), end) << hex(text) << " " << n;
+        const int bytes = end - start[static_cast<std::size_t>(k - 1)];
+        columns += wide_by_bytes ? bytes : std::min(bytes, 2);
+        int fits = -9, width = -9;
+        uchar reached = 9;
+        slots.qzstr_get_byte_pos_with_disp_size_fn(p, length, columns, &fits, &width, &reached);
+        ASSERT_EQ(std::vector({fits, width, int{reached}}), std::vector({end, columns, 1})) << hex(text) << " " << n;
+        if (bytes == 1) continue;
+        slots.qzstr_get_byte_pos_with_disp_size_fn(p, length, columns - 1, &fits, &width, &reached);
+        ASSERT_EQ(std::vector({fits, width, int{reached}}), std::vector({end - bytes, columns - 2, 1})) << hex(text);
+    }
+}
+
+/// Rows of a table of single conversions.
+struct conversion_case {
+    const char* what;
+    int row;
+    bool encode;
+    const char* source;
+    int room;
+    conv_status_t status;
+    int read;
+    const char* result;
+};
+inline void expect_conversion(const conversion_case& c) {
+    const std::string result = unhex(c.result);
+    const converted expected{c.status, c.read, static_cast<int>(result.size()), result};
+    const auto& slots = _charset_info[c.row];
+    if (c.encode)
+        EXPECT_EQ(run_slot(slots.qzstr_from_ucs2_fn, unhex(c.source), c.room), expected) << c.what;
+    else
+        EXPECT_EQ(run_slot(slots.qzstr_to_ucs2_fn, unhex(c.source), c.room), expected) << c.what;
+}
+
+} // namespace japanese
