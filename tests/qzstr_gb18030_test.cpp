@@ -129,6 +129,9 @@ TEST(Gb18030, EveryFourByteFormDecodesAsTheCLibrarySays) {
                         << hex(form);
                 }
     EXPECT_EQ(found, winners);
+    for (const auto& [loser, winner] : pushed_out)
+        EXPECT_EQ(run_slot(gb.qzstr_from_ucs4_fn, wide(winner)).bytes,
+                  run_slot(gb.qzstr_from_ucs4_fn, wide(loser)).bytes);
 }
 
 TEST(Gb18030, ConversionsAtTheEdges) {

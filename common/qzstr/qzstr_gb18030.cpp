@@ -83,6 +83,11 @@ struct gb18030 : multibyte<gb18030>,
         return gbk_user_rows_from_ucs2(c);
     }
 
+    /// Members of the four-byte runs for which a later edition has a pair, which goes first.
+    static constexpr bool got_pair_later(char32_t c) {
+        return c == 0x1E3F || c - 0x9FB4 <= 0x9FBB - 0x9FB4 || c - 0xFE10 <= 0xFE19 - 0xFE10;
+    }
+
     static constexpr encoded four(unsigned b1, std::uint32_t linear) {
         return quad(b1 + linear / 12600, linear / 1260 % 10 + 0x30, linear / 10 % 126 + 0x81, linear % 10 + 0x30);
     }
@@ -92,9 +97,10 @@ struct gb18030 : multibyte<gb18030>,
         if (c < 0x80) return single(c);
         if (c > 0x10FFFF) return unmappable();
         if (c > 0xFFFF) return four(0x90, c - 0x10000);
-        if (const unsigned code = pair_from_ucs2(c); code != 0) return pair(code);
         const std::uint32_t linear = qzstr_gb18030uni_from_ucs2(c);
-        return linear != no_index ? four(0x81, linear) : unmappable();
+        if (linear != no_index && !got_pair_later(c)) return four(0x81, linear);
+        const unsigned code = pair_from_ucs2(c);
+        return code != 0 ? pair(code) : unmappable();
     }
 
     // ---- Positions ----

@@ -17,26 +17,37 @@ constexpr std::uint16_t qzstr_gb18030ext_from_ucs4(std::uint32_t wc) {
     return page_entry<tables::gb18030ext_pages>(wc, std::uint16_t{0});
 }
 
-/// Row of a table of [first, last, ...] rows in ascending order that holds a value, or -1.
-template <typename Table>
-constexpr int gb18030_row(const Table& rows, std::uint32_t value) {
-    int low = 0;
-    int high = static_cast<int>(sizeof rows / sizeof rows[0]);
-    while (low < high) {
-        const int middle = (low + high) / 2;
-        if (value < rows[middle][0])
-            high = middle;
-        else if (value > rows[middle][1])
-            low = middle + 1;
-        else
-            return middle;
+/// For every block of 64 values, the first of ascending [first, last, ...] rows that does not lie wholly before it.
+template <const auto& Rows>
+struct row_index {
+    static constexpr unsigned count = sizeof Rows / sizeof Rows[0];
+    std::uint8_t first_row[0x10000 / 64] = {};
+
+    consteval row_index() {
+        static_assert(count <= 0xFF);
+        for (unsigned block = 0, row = 0; block < sizeof first_row; ++block) {
+            while (row < count && Rows[row][1] < block * 64)
+                ++row;
+            first_row[block] = static_cast<std::uint8_t>(row);
+        }
     }
-    return -1;
+};
+template <const auto& Rows>
+inline constexpr row_index<Rows> row_index_of{};
+
+/// The row that holds a value, or -1.
+template <const auto& Rows>
+constexpr int row_of(std::uint32_t value) {
+    if (value > 0xFFFF) return -1;
+    unsigned row = row_index_of<Rows>.first_row[value / 64];
+    while (row < row_index<Rows>::count && Rows[row][1] < value)
+        ++row;
+    return row < row_index<Rows>::count && Rows[row][0] <= value ? static_cast<int>(row) : -1;
 }
 
 /// The two bytes of a private-use code point U+E766..U+E864, 0 when it has none.
 constexpr std::uint16_t qzstr_gb18030_pua_from_ucs2(std::uint32_t wc) {
-    const int row = gb18030_row(tables::gb18030_pua2charset, wc);
+    const int row = row_of<tables::gb18030_pua2charset>(wc);
     if (row < 0) return 0;
     const auto& [first, last, code] = tables::gb18030_pua2charset[row];
     return static_cast<std::uint16_t>(code + (wc - first));
@@ -54,7 +65,7 @@ inline constexpr std::uint32_t gb18030_swapped_code_point = 0xE7C7;
 /// Code point of a four-byte code of the BMP block (leads 0x81..0x84), no_index when it is none: U+FFFD is one of them.
 constexpr std::uint32_t qzstr_gb18030uni_to_ucs2(std::uint32_t linear) {
     if (linear == gb18030_swapped_linear) return gb18030_swapped_code_point;
-    const int row = gb18030_row(tables::gb18030uni_charset2uni_ranges, linear);
+    const int row = row_of<tables::gb18030uni_charset2uni_ranges>(linear);
     if (row < 0) return no_index;
     const std::uint32_t wc = linear + tables::gb18030uni_ranges[row];
     // KEPT: U+FFFF is encoded but never decoded.
@@ -64,7 +75,7 @@ constexpr std::uint32_t qzstr_gb18030uni_to_ucs2(std::uint32_t linear) {
 /// Number of the four-byte code of a BMP code point, no_index when it is in no run.
 constexpr std::uint32_t qzstr_gb18030uni_from_ucs2(std::uint32_t wc) {
     if (wc == gb18030_swapped_code_point) return gb18030_swapped_linear;
-    const int row = gb18030_row(tables::gb18030uni_uni2charset_ranges, wc);
+    const int row = row_of<tables::gb18030uni_uni2charset_ranges>(wc);
     return row < 0 ? no_index : wc - tables::gb18030uni_ranges[row];
 }
 
