@@ -80,7 +80,7 @@ struct padded {
     }
 };
 
-std::uint16_t cell_of(const pair_decoding& plan, const uchar* p) {
+std::uint16_t cell_of(pair_decoding plan, const uchar* p) {
     const std::uint32_t head = plan.head[p[0]];
     return plan.cell[(head >> 8) + (p[1] & (head & 0xFF))];
 }
@@ -92,8 +92,7 @@ void store_cell(uchar* dst, std::uint16_t cell) {
 
 /// Decodes the characters that `start` marks, one by one, up to the first that must be asked for.
 template <form Form, order Order>
-std::size_t decode_carefully(const pair_decoding& plan, const uchar* p, std::uint64_t& start, uchar* dst,
-                             std::size_t units) {
+std::size_t decode_carefully(pair_decoding plan, const uchar* p, std::uint64_t& start, uchar* dst, std::size_t units) {
     std::size_t n = 0;
     for (; start != 0 && n < units; ++n, start &= start - 1) {
         const std::uint16_t cell = cell_of(plan, p + lowest(start));
@@ -104,19 +103,27 @@ std::size_t decode_carefully(const pair_decoding& plan, const uchar* p, std::uin
 }
 
 /// Decodes all characters that `start` marks; false when one of them must be asked for. Writes up to 7 units too many.
+/// (The plan comes by value: a store to the target could change what a reference leads to.)
 template <form Form, order Order>
-bool decode_block(const pair_decoding& plan, const uchar* p, std::uint64_t start, uchar* dst) {
-    constexpr std::size_t group = 8;
+bool decode_block(pair_decoding plan, const uchar* p, std::uint64_t start, uchar* dst) {
+    constexpr int group = 8;
     std::uint32_t asked = 0;
-    for (auto left = std::popcount(start); left > 0; left -= static_cast<int>(group)) {
-        for (std::size_t k = 0; k < group; ++k) {
-            const bool there = start != 0;
-            const std::uint16_t cell = cell_of(plan, p + (there ? lowest(start) : 0));
+    int left = std::popcount(start);
+    for (; left >= group; left -= group, dst += group * unit_size<Form>) {
+#pragma GCC unroll 8
+        for (int k = 0; k < group; ++k, start &= start - 1) {
+            const std::uint16_t cell = cell_of(plan, p + lowest(start));
             store_cell<Form, Order>(dst + k * unit_size<Form>, cell);
-            asked |= there ? cell + 1U : 0U;
-            start &= start - 1;
+            asked |= cell + 1U;
         }
-        dst += group * unit_size<Form>;
+    }
+    if (left == 0) return (asked >> 16) == 0;
+#pragma GCC unroll 8
+    for (int k = 0; k < group; ++k, start &= start - 1) {
+        const bool there = start != 0;
+        const std::uint16_t cell = cell_of(plan, p + (there ? lowest(start) : 0));
+        store_cell<Form, Order>(dst + k * unit_size<Form>, cell);
+        asked |= there ? cell + 1U : 0U;
     }
     return (asked >> 16) == 0;
 }
@@ -176,7 +183,7 @@ moved decode_pairs_as(const pair_decoding& plan, const uchar* src, std::size_t n
 }
 
 template <form Form, order Order>
-std::size_t encode_carefully(const pair_encoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room,
+std::size_t encode_carefully(pair_encoding plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room,
                              std::size_t& written) {
     std::size_t i = 0;
     for (; i < n && room - written >= 2; ++i) {
@@ -190,7 +197,7 @@ std::size_t encode_carefully(const pair_encoding& plan, const uchar* src, std::s
 }
 
 template <form Form, order Order>
-moved encode_pairs_as(const pair_encoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+moved encode_pairs_as(pair_encoding plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
     constexpr std::size_t unit = unit_size<Form>;
     constexpr std::size_t group = 16;
     std::size_t i = 0, written = 0;
@@ -206,6 +213,7 @@ moved encode_pairs_as(const pair_encoding& plan, const uchar* src, std::size_t n
         }
         uchar* out = dst + written;
         std::uint32_t asked = 0;
+#pragma GCC unroll 16
         for (std::size_t k = 0; k < group; ++k) {
             const char32_t c = load_unit<Form, Order>(src + (i + k) * unit);
             const std::uint32_t cell = plan.cell[plan.page[c >> 8 & 0xFF] + (c & 0xFF)];
