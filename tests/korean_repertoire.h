@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <fstream>
+#include <iconv.h>
 #include <map>
 
 namespace korean {
@@ -81,6 +82,40 @@ inline void check_repertoire(const repertoire& all, qzstr_charset_t cs, unsigned
         EXPECT_EQ(support::run_slot(at_level.qzstr_to_ucs2_fn, text), (support::converted{0, len, len, units}));
         EXPECT_EQ(support::run_slot(at_level.qzstr_from_ucs2_fn, units), (support::converted{0, len, len, text}));
     }
+}
+
+/// What the C library's converter makes of a character; empty where it refuses.
+inline std::string by_iconv(iconv_t converter, std::string text) {
+    char out[8], *from = text.data(), *to = out;
+    std::size_t in_left = text.size(), out_left = sizeof out;
+    iconv(converter, nullptr, nullptr, nullptr, nullptr);
+    if (iconv(converter, &from, &in_left, &to, &out_left) != 0) return {};
+    return {out, sizeof out - out_left};
+}
+
+/// Compares every pair and every code point with the C library; `differs` names the codes that differ on purpose.
+inline void check_against_iconv(const repertoire& all, const char* name, unsigned first_lead,
+                                bool (*differs)(unsigned code, unsigned c)) {
+    const iconv_t decode = iconv_open("UTF-16BE", name), encode = iconv_open(name, "UTF-16BE");
+    if (decode == iconv_t(-1) || encode == iconv_t(-1)) GTEST_SKIP() << "no converter for " << name;
+    std::map<unsigned, unsigned> inverse;
+    for (const auto& [code, c] : all)
+        inverse[c] = code;
+    for (unsigned code = first_lead << 8; code < 0xFF00; ++code) {
+        const auto found = all.find(code);
+        const unsigned c = found == all.end() ? 0 : found->second;
+        const std::string theirs = by_iconv(decode, two(code));
+        const bool same = (theirs.size() == 2 ? theirs : "") == (c == 0 ? "" : two(c));
+        ASSERT_NE(same, differs(code, c)) << std::hex << code;
+    }
+    for (unsigned c = 0xA0; c < 0xFFFE; ++c) {
+        const auto found = inverse.find(c);
+        const unsigned code = found == inverse.end() ? 0 : found->second;
+        const bool same = by_iconv(encode, two(c)) == (code == 0 ? "" : two(code));
+        ASSERT_NE(same, differs(code, c)) << std::hex << c;
+    }
+    iconv_close(decode);
+    iconv_close(encode);
 }
 
 /// Pieces of text joined at random, from a fixed seed.

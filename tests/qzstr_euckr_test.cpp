@@ -14,6 +14,13 @@ TEST(Euckr, Repertoire) {
     korean::check_repertoire(korean::euckr(), QZSTR_CHARSET_EUCKR, 0xA1);
 }
 
+TEST(Euckr, AgreesWithTheCLibrary) {
+    korean::check_against_iconv(korean::euckr(), "EUC-KR", 0xA1, [](unsigned code, unsigned c) {
+        // A later addition to the standard, here kept out; and the won sign, which it writes as 5C.
+        return code == 0xA2E8 || c == 0x327E || c == 0x20A9;
+    });
+}
+
 TEST(Euckr, ConvertsTellingBytes) {
     const struct {
         const char* source;

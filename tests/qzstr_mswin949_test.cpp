@@ -12,6 +12,12 @@ TEST(Mswin949, Repertoire) {
     korean::check_repertoire(korean::mswin949(), QZSTR_CHARSET_MSWIN949, 0x81);
 }
 
+TEST(Mswin949, AgreesWithTheCLibrary) {
+    korean::check_against_iconv(korean::mswin949(), "CP949", 0x81, [](unsigned, unsigned c) {
+        return c >= 0xE000 && c <= 0xE0BB; // the user-defined rows, which it leaves out
+    });
+}
+
 TEST(Mswin949, ConvertsTellingBytes) {
     const struct {
         const char* source;

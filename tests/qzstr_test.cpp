@@ -42,6 +42,23 @@ TEST(Pivot, ChunkBordersAreInvisible) {
             }
 }
 
+// A base and its mark, and a run of tone letters, which are both, on every side of a border: into the Japanese rows.
+TEST(Pivot, JoinedUnitsStayTogether) {
+    const std::string joined = "\xE3\x81\x8B\xE3\x82\x9A"
+                               "a"
+                               "\xCB\xA9\xCB\xA5\xCB\xA9\xCB\xA5\xCB\xA9"
+                               "b"
+                               "\xC3\xA6\xCC\x80"
+                               "\xE3\x81\x8B"
+                               "c";
+    for (const int to : {5, 6, 7, 8, 9, 27})
+        for (std::size_t before = 0; before <= 14; ++before) {
+            const std::string text = std::string(chunk_units - before, 'x') + joined;
+            ASSERT_EQ(pivot(3, to, text), one_pass(3, to, text)) << to << " " << before;
+        }
+    EXPECT_EQ(hex(pivot(3, 5, joined.substr(0, 6)).bytes), "82 F5");
+}
+
 TEST(Pivot, ManyChunks) {
     std::uint64_t seed = 3;
     const std::string hangul = korean::random_text(seed, 60000, {"B0 A1", "81 41", "41", "C7 D1", "C9 A1", "0A", "FF"});
