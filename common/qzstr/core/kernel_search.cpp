@@ -1,4 +1,4 @@
-// Starts of possible matches: two bytes of the pattern compared over whole blocks of text.
+// Starts of possible matches: bytes of the pattern compared over whole blocks of text.
 #include "core/kernels.h"
 #include "core/vector.h"
 
@@ -10,38 +10,47 @@ namespace {
 
 constexpr std::size_t group = 64;
 
-/// The starts of one block.
-[[gnu::always_inline]] inline std::uint64_t block_at(const probe_pair& probes, const uchar* p) {
-    return static_cast<block::bits>(block::load(p + probes.offset[0]).equal_to(probes.byte[0]) &
-                                    block::load(p + probes.offset[1]).equal_to(probes.byte[1]));
+/// The starts of one block where the k-th probe holds.
+[[gnu::always_inline]] inline std::uint64_t probe(const probe_bytes& probes, int k, const uchar* p) {
+    return static_cast<block::bits>(block::load(p + probes.offset[k]).equal_to(probes.byte[k]));
 }
 
 /// The starts p .. p + 63.
-[[gnu::always_inline]] inline std::uint64_t group_at(const probe_pair& probes, const uchar* p) {
+[[gnu::always_inline]] inline std::uint64_t group_at(const probe_bytes& probes, const uchar* p) {
     std::uint64_t bits = 0;
     for (std::size_t i = 0; i < group; i += block::size)
-        bits |= block_at(probes, p + i) << i;
-    return bits;
+        bits |= (probe(probes, 0, p + i) & probe(probes, 1, p + i)) << i;
+    if (bits == 0) [[likely]]
+        return 0;
+    std::uint64_t third = 0;
+    for (std::size_t i = 0; i < group; i += block::size)
+        third |= probe(probes, 2, p + i) << i;
+    return bits & third;
 }
 
 /// The starts p .. p + n - 1: fewer than 64 where there are vectors, else at most 64.
-std::uint64_t short_group(const probe_pair& probes, const uchar* p, std::size_t n) {
+std::uint64_t short_group(const probe_bytes& probes, const uchar* p, std::size_t n) {
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
-    const __mmask64 starts = (std::uint64_t{1} << n) - 1;
-    const block near{_mm512_maskz_loadu_epi8(starts, p + probes.offset[0])};
-    const block far{_mm512_maskz_loadu_epi8(starts, p + probes.offset[1])};
-    return near.equal_to(probes.byte[0]) & far.equal_to(probes.byte[1]) & starts;
+    std::uint64_t bits = (std::uint64_t{1} << n) - 1;
+    for (int k = 0; k < 3; ++k)
+        bits &= block{_mm512_maskz_loadu_epi8(bits, p + probes.offset[k])}.equal_to(probes.byte[k]);
+    return bits;
 #else
     std::uint64_t bits = 0;
     std::size_t i = 0;
     if constexpr (has_vectors) {
+        const auto block_at = [&](const uchar* at) {
+            return probe(probes, 0, at) & probe(probes, 1, at) & probe(probes, 2, at);
+        };
         for (; i + block::size <= n; i += block::size)
-            bits |= block_at(probes, p + i) << i;
+            bits |= block_at(p + i) << i;
         // The rest is the end of a block that overlaps the one before.
-        if (n > block::size) return bits | block_at(probes, p + n - block::size) << (n - block::size);
+        if (n > block::size) return bits | block_at(p + n - block::size) << (n - block::size);
     }
     for (; i < n; ++i) {
-        const bool hit = (p[i + probes.offset[0]] == probes.byte[0]) & (p[i + probes.offset[1]] == probes.byte[1]);
+        bool hit = true;
+        for (int k = 0; k < 3; ++k)
+            hit &= p[i + probes.offset[k]] == probes.byte[k];
         bits |= std::uint64_t{hit} << i;
     }
     return bits;
@@ -50,8 +59,8 @@ std::uint64_t short_group(const probe_pair& probes, const uchar* p, std::size_t 
 
 } // namespace
 
-candidates first_candidates(const probe_pair& probes, const uchar* p, std::size_t n) {
-    const probe_pair local = probes; // in registers
+candidates first_candidates(const probe_bytes& probes, const uchar* p, std::size_t n) {
+    const probe_bytes local = probes; // in registers
     std::size_t i = 0;
     if constexpr (has_vectors)
         for (; i + group <= n; i += group)
@@ -62,8 +71,8 @@ candidates first_candidates(const probe_pair& probes, const uchar* p, std::size_
     return {0, 0};
 }
 
-candidates last_candidates(const probe_pair& probes, const uchar* p, std::size_t n) {
-    const probe_pair local = probes;
+candidates last_candidates(const probe_bytes& probes, const uchar* p, std::size_t n) {
+    const probe_bytes local = probes;
     if constexpr (has_vectors)
         for (; n >= group; n -= group)
             if (const std::uint64_t bits = group_at(local, p + n - group); bits != 0) return {n - group, bits};

@@ -32,10 +32,11 @@ struct pair_encoding {
     const std::uint16_t* cell; ///< first byte low, second byte high (0: one byte); 0 where the exact routine must look
 };
 
-/// Two bytes of a pattern and where they stand in it, the nearer one first: what a search tests at once for many starts.
-struct probe_pair {
-    std::size_t offset[2];
-    uchar byte[2];
+/// Three bytes of a pattern and where they stand in it (not all need differ): what a search tests at once for many
+/// starts, the third only where the first two leave any.
+struct probe_bytes {
+    std::size_t offset[3];
+    uchar byte[3];
 };
 
 /// Bit i: a match may begin at `first` + i. No bit set: nowhere.
@@ -107,9 +108,9 @@ inline constexpr std::uint16_t ask = 0xFFFF;
       (const byte_set& leads, const byte_set& stops, const uchar* p, std::size_t n, std::size_t chars),                \
       (leads, stops, p, n, chars))                                                                                     \
     /* The first 64 of the starts p .. p + n - 1 with a candidate among them (the last group may be shorter). */       \
-    K(candidates, first_candidates, (const probe_pair& probes, const uchar* p, std::size_t n), (probes, p, n))         \
+    K(candidates, first_candidates, (const probe_bytes& probes, const uchar* p, std::size_t n), (probes, p, n))         \
     /* The same from the end: groups of 64 are counted from start p + n - 1 downwards. */                              \
-    K(candidates, last_candidates, (const probe_pair& probes, const uchar* p, std::size_t n), (probes, p, n))          \
+    K(candidates, last_candidates, (const probe_bytes& probes, const uchar* p, std::size_t n), (probes, p, n))          \
     /* Changes the case of ASCII letters in n bytes: of those from `first` to `first` + 25, in the other case. */      \
     K(void, flip_letters, (uchar first, uchar * p, std::size_t n), (first, p, n))
 

@@ -5,6 +5,7 @@
 #include "core/kernels.h"
 #include "core/units.h"
 
+#include <array>
 #include <bit>
 
 namespace qzstr::core {
@@ -109,16 +110,28 @@ template <direction D, int LongestPattern>
 
 // ---- The vector scan ------------------------------------------------------------------------------------------------
 
+/// Where three probes stand.
+using probe_offsets = std::array<offset_t, 3>;
+
+inline probe_bytes probes_at(const probe_offsets& in_text, const uchar* pattern, const probe_offsets& in_pattern) {
+    probe_bytes probes;
+    for (std::size_t k = 0; k < 3; ++k) {
+        probes.offset[k] = static_cast<std::size_t>(in_text[k]);
+        probes.byte[k] = pattern[in_pattern[k]];
+    }
+    return probes;
+}
+
 /// Starts of matches still to be looked at, both ends included.
 struct start_range {
     offset_t first, last;
     bool empty() const { return first > last; }
 };
 
-/// Shows the visitor every start in the range where both probes hold, in order. The visitor answers with the distance to
+/// Shows the visitor every start in the range where all probes hold, in order. The visitor answers with the distance to
 /// the next start that it wants to see, 0 to end the scan.
 template <direction D, class Visitor>
-void scan(const probe_pair& probes, const uchar* text, start_range left, Visitor& visit) {
+void scan(const probe_bytes& probes, const uchar* text, start_range left, Visitor& visit) {
     constexpr bool forward = D == direction::forward;
     while (!left.empty()) {
         const auto n = static_cast<std::size_t>(left.last - left.first + 1);
@@ -135,6 +148,10 @@ void scan(const probe_pair& probes, const uchar* text, start_range left, Visitor
             const offset_t start = base + bit;
             const offset_t distance = visit(start);
             if (distance == 0) return;
+            if (distance == 1) {
+                bits = forward ? bits & (bits - 1) : bits ^ std::uint64_t{1} << bit;
+                continue;
+            }
             const offset_t next = forward ? bit + distance : bit - distance; // relative to the group
             if (forward)
                 bits = next < 64 ? bits >> next << next : 0;
@@ -199,9 +216,9 @@ void search_exact(text_view text, text_view pattern, offset_t i, bool overlapped
     if (i < 0) return;
     exact_visitor<D> visit{text, pattern, overlapped, found, forward ? range.first : range.last};
     // In big-endian UCS-2 the second byte of a character tells more than the first.
-    const offset_t near = found.wide() && pattern.len > 2 ? 1 : 0, far = pattern.len - 1;
-    const probe_pair probes{{static_cast<std::size_t>(near), static_cast<std::size_t>(far)},
-                            {pattern.p[near], pattern.p[far]}};
+    const offset_t tell = found.wide() && pattern.len > 2 ? 1 : 0;
+    const probe_offsets at{tell, pattern.len - 1, pattern.len / 2 | tell};
+    const probe_bytes probes = probes_at(at, pattern.p, at);
     scan<D>(probes, text.p, range, visit);
     if (visit.abandoned_at < 0) return;
     const offset_t resume = forward ? visit.abandoned_at : visit.abandoned_at + pattern.len - 1;
@@ -253,7 +270,7 @@ inline attempt try_wildcards(const wildcard_pattern& pattern, text_view text, of
 /// Where the units compared literally stand: in the pattern and, from its start, in the text.
 struct literals {
     offset_t count = 0;
-    offset_t in_pattern[2] = {}, in_text[2] = {}; ///< the first and the last (the same where there is one)
+    offset_t in_pattern[3] = {}, in_text[3] = {}; ///< the first, the last, the second (where there are so many)
 };
 
 /// Literals at the head of a pattern, up to an escape character that nothing follows. A few are enough: starts nearer to
@@ -269,8 +286,10 @@ inline literals literals_of(const wildcard_pattern& pattern) {
         } else if (pattern.is_wildcard(pattern.units.p + j)) {
             continue;
         }
-        const int first = found.count++ == 0 ? 0 : 1;
-        for (int place = first; place < 2; ++place) {
+        const bool taken[3] = {found.count == 0, true, found.count < 2};
+        ++found.count;
+        for (int place = 0; place < 3; ++place) {
+            if (!taken[place]) continue;
             found.in_pattern[place] = j;
             found.in_text[place] = unit * pattern.bpc;
         }
@@ -279,12 +298,16 @@ inline literals literals_of(const wildcard_pattern& pattern) {
 }
 
 /// What is tested at many starts at once; the pattern has a literal.
-inline probe_pair probes_of(const wildcard_pattern& pattern, const literals& found) {
+inline probe_bytes probes_of(const wildcard_pattern& pattern, const literals& found) {
     // In big-endian UCS-2 the second byte of a unit tells more than the first.
     const offset_t tell = pattern.bpc > 1 ? 1 : 0;
-    const offset_t skip = found.count > 1 ? tell : 0;
-    return {{static_cast<std::size_t>(found.in_text[0] + skip), static_cast<std::size_t>(found.in_text[1] + tell)},
-            {pattern.units.p[found.in_pattern[0] + skip], pattern.units.p[found.in_pattern[1] + tell]}};
+    const offset_t skip[3] = {found.count > 1 ? tell : 0, tell, tell};
+    probe_offsets in_text, in_pattern;
+    for (std::size_t k = 0; k < 3; ++k) {
+        in_text[k] = found.in_text[k] + skip[k];
+        in_pattern[k] = found.in_pattern[k] + skip[k];
+    }
+    return probes_at(in_text, pattern.units.p, in_pattern);
 }
 
 /// Tries the pattern at each candidate.
@@ -330,7 +353,7 @@ bool search_wildcards(text_view text, const wildcard_pattern& pattern, offset_t 
     wildcard_visitor<D> visit{
         pattern, text, overlapped, found, last_match_bytes, forward ? lowest : text.len - pattern.bpc};
     const literals fixed = literals_of(pattern);
-    // Up to here both probes lie inside the text. Behind it an attempt may run out of text early: all are made.
+    // Up to here all probes lie inside the text. Behind it an attempt may run out of text early: all are made.
     const offset_t scanned = fixed.count == 0 ? lowest - pattern.bpc : text.len - pattern.bpc - fixed.in_text[1];
     const start_range beyond{scanned + pattern.bpc > lowest ? scanned + pattern.bpc : lowest, text.len - 1};
     const auto scan_rest = [&] {
