@@ -11,12 +11,12 @@ namespace {
 constexpr std::size_t group = 64;
 
 /// The starts of one block where the k-th probe holds.
-[[gnu::always_inline]] inline std::uint64_t probe(const probe_bytes& probes, int k, const uchar* p) {
+[[maybe_unused, gnu::always_inline]] inline std::uint64_t probe(const probe_bytes& probes, int k, const uchar* p) {
     return static_cast<block::bits>(block::load(p + probes.offset[k]).equal_to(probes.byte[k]));
 }
 
 /// The starts p .. p + 63.
-[[gnu::always_inline]] inline std::uint64_t group_at(const probe_bytes& probes, const uchar* p) {
+[[maybe_unused, gnu::always_inline]] inline std::uint64_t group_at(const probe_bytes& probes, const uchar* p) {
     std::uint64_t bits = 0;
     for (std::size_t i = 0; i < group; i += block::size)
         bits |= (probe(probes, 0, p + i) & probe(probes, 1, p + i)) << i;
