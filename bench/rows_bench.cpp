@@ -73,15 +73,31 @@ std::string convert(int from, int to, std::string text, conv_status_t* status = 
     return out;
 }
 
+/// Whether iconv converts a whole line, too: where it stops at a character, there is nothing to compare.
+bool iconv_takes(const char* from, const char* to, std::string line) {
+    const iconv_t cd = iconv_open(to, from);
+    std::vector<char> out(line.size() * 4 + 16);
+    char *in = line.data(), *at = out.data();
+    std::size_t left = line.size(), room = out.size();
+    const bool whole = iconv(cd, &in, &left, &at, &room) == 0 && left == 0;
+    iconv_close(cd);
+    return whole;
+}
+
 /// The lines of a language that the row's charset holds exactly, in UTF-8.
-std::string exact_lines(int charset, const std::string& language) {
+std::string exact_lines(const row& r, const std::string& language) {
+    const int charset = r.charset;
     const char* const corpus = std::getenv("QZSTR_CORPUS");
     std::ifstream in(std::string(corpus != nullptr ? corpus : ".") + "/" + language + ".txt");
     std::string text;
     for (std::string line; text.size() < most && std::getline(in, line);) {
         conv_status_t status = 0;
         const std::string there = convert(QZSTR_CHARSET_UTF8, charset, line, &status);
-        if (status == 0 && convert(charset, QZSTR_CHARSET_UTF8, there) == line) text += line + "\n";
+        if (status != 0 || convert(charset, QZSTR_CHARSET_UTF8, there) != line) continue;
+        if (r.iconv_name != nullptr &&
+            !(iconv_takes("UTF-8", r.iconv_name, line) && iconv_takes(r.iconv_name, "UTF-8", there)))
+            continue;
+        text += line + "\n";
     }
     return text;
 }
@@ -201,7 +217,7 @@ int main(int argc, char** argv) {
         for (std::size_t at = 0, end; at < languages.size(); at = end + 1) {
             end = std::min(languages.find(' ', at), languages.size());
             const std::string language = languages.substr(at, end - at);
-            const std::string utf8 = exact_lines(r.charset, language);
+            const std::string utf8 = exact_lines(r, language);
             if (utf8.empty()) {
                 std::fprintf(stderr, "no text in %s for %s\n", language.c_str(), _charset_info[r.charset].name);
                 continue;
