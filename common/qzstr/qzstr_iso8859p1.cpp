@@ -10,7 +10,6 @@ using namespace core;
 
 struct iso8859p1 : code_page<iso8859p1>, letter_case<iso8859p1, page_letters<iso8859p1>> {
     static constexpr diagnostics where{.source = "common/qzstr/qzstr_iso8859p1"};
-    static constexpr bool widens = true;
     static constexpr auto& from_unicode = tables::iso8859p1_pages;
     static constexpr auto& lower_case = tables::iso8859p1_lower;
     static constexpr auto& upper_case = tables::iso8859p1_upper;

@@ -7,28 +7,51 @@ namespace qzstr::families {
 
 using namespace core;
 
-struct us8icl : decoders<us8icl>, encoders<us8icl>, ascii_reduction<us8icl> {
+constexpr uchar to_ascii(uchar b) {
+    return tables::us8icl_2uni_page[b];
+}
+
+struct us8icl : decoders<us8icl>, one_byte_encoders<us8icl> {
     static constexpr diagnostics where{.source = "common/qzstr/qzstr_us8icl"};
-    static constexpr char32_t ucs4_mask = 0xFFFFFFFF;
-    static constexpr bool ascii_is_itself = false;
-    static constexpr uchar question_mark = 0x6F;
+    static constexpr uchar substitute = 0x6F;
 
     // KEPT: a question mark is reported as a replacement in both directions, also a genuine one.
-    template <form>
-    static constexpr decoded decode(const uchar* p, offset_t) {
-        decoded d = one(tables::us8icl_2uni_page[p[0]], 1);
-        if (d.unit[0] == '?') d.what = outcome::bad;
-        return d;
+    static conv_status_t reduce(const uchar* src, std::size_t n, uchar* ascii) {
+        map_bytes(byte_map_of<to_ascii>, src, n, ascii);
+        return run_before(ascii, n, '?') < n ? replaced : exact;
     }
     template <form>
     static constexpr encoded encode(char32_t c, char32_t) {
-        encoded e = single(c < 0x100 ? tables::us8icl_uni2idx_page[c] : question_mark);
-        if (e.byte[0] == question_mark) e.what = outcome::bad;
-        return e;
+        const uchar byte = c < 0x100 ? tables::us8icl_uni2idx_page[c] : substitute;
+        return {{byte}, 1, 1, 1, byte == substitute ? outcome::bad : outcome::ok};
     }
-    static recoded reduce(const uchar* p, offset_t) {
-        const uchar b = tables::us8icl_2uni_page[p[0]];
-        return {{b}, 1, 1, b == '?' ? outcome::bad : outcome::ok};
+
+    template <form Form, order Order>
+    static conv_status_t decode_text(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at) {
+        constexpr offset_t unit = unit_size<Form>;
+        const offset_t room = size / unit;
+        const offset_t n = room < len ? room : len;
+        conv_status_t status = n < len ? stopped : exact;
+        uchar ascii[256];
+        while (at.read < n) {
+            const offset_t block = n - at.read < offset_t{sizeof ascii} ? n - at.read : offset_t{sizeof ascii};
+            status |= reduce(src + at.read, static_cast<std::size_t>(block), ascii);
+            widen_bytes(layout_of<Form, Order>, ascii, static_cast<std::size_t>(block), dst + at.written);
+            at.read += block;
+            at.written += block * unit;
+        }
+        return status;
+    }
+
+    static conv_status_t get_ascii_str QZSTR_CELL_PARAMETERS {
+        (void)from_charset;
+        (void)to_charset;
+        if (!require_buffers(str, "str != NULL", buf, "buf != NULL", write_len, where.source, 0))
+            return report(exact, {}, read_len, write_len);
+        const int len = at_least_0(str_len), room = at_least_0(buf_size);
+        const int n = room < len ? room : len;
+        const conv_status_t status = reduce(bytes(str), static_cast<std::size_t>(n), bytes(buf));
+        return report(n < len ? status | stopped : status, {n, n}, read_len, write_len);
     }
 
     static void get_byte_pos(char* str, int str_len, int char_cnt, int* start_pos, int* end_pos, int* real_char_cnt) {

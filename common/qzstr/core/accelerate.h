@@ -131,29 +131,6 @@ struct encode_pages {
 template <class F, class Cell = std::uint16_t>
 inline constexpr encode_pages<F, Cell> encode_pages_of{};
 
-/// Whether F maps bytes and units one to one: its decoder never flags a byte and answers alike in every form, its
-/// encoder looks at all 32 bits.
-template <class F>
-concept maps_bytes = requires {
-    F::maps_bytes;
-};
-
-template <class F>
-consteval byte_decoding make_byte_decoding() {
-    byte_decoding plan{};
-    for (unsigned b = 0; b < 256; ++b) {
-        const uchar byte = static_cast<uchar>(b);
-        plan.unit[b] = static_cast<std::uint16_t>(F::template decode<form::ucs2>(&byte, 1).unit[0]);
-        if (b < 0x80) continue;
-        plan.low[b - 0x80] = static_cast<uchar>(plan.unit[b]);
-        plan.high[b - 0x80] = static_cast<uchar>(plan.unit[b] >> 8);
-    }
-    return plan;
-}
-
-template <class F>
-inline constexpr byte_decoding byte_decoding_of = make_byte_decoding<F>();
-
 /// Decodes what can be decoded fast, from `at` on.
 template <class F, form Form, order Order, class Progress>
 void decode_fast(const uchar* src, offset_t len, uchar* dst, offset_t size, Progress& at) {
@@ -163,13 +140,6 @@ void decode_fast(const uchar* src, offset_t len, uchar* dst, offset_t size, Prog
         widen_bytes(layout_of<Form, Order>, src + at.read, static_cast<std::size_t>(n), dst + at.written);
         at.read += n;
         at.written += n * unit_size<Form>;
-    } else if constexpr (maps_bytes<F>) {
-        const offset_t room = (size - at.written) / unit_size<Form>;
-        const offset_t n = room < len - at.read ? room : len - at.read;
-        const std::size_t done = decode_bytes(byte_decoding_of<F>, layout_of<Form, Order>, src + at.read,
-                                              static_cast<std::size_t>(n), dst + at.written);
-        at.read += static_cast<offset_t>(done);
-        at.written += static_cast<offset_t>(done) * unit_size<Form>;
     } else if constexpr (decodes_pairs<F>) {
         const moved m = decode_pairs(pair_decoding_of<F>, layout_of<Form, Order>, src + at.read,
                                      static_cast<std::size_t>(len - at.read), dst + at.written,
@@ -182,15 +152,7 @@ void decode_fast(const uchar* src, offset_t len, uchar* dst, offset_t size, Prog
 /// Encodes what can be encoded fast, from `at` on.
 template <class F, form Form, order Order, class Progress>
 void encode_fast(const uchar* src, offset_t len, uchar* dst, offset_t size, Progress& at) {
-    if constexpr (maps_bytes<F>) {
-        constexpr byte_encoding plan{encode_pages_of<F, uchar>.page, encode_pages_of<F, uchar>.cell};
-        const offset_t units = (len - at.read) / unit_size<Form>;
-        const offset_t n = units < size - at.written ? units : size - at.written;
-        const std::size_t run =
-            encode_bytes(plan, layout_of<Form, Order>, src + at.read, static_cast<std::size_t>(n), dst + at.written);
-        at.read += static_cast<offset_t>(run) * unit_size<Form>;
-        at.written += static_cast<offset_t>(run);
-    } else if constexpr (requires { F::widens; }) {
+    if constexpr (requires { F::widens; }) {
         const offset_t units = (len - at.read) / unit_size<Form>;
         const offset_t n = units < size - at.written ? units : size - at.written;
         const std::size_t run =

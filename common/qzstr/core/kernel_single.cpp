@@ -17,31 +17,41 @@ void decode_each(const byte_decoding& plan, const uchar* src, std::size_t n, uch
 }
 
 template <form Form, order Order>
-uchar cell_of(const byte_encoding& plan, const uchar* unit) {
+std::uint64_t cell_of(const byte_encoding& plan, const uchar* unit) {
     const char32_t c = load_unit<Form, Order>(unit);
     return c <= 0xFFFF ? plan.cell[plan.page[c >> 8] + (c & 0xFF)] : uchar{0};
 }
 
+/// The units of a block without cells; tells whether one was replaced.
 template <form Form, order Order>
-std::size_t encode_each(const byte_encoding& plan, const uchar* src, std::size_t n, uchar* dst) {
+bool substitute(const byte_encoding& plan, const uchar* src, std::size_t n, uchar* dst) {
+    bool replaced = false;
+    for (std::size_t i = 0; i < n; ++i) {
+        if (dst[i] != 0 || load_unit<Form, Order>(src + i * unit_size<Form>) == 0) continue;
+        dst[i] = plan.substitute;
+        replaced = true;
+    }
+    return replaced;
+}
+
+template <form Form, order Order>
+bool encode_each(const byte_encoding& plan, const uchar* src, std::size_t n, uchar* dst) {
     constexpr std::size_t unit = unit_size<Form>;
+    constexpr std::size_t at_once = 8;
+    bool replaced = false;
     std::size_t i = 0;
-    for (; i + 8 <= n; i += 8) {
-        uchar b[8];
-        for (std::size_t k = 0; k < 8; ++k)
-            b[k] = cell_of<Form, Order>(plan, src + (i + k) * unit);
-        std::uint64_t all;
-        std::memcpy(&all, b, 8);
-        std::memcpy(dst + i, b, 8);
+    for (; i + at_once <= n; i += at_once) {
+        std::uint64_t all = 0;
+        for (std::size_t k = 0; k < at_once; ++k)
+            all |= cell_of<Form, Order>(plan, src + (i + k) * unit) << 8 * k;
+        std::memcpy(dst + i, &all, at_once);
         constexpr std::uint64_t ones = 0x0101010101010101;
-        if (const std::uint64_t zero = (all - ones) & ~all & (ones << 7); zero != 0)
-            return i + static_cast<std::size_t>(std::countr_zero(zero)) / 8;
+        if (((all - ones) & ~all & (ones << 7)) != 0)
+            replaced |= substitute<Form, Order>(plan, src + i * unit, at_once, dst + i);
     }
-    for (; i < n; ++i) {
-        dst[i] = cell_of<Form, Order>(plan, src + i * unit);
-        if (dst[i] == 0) break;
-    }
-    return i;
+    for (std::size_t k = i; k < n; ++k)
+        dst[k] = static_cast<uchar>(cell_of<Form, Order>(plan, src + k * unit));
+    return substitute<Form, Order>(plan, src + i * unit, n - i, dst + i) || replaced;
 }
 
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
@@ -92,7 +102,8 @@ __m512i bytes_of(__m512i a, __m512i b, bool second) {
 }
 
 template <order Order>
-std::size_t encode_units(const byte_encoding& plan, const uchar* src, std::size_t n, uchar* dst) {
+bool encode_units(const byte_encoding& plan, const uchar* src, std::size_t n, uchar* dst) {
+    bool replaced = false;
     constexpr bool big = Order == order::big;
     for (std::size_t i = 0; i < n; i += wide) {
         const __mmask64 here = lanes(n - i);
@@ -101,22 +112,27 @@ std::size_t encode_units(const byte_encoding& plan, const uchar* src, std::size_
         const __m512i high = bytes_of(a, b, !big), low = bytes_of(a, b, big);
         __m512i out = _mm512_setzero_si512();
         // One look-up for each page that occurs; text of one language needs two or three.
-        for (__mmask64 todo = here; todo != 0;) {
+        __mmask64 todo = here;
+        for (int pages = 0; todo != 0 && pages < 8; ++pages) {
             const std::size_t unit = i + static_cast<std::size_t>(std::countr_zero(todo));
             const uchar page = src[2 * unit + (big ? 0 : 1)];
-            if (plan.page[page] == 0) break;
             const __mmask64 same = _mm512_mask_cmpeq_epi8_mask(todo, high, _mm512_set1_epi8(static_cast<char>(page)));
             out = _mm512_mask_mov_epi8(out, same, look_up_256(plan.cell + plan.page[page], low));
             todo &= ~same;
         }
-        _mm512_mask_storeu_epi8(dst + i, here, out);
+        if (todo != 0) {
+            replaced |= encode_each<form::ucs2, Order>(plan, src + 2 * i, n - i < wide ? n - i : wide, dst + i);
+            continue;
+        }
         if (__mmask64 none = _mm512_mask_testn_epi8_mask(here, out, out); none != 0) {
             const __m512i unit = _mm512_or_si512(high, low);
             none = _mm512_mask_test_epi8_mask(none, unit, unit); // U+0000 is itself
-            if (none != 0) return i + static_cast<std::size_t>(std::countr_zero(none));
+            out = _mm512_mask_mov_epi8(out, none, _mm512_set1_epi8(static_cast<char>(plan.substitute)));
+            replaced |= none != 0;
         }
+        _mm512_mask_storeu_epi8(dst + i, here, out);
     }
-    return n;
+    return replaced;
 }
 
 void map_all(const byte_map& map, const uchar* src, std::size_t n, uchar* dst) {
@@ -193,14 +209,13 @@ void decode_units(const byte_decoding& plan, const uchar* src, std::size_t n, uc
 }
 
 template <order Order>
-std::size_t encode_units(const byte_encoding& plan, const uchar* src, std::size_t n, uchar* dst) {
+bool encode_units(const byte_encoding& plan, const uchar* src, std::size_t n, uchar* dst) {
+    bool replaced = false;
     std::size_t i = 0;
-    for (; i + block::size <= n; i += block::size) {
-        if (block::template narrow_ascii<Order>(src + 2 * i, dst + i)) continue;
-        const std::size_t run = encode_each<form::ucs2, Order>(plan, src + 2 * i, block::size, dst + i);
-        if (run < block::size) return i + run;
-    }
-    return i + encode_each<form::ucs2, Order>(plan, src + 2 * i, n - i, dst + i);
+    for (; i + block::size <= n; i += block::size)
+        if (!plan.over_ascii || !block::template narrow_ascii<Order>(src + 2 * i, dst + i))
+            replaced |= encode_each<form::ucs2, Order>(plan, src + 2 * i, block::size, dst + i);
+    return encode_each<form::ucs2, Order>(plan, src + 2 * i, n - i, dst + i) || replaced;
 }
 
 void map_all(const byte_map& map, const uchar* src, std::size_t n, uchar* dst) {
@@ -231,19 +246,19 @@ std::size_t decode_bytes(const byte_decoding& plan, unit_layout layout, const uc
     return n;
 }
 
-std::size_t encode_bytes(const byte_encoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst) {
-    if constexpr (!has_vectors) return 0;
+encoded_bytes encode_bytes(const byte_encoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst) {
+    if constexpr (!has_vectors) return {0, false};
     switch (layout) {
     case unit_layout::ucs2_big:
-        return encode_units<order::big>(plan, src, n, dst);
+        return {n, encode_units<order::big>(plan, src, n, dst)};
     case unit_layout::ucs2_little:
-        return encode_units<order::little>(plan, src, n, dst);
+        return {n, encode_units<order::little>(plan, src, n, dst)};
     case unit_layout::ucs4_big:
-        return encode_each<form::ucs4, order::big>(plan, src, n, dst);
+        return {n, encode_each<form::ucs4, order::big>(plan, src, n, dst)};
     case unit_layout::ucs4_little:
-        return encode_each<form::ucs4, order::little>(plan, src, n, dst);
+        return {n, encode_each<form::ucs4, order::little>(plan, src, n, dst)};
     }
-    return 0;
+    return {0, false};
 }
 
 void map_bytes(const byte_map& map, const uchar* src, std::size_t n, uchar* dst) {

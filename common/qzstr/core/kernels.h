@@ -55,7 +55,15 @@ struct byte_decoding {
 /// Encoding of a unit into one byte by one table read.
 struct byte_encoding {
     const std::uint32_t* page; ///< for the high byte of a unit: index of its page's first cell; 0 for the empty page
-    const uchar* cell;         ///< 0 where the exact routine must look
+    const uchar* cell;         ///< 0 where there is none, and for U+0000, which is itself
+    uchar substitute;          ///< what stands for a unit without a cell
+    bool over_ascii;           ///< every unit below 0x80 is itself
+};
+
+/// Units encoded, and whether one of them was replaced.
+struct encoded_bytes {
+    std::size_t units;
+    bool replaced;
 };
 
 /// A byte for each byte.
@@ -93,8 +101,8 @@ inline constexpr std::uint16_t ask = 0xFFFF;
     K(std::size_t, decode_bytes,                                                                                       \
       (const byte_decoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst),                    \
       (plan, layout, src, n, dst))                                                                                     \
-    /* Encodes the run of units that have a cell, at most n units, into as many bytes. */                              \
-    K(std::size_t, encode_bytes,                                                                                       \
+    /* Encodes n units into as many bytes; none where there is nothing faster than the exact routine. */               \
+    K(encoded_bytes, encode_bytes,                                                                                     \
       (const byte_encoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst),                    \
       (plan, layout, src, n, dst))                                                                                     \
     /* Maps n bytes, also in place. */                                                                                 \

@@ -79,12 +79,54 @@ consteval byte_map make_byte_map() {
 template <uchar (*Rule)(uchar)>
 inline constexpr byte_map byte_map_of = make_byte_map<Rule>();
 
+template <class F>
+consteval byte_decoding make_byte_decoding() {
+    byte_decoding plan{};
+    for (unsigned b = 0; b < 256; ++b) {
+        const uchar byte = static_cast<uchar>(b);
+        plan.unit[b] = static_cast<std::uint16_t>(F::template decode<form::ucs2>(&byte, 1).unit[0]);
+        if (b < 0x80) continue;
+        plan.low[b - 0x80] = static_cast<uchar>(plan.unit[b]);
+        plan.high[b - 0x80] = static_cast<uchar>(plan.unit[b] >> 8);
+    }
+    return plan;
+}
+template <class F>
+inline constexpr byte_decoding byte_decoding_of = make_byte_decoding<F>();
+
+template <class F>
+consteval byte_encoding make_byte_encoding() {
+    const auto& pages = encode_pages_of<F, uchar>;
+    byte_encoding plan{pages.page, pages.cell, F::substitute, true};
+    for (unsigned c = 0; c < 0x80; ++c)
+        plan.over_ascii = plan.over_ascii && plan.cell[plan.page[0] + c] == c;
+    return plan;
+}
+template <class F>
+inline constexpr byte_encoding byte_encoding_of = make_byte_encoding<F>();
+
+/// Encoders for a family that makes one byte of every unit: nothing stops them but an end.
+template <class F>
+struct one_byte_encoders : encoders<F> {
+    static constexpr char32_t ucs4_mask = 0xFFFFFFFF;
+
+    template <form Form, order Order>
+    static conv_status_t encode_text(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at) {
+        const offset_t units = len / unit_size<Form>;
+        const offset_t n = units < size ? units : size;
+        const encoded_bytes e =
+            encode_bytes(byte_encoding_of<F>, layout_of<Form, Order>, src, static_cast<std::size_t>(n), dst);
+        if (e.units == 0) return core::encode<F, Form, Order>(src, len, dst, size, at);
+        at = {n * unit_size<Form>, n};
+        return (e.replaced ? replaced : exact) | (at.read < len ? stopped : exact);
+    }
+};
+
 /// A code page over ASCII. F supplies `to_unicode`, the code points of 0x80 to 0xFF, and `from_unicode`, the pages of
 /// bytes for code points from U+0080 on (0: none), or its own one-character rules.
 template <class F>
-struct code_page : single_byte_positions<F>, decoders<F>, encoders<F> {
-    static constexpr bool maps_bytes = true;
-    static constexpr char32_t ucs4_mask = 0xFFFFFFFF;
+struct code_page : single_byte_positions<F>, decoders<F>, one_byte_encoders<F> {
+    static constexpr uchar substitute = '?';
 
     // KEPT: an undefined byte becomes U+FFFD without a flag.
     template <form>
@@ -97,6 +139,17 @@ struct code_page : single_byte_positions<F>, decoders<F>, encoders<F> {
         if (c < 0x80) return single(c);
         const unsigned byte = page_entry<F::from_unicode>(c, uchar{0});
         return byte != 0 ? single(byte) : unmappable();
+    }
+
+    template <form Form, order Order>
+    static conv_status_t decode_text(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at) {
+        const offset_t room = size / unit_size<Form>;
+        const offset_t n = room < len ? room : len;
+        const std::size_t done =
+            decode_bytes(byte_decoding_of<F>, layout_of<Form, Order>, src, static_cast<std::size_t>(n), dst);
+        if (done == 0) return core::decode<F, Form, Order>(src, len, dst, size, at);
+        at = {n, n * unit_size<Form>};
+        return n < len ? stopped : exact;
     }
 
     static conv_status_t get_ascii_str QZSTR_CELL_PARAMETERS {
