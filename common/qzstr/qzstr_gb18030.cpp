@@ -116,12 +116,13 @@ struct gb18030 : multibyte<gb18030>,
     template <class Step>
     static walk_end walk(const uchar* p, offset_t len, offset_t chars, Step step_of) {
         walk_end w{0, 0};
+        exact_stretch stretch;
         while (w.at < len && w.passed < chars) {
             const moved m = skip_pairs_before(leads, digits, p + w.at, static_cast<std::size_t>(len - w.at),
                                               static_cast<std::size_t>(chars - w.passed));
             w.at += static_cast<offset_t>(m.read);
             w.passed += static_cast<offset_t>(m.written);
-            const offset_t until = w.at + exact_stretch(static_cast<offset_t>(m.read));
+            const offset_t until = w.at + stretch.after(static_cast<offset_t>(m.read));
             for (; w.at < len && w.at < until && w.passed < chars; ++w.passed)
                 w.at += step_of(p + w.at, len - w.at);
         }

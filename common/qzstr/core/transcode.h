@@ -73,21 +73,29 @@ constexpr encoded unmappable() {
     return {{'?'}, 1, 1, 1, outcome::bad};
 }
 
-/// Bytes or units that the exact routine takes before the fast one is tried again: one character when the fast one got
-/// far, a stretch when it hardly moved.
-constexpr offset_t exact_stretch(offset_t moved) {
-    return moved >= 32 ? 1 : 32;
-}
+/// How many source bytes the exact routine takes before the fast one is tried again: one character when the fast one got
+/// far, a stretch that doubles as long as it hardly moves.
+class exact_stretch {
+public:
+    constexpr offset_t after(offset_t moved) {
+        if (moved >= 32) return bytes_ = 1;
+        return bytes_ = bytes_ == 1 ? 32 : bytes_ < 512 ? bytes_ * 2 : bytes_;
+    }
+
+private:
+    offset_t bytes_ = 1;
+};
 
 /// Decodes until the source is used up, is cut inside a character, or the target has no room for the next character.
 template <class F, form Form, order Order>
 conv_status_t decode(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at) {
     constexpr int unit = unit_size<Form>;
     conv_status_t status = exact;
+    exact_stretch stretch;
     while (at.read < len) {
         const offset_t before = at.read;
         decode_fast<F, Form, Order>(src, len, dst, size, at);
-        const offset_t until = at.read + exact_stretch(at.read - before);
+        const offset_t until = at.read + stretch.after(at.read - before);
         while (at.read < len && at.read < until) {
             if (size - at.written < unit) return status | stopped;
             const decoded d = F::template decode<Form>(src + at.read, len - at.read);
@@ -108,10 +116,11 @@ conv_status_t encode(const uchar* src, offset_t len, uchar* dst, offset_t size, 
     constexpr int unit = unit_size<Form>;
     constexpr char32_t mask = Form == form::ucs4 ? F::ucs4_mask : 0xFFFF;
     conv_status_t status = exact;
+    exact_stretch stretch;
     while (len - at.read >= unit) {
         const offset_t before = at.read;
         encode_fast<F, Form, Order>(src, len, dst, size, at);
-        const offset_t until = at.read + exact_stretch(at.read - before);
+        const offset_t until = at.read + stretch.after(at.read - before);
         while (len - at.read >= unit && at.read < until) {
             const uchar* const p = src + at.read;
             const char32_t next = len - at.read >= 2 * unit ? load_unit<Form, Order>(p + unit) & mask : none;
