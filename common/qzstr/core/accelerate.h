@@ -53,7 +53,7 @@ struct pair_cells {
         return rows;
     }
     std::uint32_t head[256] = {};
-    std::uint16_t cell[(2 + count_rows()) * 256] = {};
+    std::uint16_t cell[(2 + count_rows()) * 256 + 1] = {}; // vector code reads two cells at a time
 
     consteval pair_cells() {
         std::uint32_t next = 512;
