@@ -43,6 +43,10 @@ struct reader {
         const char32_t low = load_unit<form::utf16, Order>(p + 2);
         return is_low_surrogate(low) ? one((c << 10) + low - 0x35FDC00, 4) : bad(4);
     }
+    template <form Form, order>
+    static moved decode_run(const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
+        return utf16_to_ucs4(layout_of<Form, Order>, src, n / 2, dst, units);
+    }
 };
 
 } // namespace
@@ -63,6 +67,11 @@ struct utf16 : multibyte<utf16>, decoders<utf16>, encoders<utf16> {
         if (c < 0x10000) return unit(c);
         const char32_t high = 0xD7C0 + (c >> 10), low = 0xDC00 + (c & 0x3FF);
         return quad(high >> 8, high & 0xFF, low >> 8, low & 0xFF);
+    }
+
+    template <form Form, order Order>
+    static moved encode_run(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+        return ucs4_to_utf16(layout_of<Form, Order>, src, n, dst, room);
     }
 
     template <form Form, order Order>

@@ -3,6 +3,7 @@
 #include "core/multibyte.h"
 #include "core/surface.h"
 #include "core/transcode.h"
+#include "core/utf8_width.h"
 #include "standards/utf8_letters.h"
 
 namespace qzstr::families {
@@ -29,21 +30,6 @@ constexpr bool is_second(unsigned lead, unsigned b) {
     const unsigned first = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
     const unsigned last = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
     return b >= first && b <= last;
-}
-
-/// Characters of three bytes that take two columns, as ranges of their bytes.
-constexpr struct {
-    std::uint32_t first, last;
-} wide[] = {{0xE18480, 0xE1859F}, {0xE28CA9, 0xE28CAA}, {0xE2BA80, 0xE380BE}, {0xE38180, 0xEA938F},
-            {0xEAB080, 0xED9EA3}, {0xEFA480, 0xEFABBF}, {0xEFB890, 0xEFB899}, {0xEFB8B0, 0xEFB9AF},
-            {0xEFBC80, 0xEFBDA0}, {0xEFBFA0, 0xEFBFA6}};
-
-// KEPT: the bytes are compared, not a code point, so that malformed triples keep their column.
-uchar triple_columns(const uchar* p) {
-    const std::uint32_t triple = static_cast<std::uint32_t>(p[0] << 16 | p[1] << 8 | p[2]);
-    for (const auto& range : wide)
-        if (triple >= range.first && triple <= range.last) return 2;
-    return 1;
 }
 
 } // namespace
@@ -84,7 +70,44 @@ struct utf8 : multibyte<utf8>, decoders<utf8>, encoders<utf8>, ascii_reduction<u
         return quad(0xF0 | c >> 18, continuation(12), continuation(6), continuation(0));
     }
 
+    template <form Form, order Order>
+    static moved decode_run(const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
+        return decode_utf8(layout_of<Form, Order>, src, n, dst, units);
+    }
+    template <form Form, order Order>
+    static moved encode_run(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+        return encode_utf8(layout_of<Form, Order>, src, n, dst, room);
+    }
+
     static constexpr auto get_utf8_str = qzstr_get_same_charset_str;
+
+    /// Passes at most `chars` characters that begin in the first n bytes.
+    static moved pass(const uchar* p, std::size_t n, std::size_t chars) {
+        moved at{};
+        while (at.read < n && at.written < chars) {
+            const moved fast = skip_utf8(p + at.read, n - at.read, chars - at.written);
+            at.read += fast.read;
+            at.written += fast.written;
+            for (int left = fast.read > 0 ? 1 : 32; left > 0 && at.read < n && at.written < chars; --left) {
+                at.read += static_cast<std::size_t>(length_of(p[at.read]));
+                ++at.written;
+            }
+        }
+        return at;
+    }
+    static offset_t characters(const uchar* p, offset_t len) {
+        return static_cast<offset_t>(pass(p, static_cast<std::size_t>(len), ~std::size_t{0}).written);
+    }
+    /// k characters take at least k bytes, so no read goes further than the characters require.
+    static offset_t bytes_of(const uchar* p, offset_t chars) {
+        std::size_t at = 0;
+        for (auto left = static_cast<std::size_t>(chars); left > 0;) {
+            const moved m = pass(p + at, left, left);
+            at += m.read;
+            left -= m.written;
+        }
+        return static_cast<offset_t>(at);
+    }
 
     // Boundaries: by the nearest leading byte at or before the offset, however far it is.
     static bool starts_character(const uchar* p, offset_t offset) { return is_lead(p[offset]); }
@@ -119,14 +142,27 @@ struct utf8 : multibyte<utf8>, decoders<utf8>, encoders<utf8>, ascii_reduction<u
         return length < left ? length : static_cast<int>(left);
     }
     static char_position find(const uchar* p, offset_t len, offset_t n) {
-        char_position at = find_char(p, len, n, position_step);
+        // Before the last bytes, positions go by the same steps as counting.
+        const moved skipped = len < 8 ? moved{}
+                                      : pass(p, static_cast<std::size_t>(len - 4),
+                                             n < 1 ? ~std::size_t{0} : static_cast<std::size_t>(n - 1));
+        const auto from = static_cast<offset_t>(skipped.read), before = static_cast<offset_t>(skipped.written);
+        char_position at = find_char(p + from, len - from, n - before, position_step);
+        at = {at.start + from, at.end + from, at.number + before};
         // KEPT: asked for as such, a stray byte with three more behind it ends with the text; walked over, it is one byte.
         if (at.number == n && !is_lead(p[at.start]) && len - at.start == 4) at.end = len;
         return at;
     }
 
     // KEPT: only characters of three bytes can be wide; ideographs of four bytes take one column.
-    static int columns(const uchar* p) { return p[0] >= 0xE1 && p[0] <= 0xEF ? triple_columns(p) : 1; }
+    static int columns(const uchar* p) { return p[0] >= 0xE1 && p[0] <= 0xEF ? 1 + is_wide_triple(p) : 1; }
+
+    static prefix fit(const uchar* p, offset_t len, offset_t limit) {
+        const moved fast = fit_utf8(p, static_cast<std::size_t>(len), static_cast<std::size_t>(limit));
+        const auto from = static_cast<offset_t>(fast.read), before = static_cast<offset_t>(fast.written);
+        const prefix rest = cut_to_columns(p + from, len - from, limit - before, step, columns);
+        return {rest.bytes + from, rest.columns + before, rest.reached};
+    }
 
     static void convert_case(qzstr_case_t case_type, char* str, int str_len);
 };
@@ -212,5 +248,5 @@ void utf8::convert_case(qzstr_case_t case_type, char* str, int str_len) {
 QZSTR_EXPORT(utf8)
 
 uchar qzstr_calc_utf8_disp_size(char* str) {
-    return qzstr::families::triple_columns(qzstr::core::bytes(str));
+    return qzstr::core::is_wide_triple(qzstr::core::bytes(str)) ? 2 : 1;
 }

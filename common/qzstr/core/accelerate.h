@@ -8,11 +8,6 @@
 
 namespace qzstr::core {
 
-template <form Form, order Order>
-inline constexpr unit_layout layout_of = Form == form::ucs4
-                                             ? (Order == order::big ? unit_layout::ucs4_big : unit_layout::ucs4_little)
-                                             : (Order == order::big ? unit_layout::ucs2_big : unit_layout::ucs2_little);
-
 /// The bytes that take a second one when F decodes.
 template <class F>
 constexpr const byte_set& decode_leads() {
@@ -140,6 +135,12 @@ void decode_fast(const uchar* src, offset_t len, uchar* dst, offset_t size, Prog
         widen_bytes(layout_of<Form, Order>, src + at.read, static_cast<std::size_t>(n), dst + at.written);
         at.read += n;
         at.written += n * unit_size<Form>;
+    } else if constexpr (requires { F::template decode_run<Form, Order>(src, std::size_t{}, dst, std::size_t{}); }) {
+        const moved m = F::template decode_run<Form, Order>(
+            src + at.read, static_cast<std::size_t>(len - at.read), dst + at.written,
+            static_cast<std::size_t>((size - at.written) / unit_size<Form>));
+        at.read += static_cast<offset_t>(m.read);
+        at.written += static_cast<offset_t>(m.written);
     } else if constexpr (decodes_pairs<F>) {
         const moved m = decode_pairs(pair_decoding_of<F>, layout_of<Form, Order>, src + at.read,
                                      static_cast<std::size_t>(len - at.read), dst + at.written,
@@ -159,6 +160,12 @@ void encode_fast(const uchar* src, offset_t len, uchar* dst, offset_t size, Prog
             narrow_ascii(layout_of<Form, Order>, src + at.read, static_cast<std::size_t>(n), dst + at.written);
         at.read += static_cast<offset_t>(run) * unit_size<Form>;
         at.written += static_cast<offset_t>(run);
+    } else if constexpr (requires { F::template encode_run<Form, Order>(src, std::size_t{}, dst, std::size_t{}); }) {
+        const moved m = F::template encode_run<Form, Order>(
+            src + at.read, static_cast<std::size_t>((len - at.read) / unit_size<Form>), dst + at.written,
+            static_cast<std::size_t>(size - at.written));
+        at.read += static_cast<offset_t>(m.read);
+        at.written += static_cast<offset_t>(m.written);
     } else if constexpr (decodes_pairs<F>) {
         constexpr pair_encoding plan{encode_pages_of<F>.page, encode_pages_of<F>.cell};
         constexpr int unit = unit_size<Form>;

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "core/byte_set.h"
-#include "core/contract.h"
+#include "core/units.h"
 
 #include <cstddef>
 
@@ -15,8 +15,6 @@ struct moved {
     std::size_t read;
     std::size_t written;
 };
-
-enum class unit_layout { ucs2_big, ucs2_little, ucs4_big, ucs4_little };
 
 /// Decoding of one- and two-byte characters by one table read a character.
 struct pair_decoding {
@@ -119,6 +117,21 @@ inline constexpr std::uint16_t ask = 0xFFFF;
     K(candidates, first_candidates, (const probe_bytes& probes, const uchar* p, std::size_t n), (probes, p, n))         \
     /* The same from the end: groups of 64 are counted from start p + n - 1 downwards. */                              \
     K(candidates, last_candidates, (const probe_bytes& probes, const uchar* p, std::size_t n), (probes, p, n))          \
+    /* Decodes well-formed UTF-8 into up to `units` units. */                                                          \
+    K(moved, decode_utf8, (unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units),        \
+      (layout, src, n, dst, units))                                                                                    \
+    /* Encodes up to n units as UTF-8 into at most `room` bytes. */                                                    \
+    K(moved, encode_utf8, (unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t room),         \
+      (layout, src, n, dst, room))                                                                                     \
+    /* Passes at most `chars` characters of UTF-8 that begin in the first n bytes, as skip_pairs. */                   \
+    K(moved, skip_utf8, (const uchar* p, std::size_t n, std::size_t chars), (p, n, chars))                             \
+    /* Passes whole characters of UTF-8 in the first n bytes that take less than `limit` columns: bytes, columns. */   \
+    K(moved, fit_utf8, (const uchar* p, std::size_t n, std::size_t limit), (p, n, limit))                              \
+    /* n units of UTF-16 into up to `units` UCS-4 units of the same order; n UCS-4 units into big-endian UTF-16. */    \
+    K(moved, utf16_to_ucs4, (unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units),      \
+      (layout, src, n, dst, units))                                                                                    \
+    K(moved, ucs4_to_utf16, (unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t room),       \
+      (layout, src, n, dst, room))                                                                                     \
     /* Changes the case of ASCII letters in n bytes: of those from `first` to `first` + 25, in the other case. */      \
     K(void, flip_letters, (uchar first, uchar * p, std::size_t n), (first, p, n))
 

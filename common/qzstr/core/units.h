@@ -40,4 +40,11 @@ inline void store_unit(uchar* p, char32_t c) {
     }
 }
 
+enum class unit_layout { ucs2_big, ucs2_little, ucs4_big, ucs4_little };
+
+template <form Form, order Order>
+inline constexpr unit_layout layout_of = Form == form::ucs4
+                                             ? (Order == order::big ? unit_layout::ucs4_big : unit_layout::ucs4_little)
+                                             : (Order == order::big ? unit_layout::ucs2_big : unit_layout::ucs2_little);
+
 } // namespace qzstr::core

@@ -34,6 +34,7 @@ struct block {
     void store(uchar* p) const { _mm512_storeu_si512(p, v); }
     bits high_bits() const { return _mm512_movepi8_mask(v); }
     bits equal_to(uchar b) const { return _mm512_cmpeq_epi8_mask(v, _mm512_set1_epi8(static_cast<char>(b))); }
+    bits at_least(uchar b) const { return _mm512_cmpge_epu8_mask(v, _mm512_set1_epi8(static_cast<char>(b))); }
     bits within(byte_range r) const {
         const __m512i from = _mm512_sub_epi8(v, _mm512_set1_epi8(static_cast<char>(r.first)));
         return _mm512_cmple_epu8_mask(from, _mm512_set1_epi8(static_cast<char>(r.last - r.first)));
@@ -80,6 +81,7 @@ struct block {
     __m256i inside(byte_range r) const {
         return _mm256_cmpeq_epi8(_mm256_min_epu8(_mm256_max_epu8(v, all(r.first)), all(r.last)), v);
     }
+    bits at_least(uchar b) const { return block{_mm256_cmpeq_epi8(_mm256_max_epu8(v, all(b)), v)}.high_bits(); }
     bits within(byte_range r) const { return block{inside(r)}.high_bits(); }
     block flip_letters(uchar first) const {
         const __m256i letters = inside({first, static_cast<uchar>(first + 25)});
@@ -122,6 +124,7 @@ struct block {
     __m128i inside(byte_range r) const {
         return _mm_cmpeq_epi8(_mm_min_epu8(_mm_max_epu8(v, all(r.first)), all(r.last)), v);
     }
+    bits at_least(uchar b) const { return block{_mm_cmpeq_epi8(_mm_max_epu8(v, all(b)), v)}.high_bits(); }
     bits within(byte_range r) const { return block{inside(r)}.high_bits(); }
     block flip_letters(uchar first) const {
         const __m128i letters = inside({first, static_cast<uchar>(first + 25)});
@@ -157,6 +160,7 @@ struct block {
     void store(uchar*) const {}
     bits high_bits() const { return 0; }
     bits equal_to(uchar) const { return 0; }
+    bits at_least(uchar) const { return 0; }
     bits within(byte_range) const { return 0; }
     block flip_letters(uchar) const { return {}; }
     template <order Order>

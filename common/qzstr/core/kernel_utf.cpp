@@ -1,0 +1,702 @@
+// UTF-8 and UTF-16, 64 bytes at a time. A block of UTF-8 is taken as bit masks of its byte classes; where continuation bytes
+// stand exactly where the leads ask for them, its characters are the bytes that continue nothing. From the first malformed
+// character on, a block is the exact routine's.
+#include "core/kernels.h"
+#include "core/units.h"
+#include "core/utf8_width.h"
+#include "core/vector.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+namespace qzstr::core::QZSTR_LEVEL {
+
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_plain
+
+moved decode_utf8(unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
+    return {};
+}
+moved encode_utf8(unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
+    return {};
+}
+moved skip_utf8(const uchar*, std::size_t, std::size_t) {
+    return {};
+}
+moved fit_utf8(const uchar*, std::size_t, std::size_t) {
+    return {};
+}
+moved utf16_to_ucs4(unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
+    return {};
+}
+moved ucs4_to_utf16(unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
+    return {};
+}
+
+#else
+
+namespace {
+
+constexpr std::size_t block_size = 64;
+/// Bytes behind a block that may be read with it.
+constexpr std::size_t beyond = 16;
+
+constexpr std::uint64_t first_bits(std::size_t n) {
+    return n >= 64 ? ~0ULL : (1ULL << n) - 1;
+}
+constexpr std::size_t lowest(std::uint64_t bits) {
+    return static_cast<std::size_t>(std::countr_zero(bits));
+}
+std::size_t nth_bit(std::uint64_t bits, std::size_t n) {
+#if QZSTR_LEVEL_NUMBER >= QZSTR_IS_avx2
+    return lowest(_pdep_u64(1ULL << n, bits));
+#else
+    for (; n > 0; --n)
+        bits &= bits - 1;
+    return lowest(bits);
+#endif
+}
+
+std::uint64_t inside(const uchar* p, uchar first, uchar last) {
+    return mask_64(p, [first, last](block b) { return b.within({first, last}); });
+}
+
+/// The last bytes of a text, with room to read a block and a character.
+struct padded {
+    alignas(64) uchar bytes[block_size + beyond];
+    padded(const uchar* p, std::size_t n) {
+        std::memset(bytes, 0, sizeof bytes);
+        std::memcpy(bytes, p, n);
+    }
+};
+
+std::uint64_t from(const uchar* p, uchar first) {
+    return mask_64(p, [first](block b) { return b.at_least(first); });
+}
+std::uint64_t equal(const uchar* p, uchar value) {
+    return mask_64(p, [value](block b) { return b.equal_to(value); });
+}
+
+/// The structure of 64 bytes: what continues a character, where continuations must stand, what can be neither.
+struct structure {
+    std::uint64_t continuations, expected, impossible, four;
+    uchar spill; ///< continuations that the next block must begin with, as low bits
+
+    static structure of(const uchar* p, std::uint64_t carry) {
+        const std::uint64_t high = mask_64(p, [](block b) { return b.high_bits(); });
+        const std::uint64_t c0 = from(p, 0xC0), c2 = from(p, 0xC2), f5 = from(p, 0xF5);
+        const std::uint64_t two = c2 & ~f5, three = from(p, 0xE0) & ~f5, four = from(p, 0xF0) & ~f5;
+        return {high & ~c0, two << 1 | three << 2 | four << 3 | carry, (c0 & ~c2) | f5, four,
+                static_cast<uchar>(two >> 63 | three >> 62 | four >> 61)};
+    }
+    std::uint64_t starts() const { return ~continuations; }
+    std::uint64_t misplaced() const { return continuations ^ expected; }
+};
+
+/// The characters of a block that begins with one: well-formed ones up to the first that is not, or that the end cuts.
+struct well_formed {
+    std::uint64_t starts;
+    std::size_t bytes;
+
+    static well_formed of(const uchar* p, std::size_t n, bool four_bytes) {
+        const std::uint64_t text = first_bits(n);
+        const structure s = structure::of(p, 0);
+        const std::uint64_t upper_half = from(p, 0xA0);
+        std::uint64_t wrong = s.misplaced() | s.impossible;
+        wrong |= (equal(p, 0xE0) << 1 & ~upper_half) | (equal(p, 0xED) << 1 & upper_half);
+        if (s.four != 0) {
+            const std::uint64_t from_90 = from(p, 0x90);
+            wrong |= (equal(p, 0xF0) << 1 & ~from_90) | (equal(p, 0xF4) << 1 & from_90);
+            if (!four_bytes) wrong |= s.four << 1;
+        }
+        wrong &= text;
+        const bool whole = n < block_size ? (s.expected >> n & 1) == 0 : s.spill == 0;
+        if (wrong == 0 && whole) [[likely]]
+            return {s.starts() & text, n};
+        // Up to the last character, which is cut, or up to the one that is or precedes the first mistake.
+        const std::uint64_t before = s.starts() & text & (wrong != 0 ? first_bits(lowest(wrong)) : ~0ULL);
+        const std::size_t bytes = before == 0 ? 0 : 63 - static_cast<std::size_t>(std::countl_zero(before));
+        return {before & first_bits(bytes), bytes};
+    }
+};
+
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+
+/// Stores the 16 code points of a group in the asked form, the first `count` of them.
+template <form Form, order Order>
+void store_group(uchar* dst, __m512i c, std::size_t count) {
+    const auto lanes = static_cast<__mmask16>(first_bits(count));
+    if constexpr (Form == form::ucs4) {
+        if constexpr (Order == order::big)
+            c = _mm512_shuffle_epi8(
+                c, _mm512_broadcast_i32x4(_mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12)));
+        _mm512_mask_storeu_epi32(dst, lanes, c);
+    } else {
+        __m256i units = _mm512_cvtepi32_epi16(c);
+        if constexpr (Order == order::big)
+            units = _mm256_shuffle_epi8(units, _mm256_broadcastsi128_si256(_mm_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8,
+                                                                                         11, 10, 13, 12, 15, 14)));
+        _mm256_mask_storeu_epi16(dst, lanes, units);
+    }
+}
+
+/// By the high half of a lead: the payload bits of its character, and how far they must be shifted down.
+alignas(64) constexpr std::uint32_t payload_of_lead[16] = {0x7F,      0x7F,   0x7F, 0x7F,
+                                                           0x7F,      0x7F,   0x7F, 0x7F, // one byte
+                                                           0,         0,      0,    0,    // no lead
+                                                           0x3F1F,    0x3F1F,             // two
+                                                           0x3F3F0F,                      // three
+                                                           0x3F3F3F07};
+alignas(64) constexpr std::uint32_t shift_of_lead[16] = {18, 18, 18, 18, 18, 18, 18, 18, 0, 0, 0, 0, 12, 12, 6, 0};
+
+/// Decodes the marked characters, 16 at a time: their bytes are brought into one lane each and joined by multiplication.
+template <form Form, order Order>
+void decode_marked(const uchar* p, std::uint64_t starts, std::size_t bytes, uchar* dst, bool) {
+    const __m512i text = _mm512_maskz_loadu_epi8(first_bits(bytes), p);
+    const __m512i iota =
+        _mm512_set_epi8(63, 62, 61, 60, 59, 58, 57, 56, 55, 54, 53, 52, 51, 50, 49, 48, 47, 46, 45, 44, 43, 42, 41, 40,
+                        39, 38, 37, 36, 35, 34, 33, 32, 31, 30, 29, 28, 27, 26, 25, 24, 23, 22, 21, 20, 19, 18, 17, 16,
+                        15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0);
+    __m512i positions = _mm512_maskz_compress_epi8(starts, iota);
+    const __m512i four_times = _mm512_set_epi8(15, 15, 15, 15, 14, 14, 14, 14, 13, 13, 13, 13, 12, 12, 12, 12, 11, 11,
+                                               11, 11, 10, 10, 10, 10, 9, 9, 9, 9, 8, 8, 8, 8, 7, 7, 7, 7, 6, 6, 6, 6,
+                                               5, 5, 5, 5, 4, 4, 4, 4, 3, 3, 3, 3, 2, 2, 2, 2, 1, 1, 1, 1, 0, 0, 0, 0);
+    const __m512i payloads = _mm512_load_si512(payload_of_lead), shifts = _mm512_load_si512(shift_of_lead);
+    for (int left = std::popcount(starts); left > 0; left -= 16) {
+        const __m512i at =
+            _mm512_add_epi8(_mm512_permutexvar_epi8(four_times, positions), _mm512_set1_epi32(0x03020100));
+        const __m512i raw = _mm512_permutexvar_epi8(at, text);
+        const __m512i lead = _mm512_srli_epi32(raw, 4);
+        const __m512i payload = _mm512_and_si512(raw, _mm512_permutexvar_epi32(lead, payloads));
+        const __m512i halves = _mm512_maddubs_epi16(payload, _mm512_set1_epi16(0x0140));
+        const __m512i joined = _mm512_madd_epi16(halves, _mm512_set1_epi32(0x00011000));
+        const __m512i c = _mm512_srlv_epi32(joined, _mm512_permutexvar_epi32(lead, shifts));
+        store_group<Form, Order>(dst, c, static_cast<std::size_t>(std::min(left, 16)));
+        dst += 16 * unit_size<Form>;
+        positions = _mm512_alignr_epi32(positions, positions, 4);
+    }
+}
+
+#else
+
+/// By the high half of a lead: the payload bits of its character, when the 24 bits of a four-byte one are joined, and how
+/// far they must be shifted down.
+constexpr struct {
+    std::uint32_t payload;
+    int shift;
+} joined_by_lead[16] = {{0x7F, 18},  {0x7F, 18},  {0x7F, 18},  {0x7F, 18},   {0x7F, 18}, {0x7F, 18},
+                        {0x7F, 18},  {0x7F, 18},  {0, 0},      {0, 0},       {0, 0},     {0, 0},
+                        {0x7FF, 12}, {0x7FF, 12}, {0xFFFF, 6}, {0x1FFFFF, 0}};
+
+/// Decodes the marked characters without a branch by length; each may be read four bytes long.
+template <form Form, order Order>
+void decode_one_by_one(const uchar* p, std::uint64_t starts, uchar* dst) {
+    for (; starts != 0; starts &= starts - 1) {
+        std::uint32_t raw;
+        std::memcpy(&raw, p + lowest(starts), 4);
+        raw = __builtin_bswap32(raw);
+        const auto [payload, shift] = joined_by_lead[raw >> 28];
+        const std::uint32_t joined = (raw & 0x3F) | (raw >> 2 & 0xFC0) | (raw >> 4 & 0x3F000) | (raw >> 6 & 0x1FC0000);
+        store_unit<Form, Order>(dst, joined >> shift & payload);
+        dst += unit_size<Form>;
+    }
+}
+
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx2
+
+/// The positions of the bits of a byte, in order.
+struct bit_positions {
+    std::uint64_t of[256] = {};
+    consteval bit_positions() {
+        for (unsigned bits = 0; bits < 256; ++bits)
+            for (unsigned bit = 0, n = 0; bit < 8; ++bit)
+                if ((bits >> bit & 1) != 0) of[bits] |= std::uint64_t{bit} << (8 * n++);
+    }
+};
+constexpr bit_positions positions;
+
+/// Decodes up to eight characters that lie within 16 bytes: each is brought into one lane, and joined by multiplication.
+/// Stores eight units.
+template <form Form, order Order>
+void decode_eight(const uchar* p, std::uint64_t positions_of_starts, uchar* dst) {
+    const auto pattern = [](__m128i bytes) { return _mm256_broadcastsi128_si256(bytes); };
+    const __m256i four_times = _mm256_setr_epi8(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3, 4, 4, 4, 4, 5, 5, 5, 5,
+                                                6, 6, 6, 6, 7, 7, 7, 7);
+    const __m256i at = _mm256_add_epi8(
+        _mm256_shuffle_epi8(_mm256_set1_epi64x(static_cast<long long>(positions_of_starts)), four_times),
+        _mm256_set1_epi32(0x03020100));
+    const __m256i raw = _mm256_shuffle_epi8(pattern(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))), at);
+    // By the high half of the lead: its payload bits, and how far 24 joined bits must be shifted down.
+    const __m256i lead = _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi32(raw, 4), _mm256_set1_epi32(0x0F)),
+                                         _mm256_set1_epi32(static_cast<int>(0x80808000)));
+    const __m256i payload_of_lead =
+        pattern(_mm_setr_epi8(0x7F, 0x7F, 0x7F, 0x7F, 0x7F, 0x7F, 0x7F, 0x7F, 0, 0, 0, 0, 0x1F, 0x1F, 0x0F, 0x07));
+    const __m256i shift_of_lead = pattern(_mm_setr_epi8(18, 18, 18, 18, 18, 18, 18, 18, 0, 0, 0, 0, 12, 12, 6, 0));
+    const __m256i payload = _mm256_and_si256(
+        raw, _mm256_or_si256(_mm256_shuffle_epi8(payload_of_lead, lead), _mm256_set1_epi32(0x3F3F3F00)));
+    const __m256i halves = _mm256_maddubs_epi16(payload, _mm256_set1_epi16(0x0140));
+    const __m256i joined = _mm256_madd_epi16(halves, _mm256_set1_epi32(0x00011000));
+    __m256i c = _mm256_srlv_epi32(joined, _mm256_shuffle_epi8(shift_of_lead, lead));
+    if constexpr (Form == form::ucs4) {
+        if constexpr (Order == order::big)
+            c = _mm256_shuffle_epi8(c, pattern(_mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12)));
+        block{c}.store(dst);
+    } else {
+        const __m256i units = _mm256_permute4x64_epi64(
+            _mm256_shuffle_epi8(c,
+                                pattern(Order == order::big
+                                            ? _mm_setr_epi8(1, 0, 5, 4, 9, 8, 13, 12, -1, -1, -1, -1, -1, -1, -1, -1)
+                                            : _mm_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, -1, -1, -1, -1, -1, -1, -1, -1))),
+            0x08);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), _mm256_castsi256_si128(units));
+    }
+}
+
+/// Decodes the marked characters, those that begin in eight bytes at a time. Stores up to seven units too many.
+template <form Form, order Order>
+void decode_by_eight(const uchar* p, std::uint64_t starts, uchar* dst) {
+    for (; starts != 0; starts >>= 8, p += 8) {
+        decode_eight<Form, Order>(p, positions.of[starts & 0xFF], dst);
+        dst += static_cast<std::size_t>(std::popcount(starts & 0xFF)) * unit_size<Form>;
+    }
+}
+
+#endif
+
+template <form Form, order Order>
+void decode_marked(const uchar* p, std::uint64_t starts, std::size_t, uchar* dst, bool has_room) {
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx2
+    if (has_room) return decode_by_eight<Form, Order>(p, starts, dst);
+#endif
+    (void)has_room;
+    decode_one_by_one<Form, Order>(p, starts, dst);
+}
+
+#endif
+
+bool is_ascii_block(const uchar* p) {
+    return mask_64(p, [](block b) { return b.high_bits(); }) == 0;
+}
+
+template <form Form, order Order>
+moved decode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
+    constexpr std::size_t unit = unit_size<Form>, group = 8;
+    std::size_t base = 0, done = 0;
+    // Decodes what a block of `taken` bytes has; false where the exact routine must look, or the target is full.
+    const auto block_done = [&](const uchar* p, std::size_t taken) {
+        if (is_ascii_block(p)) {
+            const std::size_t fits = std::min(taken, units - done);
+            QZSTR_LEVEL::widen_bytes(layout_of<Form, Order>, p, fits, dst + done * unit);
+            base += fits;
+            done += fits;
+            return fits == taken;
+        }
+        well_formed text = well_formed::of(p, taken, Form != form::ucs2);
+        if (static_cast<std::size_t>(std::popcount(text.starts)) > units - done) {
+            text.bytes = nth_bit(text.starts, units - done);
+            text.starts &= first_bits(text.bytes);
+        }
+        decode_marked<Form, Order>(p, text.starts, text.bytes, dst + done * unit, units - done >= block_size + group);
+        base += text.bytes;
+        done += static_cast<std::size_t>(std::popcount(text.starts));
+        return text.bytes + 3 >= taken;
+    };
+    while (n - base >= block_size + beyond)
+        if (!block_done(src + base, block_size)) return {base, done * unit};
+    while (base < n && done < units) {
+        const std::size_t taken = std::min(n - base, block_size), before = base;
+        const padded last(src + base, taken);
+        if (!block_done(last.bytes, taken) || base == before) break;
+    }
+    return {base, done * unit};
+}
+
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+
+/// Up to 16 code points.
+template <form Form, order Order>
+__m512i load_group(const uchar* src, std::size_t count) {
+    const auto lanes = static_cast<__mmask16>(first_bits(count));
+    if constexpr (Form == form::ucs4) {
+        const __m512i c = _mm512_maskz_loadu_epi32(lanes, src);
+        if constexpr (Order == order::little) return c;
+        return _mm512_shuffle_epi8(
+            c, _mm512_broadcast_i32x4(_mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12)));
+    } else {
+        const __m512i c = _mm512_cvtepu16_epi32(_mm256_maskz_loadu_epi16(lanes, src));
+        if constexpr (Order == order::little) return c;
+        return _mm512_shuffle_epi8(
+            c, _mm512_broadcast_i32x4(_mm_setr_epi8(1, 0, -1, -1, 5, 4, -1, -1, 9, 8, -1, -1, 13, 12, -1, -1)));
+    }
+}
+
+/// Each code point is spread over the four bytes of its lane, last byte last; the bytes that count are pressed together.
+template <form Form, order Order>
+moved encode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+    constexpr std::size_t unit = unit_size<Form>;
+    const __m512i fields = _mm512_set1_epi64(0x20262C32'00060C12);
+    std::size_t i = 0, written = 0;
+    while (i < n) {
+        std::size_t count = std::min<std::size_t>(n - i, 16);
+        __m512i c = load_group<Form, Order>(src + i * unit, count);
+        if constexpr (Form == form::ucs4) {
+            const __mmask16 too_high = _mm512_cmpgt_epu32_mask(c, _mm512_set1_epi32(0x10FFFF));
+            count = std::min(count, lowest(too_high));
+        }
+        const __mmask16 two = _mm512_cmpgt_epu32_mask(c, _mm512_set1_epi32(0x7F));
+        if (two == 0) {
+            const std::size_t run = QZSTR_LEVEL::narrow_ascii(layout_of<Form, Order>, src + i * unit,
+                                                              std::min(n - i, room - written), dst + written);
+            i += run;
+            written += run;
+            if (run < count) break;
+            continue;
+        }
+        const __mmask16 three = _mm512_cmpgt_epu32_mask(c, _mm512_set1_epi32(0x7FF));
+        const __mmask16 four = _mm512_cmpgt_epu32_mask(c, _mm512_set1_epi32(0xFFFF));
+        const __m512i spread = _mm512_multishift_epi64_epi8(fields, c);
+        // (spread & 3F) | 80 in every byte; the lead then gets the rest of its prefix.
+        __m512i out = _mm512_ternarylogic_epi32(spread, _mm512_set1_epi32(0x3F3F3F3F),
+                                                _mm512_set1_epi32(static_cast<int>(0x80808080)), 0xEA);
+        out = _mm512_mask_or_epi32(out, two & ~three, out, _mm512_set1_epi32(0x00400000));
+        out = _mm512_mask_or_epi32(out, three & ~four, out, _mm512_set1_epi32(0x00006000));
+        out = _mm512_mask_or_epi32(out, four, out, _mm512_set1_epi32(0x00000070));
+        out = _mm512_mask_slli_epi32(out, static_cast<__mmask16>(~two), c, 24);
+        const std::uint64_t counts = _pdep_u64(two, 0x4444444444444444) | _pdep_u64(three, 0x2222222222222222) |
+                                     _pdep_u64(four, 0x1111111111111111) | 0x8888888888888888;
+        const std::uint64_t keep = counts & first_bits(4 * count);
+        const auto length = static_cast<std::size_t>(std::popcount(keep));
+        const __m512i pressed = _mm512_maskz_compress_epi8(keep, out);
+        if (room - written >= 64)
+            _mm512_storeu_si512(dst + written, pressed);
+        else if (length <= room - written)
+            _mm512_mask_storeu_epi8(dst + written, first_bits(length), pressed);
+        else
+            break;
+        i += count;
+        written += length;
+        if (count == 0) break;
+    }
+    return {i * unit, written};
+}
+
+#else
+
+/// What the code points of each length get in the four bytes of a word, last byte first.
+constexpr std::uint32_t prefix_of_length[5] = {0, 0, 0x80C00000, 0x8080E000, 0x808080F0};
+
+constexpr int utf8_length(char32_t c) {
+    return 1 + (c >= 0x80) + (c >= 0x800) + (c >= 0x10000);
+}
+
+/// Encodes one code point without a branch by length; writes four bytes.
+std::size_t encode_one(char32_t c, uchar* dst) {
+    const int length = utf8_length(c);
+    const std::uint32_t low = length == 1 ? c : c & 0x3F;
+    const std::uint32_t spread = low << 24 | (c << 10 & 0x3F0000) | (c >> 4 & 0x3F00) | (c >> 18 & 0x3F);
+    const std::uint32_t word = (spread | prefix_of_length[length]) >> (8 * (4 - length));
+    std::memcpy(dst, &word, 4);
+    return static_cast<std::size_t>(length);
+}
+
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx2
+
+/// For four code points of one to three bytes (two flags each: more than one byte, more than two), how the bytes that count
+/// are pressed together.
+struct pressing {
+    alignas(16) uchar shuffle[256][16] = {};
+    uchar length[256] = {};
+
+    consteval pressing() {
+        for (unsigned flags = 0; flags < 256; ++flags) {
+            unsigned n = 0;
+            for (unsigned lane = 0; lane < 4; ++lane) {
+                const unsigned bytes = 1 + (flags >> lane & 1) + (flags >> (lane + 4) & 1);
+                for (unsigned b = 4 - bytes; b < 4; ++b)
+                    shuffle[flags][n++] = static_cast<uchar>(4 * lane + b);
+            }
+            length[flags] = static_cast<uchar>(n);
+            for (; n < 16; ++n)
+                shuffle[flags][n] = 0x80;
+        }
+    }
+};
+constexpr pressing press;
+
+template <form Form, order Order>
+__m256i load_eight(const uchar* src) {
+    if constexpr (Form == form::ucs4) {
+        const __m256i c = block::load(src).v;
+        if constexpr (Order == order::little) return c;
+        return _mm256_shuffle_epi8(
+            c, _mm256_broadcastsi128_si256(_mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12)));
+    } else {
+        const __m256i c = _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(src)));
+        if constexpr (Order == order::little) return c;
+        return _mm256_shuffle_epi8(
+            c, _mm256_broadcastsi128_si256(_mm_setr_epi8(1, 0, -1, -1, 5, 4, -1, -1, 9, 8, -1, -1, 13, 12, -1, -1)));
+    }
+}
+
+/// Encodes eight code points of the BMP; writes up to 28 bytes. 0 when one is beyond it.
+template <form Form, order Order>
+std::size_t encode_eight(const uchar* src, uchar* dst) {
+    const auto all = [](unsigned v) { return _mm256_set1_epi32(static_cast<int>(v)); };
+    const __m256i c = load_eight<Form, Order>(src);
+    if constexpr (Form == form::ucs4)
+        if (!_mm256_testz_si256(c, all(0xFFFF0000))) return 0;
+    const __m256i two = _mm256_cmpgt_epi32(c, all(0x7F)), three = _mm256_cmpgt_epi32(c, all(0x7FF));
+    const __m256i last = _mm256_slli_epi32(_mm256_and_si256(c, _mm256_blendv_epi8(all(0x7F), all(0x3F), two)), 24);
+    const __m256i middle = _mm256_and_si256(_mm256_slli_epi32(c, 10), all(0x3F0000));
+    const __m256i first = _mm256_and_si256(_mm256_srli_epi32(c, 4), all(0x3F00));
+    const __m256i prefix =
+        _mm256_xor_si256(_mm256_and_si256(two, all(0x80C00000)), _mm256_and_si256(three, all(0x0040E000)));
+    const __m256i spread = _mm256_or_si256(_mm256_or_si256(last, middle), _mm256_or_si256(first, prefix));
+    const auto of_two = static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(two)));
+    const auto of_three = static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(three)));
+    const unsigned low = (of_two & 15) | (of_three & 15) << 4, high = of_two >> 4 | (of_three & 0xF0);
+    const auto pressed = [](__m128i bytes, unsigned flags) {
+        return _mm_shuffle_epi8(bytes, _mm_load_si128(reinterpret_cast<const __m128i*>(press.shuffle[flags])));
+    };
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), pressed(_mm256_castsi256_si128(spread), low));
+    dst += press.length[low];
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), pressed(_mm256_extracti128_si256(spread, 1), high));
+    return std::size_t{press.length[low]} + press.length[high];
+}
+
+#endif
+
+template <form Form, order Order>
+moved encode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+    constexpr std::size_t unit = unit_size<Form>, group = 8;
+    std::size_t i = 0, written = 0;
+    const auto one = [&] {
+        const char32_t c = load_unit<Form, Order>(src + i * unit);
+        if (c > 0x10FFFF) return false;
+        written += encode_one(c, dst + written);
+        ++i;
+        return true;
+    };
+    while (n - i >= group && room - written >= 4 * group) {
+        const std::size_t before = written;
+        std::size_t left = group;
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx2
+        if (const std::size_t length = encode_eight<Form, Order>(src + i * unit, dst + written); length != 0) {
+            i += group;
+            written += length;
+            left = 0;
+        }
+#endif
+        for (; left > 0; --left)
+            if (!one()) return {i * unit, written};
+        if (written - before == group) { // all ASCII
+            const std::size_t run = QZSTR_LEVEL::narrow_ascii(layout_of<Form, Order>, src + i * unit,
+                                                              std::min(n - i, room - written), dst + written);
+            i += run;
+            written += run;
+        }
+    }
+    while (i < n && room - written >= 4)
+        if (!one()) break;
+    return {i * unit, written};
+}
+
+#endif
+
+constexpr std::size_t unit_group = 32;
+
+/// Widens a group without surrogates, in loops that the compiler turns into vectors.
+template <order Order>
+bool widen_units(const uchar* src, uchar* dst) {
+    constexpr std::uint64_t high_bytes = Order == order::big ? 0x5555555555555555 : 0xAAAAAAAAAAAAAAAA;
+    if ((inside(src, 0xD8, 0xDF) & high_bytes) != 0) return false;
+    std::uint16_t raw[unit_group];
+    std::uint32_t wide[unit_group];
+    std::memcpy(raw, src, sizeof raw);
+    for (std::size_t k = 0; k < unit_group; ++k)
+        wide[k] = Order == order::big ? static_cast<std::uint32_t>(raw[k]) << 16 : raw[k];
+    std::memcpy(dst, wide, sizeof wide);
+    return true;
+}
+
+/// Whether 16 UCS-4 units are one UTF-16 unit each.
+template <order Order>
+bool narrows(const uchar* p) {
+    constexpr std::uint64_t upper_halves = Order == order::big ? 0x3333333333333333 : 0xCCCCCCCCCCCCCCCC;
+    constexpr std::uint64_t high_bytes = Order == order::big ? 0x4444444444444444 : 0x2222222222222222;
+    return (equal(p, 0) & upper_halves) == upper_halves && (inside(p, 0xD8, 0xDF) & high_bytes) == 0;
+}
+
+/// Narrows a group of the BMP without surrogates to big-endian units.
+template <order Order>
+bool narrow_units(const uchar* src, uchar* dst) {
+    if (!narrows<Order>(src) || !narrows<Order>(src + 64)) return false;
+    std::uint32_t raw[unit_group];
+    std::uint16_t units[unit_group];
+    std::memcpy(raw, src, sizeof raw);
+    for (std::size_t k = 0; k < unit_group; ++k) {
+        const std::uint32_t c = Order == order::big ? raw[k] >> 16 : raw[k];
+        units[k] = static_cast<std::uint16_t>(Order == order::big ? c : c << 8 | c >> 8);
+    }
+    std::memcpy(dst, units, sizeof units);
+    return true;
+}
+
+/// Groups without surrogates at once, others unit by unit.
+template <order Order>
+moved utf16_to_ucs4_as(const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
+    std::size_t i = 0, done = 0;
+    while (i < n && done < units) {
+        if (n - i >= unit_group && units - done >= unit_group && widen_units<Order>(src + i * 2, dst + done * 4)) {
+            i += unit_group;
+            done += unit_group;
+            continue;
+        }
+        for (const std::size_t until = std::min(n, i + unit_group); i < until && done < units; ++done) {
+            const char32_t c = load_unit<form::utf16, Order>(src + i * 2);
+            const bool pair = c >> 11 == 0xD800 >> 11;
+            if (!pair) {
+                store_unit<form::ucs4, Order>(dst + done * 4, c);
+                ++i;
+                continue;
+            }
+            const char32_t low = n - i < 2 ? 0 : load_unit<form::utf16, Order>(src + i * 2 + 2);
+            if (c >= 0xDC00 || low >> 10 != 0xDC00 >> 10) return {i * 2, done * 4};
+            store_unit<form::ucs4, Order>(dst + done * 4, (c << 10) + low - 0x35FDC00);
+            i += 2;
+        }
+    }
+    return {i * 2, done * 4};
+}
+
+/// To big-endian UTF-16, the same way.
+template <order Order>
+moved ucs4_to_utf16_as(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+    std::size_t i = 0, written = 0;
+    while (i < n) {
+        if (n - i >= unit_group && room - written >= 2 * unit_group &&
+            narrow_units<Order>(src + i * 4, dst + written)) {
+            i += unit_group;
+            written += 2 * unit_group;
+            continue;
+        }
+        for (const std::size_t until = std::min(n, i + unit_group); i < until; ++i) {
+            const char32_t c = load_unit<form::ucs4, Order>(src + i * 4);
+            if (room - written < 4 || c >= 0x110000 || c >> 11 == 0xD800 >> 11) return {i * 4, written};
+            const bool pair = c > 0xFFFF;
+            store_unit<form::utf16, order::big>(dst + written, pair ? 0xD7C0 + (c >> 10) : c);
+            store_unit<form::utf16, order::big>(dst + written + 2, 0xDC00 + (c & 0x3FF));
+            written += pair ? 4 : 2;
+        }
+    }
+    return {i * 4, written};
+}
+
+/// The three-byte characters that take two columns, as far as their leads and second bytes tell; `ask` marks leads that
+/// need a closer look.
+struct wide_characters {
+    std::uint64_t certain, asked;
+
+    /// Reads two bytes beyond the block.
+    static wide_characters of(const uchar* p) {
+        const std::uint64_t ea = inside(p, 0xEA, 0xEA), ed = inside(p, 0xED, 0xED), e3 = inside(p, 0xE3, 0xE3);
+        const std::uint64_t from_b0 = inside(p + 1, 0xB0, 0xBF), below_9e = inside(p + 1, 0x80, 0x9D);
+        const std::uint64_t symbols = inside(p + 1, 0x80, 0x80);
+        const std::uint64_t certain =
+            inside(p, 0xE4, 0xE9) | inside(p, 0xEB, 0xEC) | (ea & from_b0) | (ed & below_9e) | (e3 & ~symbols);
+        return {certain, inside(p, 0xE1, 0xEF) & ~certain};
+    }
+};
+
+} // namespace
+
+moved decode_utf8(unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
+    return leaving([&]() -> moved {
+        switch (layout) {
+        case unit_layout::ucs2_big:
+            return decode_utf8_as<form::ucs2, order::big>(src, n, dst, units);
+        case unit_layout::ucs2_little:
+            return decode_utf8_as<form::ucs2, order::little>(src, n, dst, units);
+        case unit_layout::ucs4_big:
+            return decode_utf8_as<form::ucs4, order::big>(src, n, dst, units);
+        case unit_layout::ucs4_little:
+            return decode_utf8_as<form::ucs4, order::little>(src, n, dst, units);
+        }
+        return {};
+    });
+}
+
+moved encode_utf8(unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+    return leaving([&]() -> moved {
+        switch (layout) {
+        case unit_layout::ucs2_big:
+            return encode_utf8_as<form::ucs2, order::big>(src, n, dst, room);
+        case unit_layout::ucs2_little:
+            return encode_utf8_as<form::ucs2, order::little>(src, n, dst, room);
+        case unit_layout::ucs4_big:
+            return encode_utf8_as<form::ucs4, order::big>(src, n, dst, room);
+        case unit_layout::ucs4_little:
+            return encode_utf8_as<form::ucs4, order::little>(src, n, dst, room);
+        }
+        return {};
+    });
+}
+
+moved utf16_to_ucs4(unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
+    return leaving([&] {
+        return layout == unit_layout::ucs4_big ? utf16_to_ucs4_as<order::big>(src, n, dst, units)
+                                               : utf16_to_ucs4_as<order::little>(src, n, dst, units);
+    });
+}
+
+moved ucs4_to_utf16(unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+    return leaving([&] {
+        return layout == unit_layout::ucs4_big ? ucs4_to_utf16_as<order::big>(src, n, dst, room)
+                                               : ucs4_to_utf16_as<order::little>(src, n, dst, room);
+    });
+}
+
+moved skip_utf8(const uchar* p, std::size_t n, std::size_t chars) {
+    return leaving([&]() -> moved {
+        std::size_t base = 0, passed = 0;
+        std::uint64_t carry = 0;
+        const auto behind = [&] { return base + static_cast<std::size_t>(std::popcount(carry)); };
+        while (base < n && passed < chars) {
+            const std::size_t taken = std::min(n - base, block_size);
+            const structure s = taken < block_size ? structure::of(padded(p + base, taken).bytes, carry)
+                                                   : structure::of(p + base, carry);
+            if ((s.misplaced() & first_bits(taken)) != 0) break;
+            const std::uint64_t starts = s.starts() & first_bits(taken);
+            const auto here = static_cast<std::size_t>(std::popcount(starts));
+            if (here > chars - passed) return {base + nth_bit(starts, chars - passed), chars};
+            passed += here;
+            base += taken;
+            carry = taken < block_size ? s.expected >> taken | std::uint64_t{s.spill} << (block_size - taken) : s.spill;
+        }
+        return {behind(), passed};
+    });
+}
+
+moved fit_utf8(const uchar* p, std::size_t n, std::size_t limit) {
+    return leaving([&]() -> moved {
+        std::size_t base = 0, columns = 0;
+        std::uint64_t carry = 0;
+        while (n - base >= block_size + 4) {
+            const uchar* const at = p + base;
+            const structure s = structure::of(at, carry);
+            if (s.misplaced() != 0) break;
+            wide_characters wide = wide_characters::of(at);
+            for (std::uint64_t asked = wide.asked; asked != 0; asked &= asked - 1)
+                if (is_wide_triple(at + lowest(asked))) wide.certain |= asked & ~(asked - 1);
+            const auto here = static_cast<std::size_t>(std::popcount(s.starts()) + std::popcount(wide.certain));
+            if (here >= limit - columns) break;
+            columns += here;
+            base += block_size;
+            carry = s.spill;
+        }
+        return {base + static_cast<std::size_t>(std::popcount(carry)), columns};
+    });
+}
+
+#endif
+} // namespace qzstr::core::QZSTR_LEVEL

@@ -1,0 +1,272 @@
+// UTF-8: conversions at the edges, walks, boundaries, width, case; every vector level against the exact routines.
+#include "support.h"
+
+#include <array>
+#include <fstream>
+#include <map>
+#include <random>
+#include <sstream>
+
+using namespace support;
+
+namespace {
+
+const qzstr_charset_info_t& utf8 = _charset_info[QZSTR_CHARSET_UTF8];
+
+/// U+FFFF and below in one to three bytes, the rest in four.
+std::string sequence(unsigned c) {
+    const auto more = [c](int shift) { return static_cast<char>(0x80 | (c >> shift & 0x3F)); };
+    if (c < 0x80) return {static_cast<char>(c)};
+    if (c < 0x800) return {static_cast<char>(0xC0 | c >> 6), more(0)};
+    if (c < 0x10000) return {static_cast<char>(0xE0 | c >> 12), more(6), more(0)};
+    return {static_cast<char>(0xF0 | c >> 18), more(12), more(6), more(0)};
+}
+
+std::string wide_unit(unsigned c) {
+    return {static_cast<char>(c >> 24), static_cast<char>(c >> 16), static_cast<char>(c >> 8), static_cast<char>(c)};
+}
+
+TEST(Utf8, EveryCodePointGoesBothWays) {
+    for (unsigned c = 0; c < 0x110000; c = c == 0xD7FF ? 0xE000 : c + 1) {
+        const converted units = run_slot(utf8.qzstr_to_ucs4_fn, sequence(c));
+        ASSERT_EQ(units, (converted{0, static_cast<int>(sequence(c).size()), 4, wide_unit(c)})) << std::hex << c;
+        ASSERT_EQ(run_slot(utf8.qzstr_from_ucs4_fn, units.bytes).bytes, sequence(c)) << std::hex << c;
+    }
+}
+
+TEST(Utf8, ConversionsAtTheEdges) {
+    const struct {
+        const char* what;
+        decltype(utf8.qzstr_to_ucs2_fn) slot;
+        const char* source;
+        int room;
+        conv_status_t status;
+        int read;
+        const char* result;
+    } cases[] = {
+        {"never a lead", utf8.qzstr_to_ucs2_fn, "C0 80 F5", -1, 2, 3, "FF FD FF FD FF FD"},
+        {"overlong", utf8.qzstr_to_ucs2_fn, "E0 80 80 41", -1, 2, 4, "FF FD 00 41"},
+        {"a surrogate", utf8.qzstr_to_ucs2_fn, "ED A0 80", -1, 2, 3, "FF FD"},
+        {"the byte after a lead is taken along", utf8.qzstr_to_ucs2_fn, "C3 41 42", -1, 2, 3, "FF FD 00 42"},
+        {"beyond the BMP, unread", utf8.qzstr_to_ucs2_fn, "F0 41 41 41 42", -1, 2, 5, "FF FD 00 42"},
+        {"beyond the BMP", utf8.qzstr_to_ucs4_fn, "F0 9F 98 80", -1, 0, 4, "00 01 F6 00"},
+        {"above U+10FFFF", utf8.qzstr_to_ucs4_fn, "F4 90 80 80", -1, 2, 4, "00 00 FF FD"},
+        {"overlong in four", utf8.qzstr_to_ucs4_fn, "F0 8F BF BF", -1, 2, 4, "00 00 FF FD"},
+        {"cut by the end", utf8.qzstr_to_ucs2_fn, "41 E4 B8", -1, 1, 1, "00 41"},
+        {"no room for a unit", utf8.qzstr_to_ucs2_fn, "41 42", 3, 1, 1, "00 41"},
+        {"nothing into nothing", utf8.qzstr_to_ucs2_fn, "", 0, 0, 0, ""},
+        {"a surrogate pair, unit by unit", utf8.qzstr_from_ucs2_fn, "D8 3D DE 00", -1, 0, 4, "ED A0 BD ED B8 80"},
+        {"above U+10FFFF, low bits", utf8.qzstr_from_ucs4_fn, "81 23 45 67", -1, 0, 4, "F8 B4 95 A7"},
+        {"no room for three bytes", utf8.qzstr_from_ucs2_fn, "00 41 AC 00", 3, 1, 2, "41"},
+        {"a stray byte", utf8.qzstr_from_ucs4_fn, "00 00 00 41 00", -1, 1, 4, "41"},
+    };
+    for (const auto& c : cases) {
+        const std::string result = unhex(c.result);
+        EXPECT_EQ(run_slot(c.slot, unhex(c.source), c.room),
+                  (converted{c.status, c.read, static_cast<int>(result.size()), result}))
+            << c.what;
+    }
+    const auto to_ascii = [](char* s, int n, char* t, int size, int* r, int* w, uchar) {
+        return qzstr_utf8_get_ascii_str(QZSTR_CHARSET_UTF8, s, n, QZSTR_CHARSET_ASCII, t, size, r, w);
+    };
+    EXPECT_EQ(run_slot(to_ascii, unhex("41 EA B0 80 C0 E4 B8")), (converted{3, 5, 3, "A??"}));
+}
+
+// A: a byte of ASCII, 2/3/4: a lead, c: a byte that leads nothing.
+TEST(Utf8, PositionsNearTheEnd) {
+    const struct {
+        const char* text;
+        int n, start, end, count;
+    } cases[] = {
+        {"41 C3 A9 EA B0 80", 3, 3, 5, 3}, {"41 C3 A9 EA B0 80", 9, 3, 5, 3}, {"41 C3 A9", 0, 1, 2, 2},
+        {"41 80 80", 2, 1, 2, 2},          {"41 80 80 80", 2, 1, 3, 2},       {"41 F0 80 80", 2, 1, 3, 2},
+        {"80 80 80 80", 1, 0, 3, 1}, // asked for, a stray byte with three behind it takes them along
+        {"80 80 80 80", 2, 1, 3, 2}, // walked over, it does not
+        {"80 80 80 80 80", 1, 0, 0, 1},
+    };
+    for (const auto& c : cases) {
+        std::string text = unhex(c.text);
+        int start = -9, end = -9, count = -9;
+        utf8.qzstr_get_byte_pos_fn(text.data(), static_cast<int>(text.size()), c.n, &start, &end, &count);
+        EXPECT_EQ((std::array{start, end, count}), (std::array{c.start, c.end, c.count})) << c.text << " " << c.n;
+    }
+    std::string stray = unhex("C0 80 C3 41");
+    EXPECT_EQ(utf8.qzstr_count_char_fn(stray.data(), 4), 3);
+    EXPECT_EQ(utf8.qzstr_count_byte_fn(stray.data(), 3), 4);
+    EXPECT_EQ(utf8.qzstr_count_char_fn(stray.data(), 3), 3);
+}
+
+TEST(Utf8, Boundaries) {
+    std::string text = unhex("41 C3 A9 A9 EA B0 80 F0 9F 98 80");
+    std::string leads, ends;
+    std::vector<int> start, forward, back;
+    for (int i = 0; i < 11; ++i) {
+        leads += utf8.qzstr_is_char_leading_byte(text.data(), i) != 0 ? 'x' : '.';
+        ends += utf8.qzstr_is_char_ending_byte(text.data(), i) != 0 ? 'x' : '.';
+        start.push_back(utf8.qzstr_get_char_leading_byte(text.data(), i));
+        forward.push_back(utf8.qzstr_get_char_ending_byte(text.data(), i, 0));
+        back.push_back(utf8.qzstr_get_char_ending_byte(text.data(), i, 1));
+    }
+    EXPECT_EQ(leads, "xx..x..x...");
+    EXPECT_EQ(ends, "x.x...x...x");
+    EXPECT_EQ(start, (std::vector{0, 1, 1, 1, 4, 4, 4, 7, 7, 7, 7}));
+    EXPECT_EQ(forward, (std::vector{0, 2, 2, 2, 6, 6, 6, 10, 10, 10, 10})); // the stray byte belongs to U+00E9
+    EXPECT_EQ(back, (std::vector{0, 0, 2, 3, 3, 3, 6, 6, 6, 6, 10}));
+    EXPECT_EQ(utf8.qzstr_get_char_leading_byte(text.data(), -2), 0);
+    EXPECT_EQ(utf8.qzstr_get_char_ending_byte(text.data(), -2, 0), -2);
+    const std::vector<std::string> reported = take_assertions();
+    ASSERT_EQ(reported.size(), 2U);
+    EXPECT_EQ(reported[0].find("byte_offset >= 0@common/qzstr/qzstr_utf8:"), 0U);
+}
+
+TEST(Utf8, Width) {
+    for (const auto& [c, columns] : {std::pair{0xAC00U, 2},
+                                     {0xFF01U, 2},
+                                     {0x303FU, 1},
+                                     {0x3040U, 2},
+                                     {0x20000U, 1},
+                                     {0xA4CFU, 2},
+                                     {0xA4D0U, 1},
+                                     {0x2329U, 2},
+                                     {0x232BU, 1},
+                                     {0xFFE6U, 2},
+                                     {0xFFE7U, 1},
+                                     {0x115FU, 2},
+                                     {0x1160U, 1},
+                                     {0xD7A3U, 2},
+                                     {0xD7A4U, 1},
+                                     {0xE9U, 1},
+                                     {0xE01U, 1}}) {
+        std::string text = sequence(c);
+        int at = -1, width = -1;
+        uchar found = 9;
+        utf8.qzstr_get_byte_pos_with_disp_size_fn(text.data(), static_cast<int>(text.size()), 9, &at, &width, &found);
+        EXPECT_EQ((std::array{at, width, int{found}}), (std::array{static_cast<int>(text.size()), columns, 0}))
+            << std::hex << c;
+    }
+    std::string text = unhex("41 EA B0 80 EA B0 81");
+    for (const auto& [limit, at, width] : {std::array{0, 0, 0}, {1, 1, 1}, {2, 1, 1}, {3, 4, 3}, {5, 7, 5}}) {
+        int byte_pos = -1, columns = -1;
+        uchar found = 0;
+        utf8.qzstr_get_byte_pos_with_disp_size_fn(text.data(), 7, limit, &byte_pos, &columns, &found);
+        EXPECT_EQ((std::array{byte_pos, columns, int{found}}), (std::array{at, width, 1})) << limit;
+    }
+    char triple[] = "\xE3\x80\xBF\xE9\x41\x41"; // by bytes, also malformed ones
+    EXPECT_EQ(qzstr_calc_utf8_disp_size(triple), 1);
+    EXPECT_EQ(qzstr_calc_utf8_disp_size(triple + 3), 2);
+}
+
+std::string cased(qzstr_case_t mode, std::string text) {
+    const auto size = static_cast<int>(text.size());
+    text += '\x7F'; // the byte that TRIM_UPPER may need
+    utf8.qzstr_convert_case_fn(mode, text.data(), size);
+    if (mode == QZSTR_CASE_TRIM_UPPER) return text.substr(0, text.find('\0'));
+    EXPECT_EQ(text.back(), '\x7F');
+    text.pop_back();
+    return text;
+}
+
+/// What the mapping file says each character becomes: for two bytes in [TWO_BYTE], for three in the tables, unless the target
+/// is shorter.
+std::map<unsigned, unsigned> letters(const std::string& table, int two_byte_column) {
+    std::map<unsigned, unsigned> found;
+    std::ifstream file(MAPPINGS_DIR "/utf8_case_tables.txt");
+    for (std::string line, section; std::getline(file, line);) {
+        if (!line.empty() && line[0] == '[') section = line;
+        std::istringstream fields(line);
+        std::string from, column[3];
+        fields >> from >> column[1] >> column[2];
+        const bool two_bytes = section == "[TWO_BYTE]";
+        const std::string to = column[two_bytes ? two_byte_column : 1];
+        if (line.empty() || line[0] == '[' || line[0] == '#' || (!two_bytes && section != table) || to == "-") continue;
+        const unsigned c = static_cast<unsigned>(std::stoul(from, nullptr, 16));
+        const unsigned result = static_cast<unsigned>(std::stoul(to, nullptr, 16));
+        if (c < 0x580 || (!two_bytes && result >= 0x800)) found[c] = result;
+    }
+    return found;
+}
+
+TEST(Utf8, EveryLetterChangesCaseAsTheMappingSays) {
+    const auto lower = letters("[LOWER3]", 1), upper = letters("[UPPER3]", 2);
+    EXPECT_EQ(lower.size() > 800 && upper.size() > 800, true);
+    for (unsigned c = 0x80; c < 0x10000; ++c) {
+        const auto to_lower = lower.find(c), to_upper = upper.find(c);
+        ASSERT_EQ(hex(cased(QZSTR_CASE_LOWER, sequence(c))),
+                  hex(sequence(to_lower == lower.end() ? c : to_lower->second)));
+        ASSERT_EQ(hex(cased(QZSTR_CASE_UPPER, sequence(c))),
+                  hex(sequence(to_upper == upper.end() ? c : to_upper->second)));
+    }
+}
+
+TEST(Utf8, CaseModes) {
+    EXPECT_EQ(cased(QZSTR_CASE_UPPER, "\xC6\x81"), "\xC9\x83");                         // one code point too far
+    EXPECT_EQ(cased(QZSTR_CASE_LOWER, "\xC6\x80"), "\xC6\xBC");                         // the pair before the table
+    EXPECT_EQ(cased(QZSTR_CASE_LOWER, "\xE2\x84\xA6\xC4\xB0"), "\xE2\x84\xA6\xC4\xB0"); // lengths never change
+    EXPECT_EQ(cased(QZSTR_CASE_LOWER, "\xEF\xBC\xA1"
+                                      "A\xC3"),
+              "\xEF\xBD\x81"
+              "a\xC3");
+    EXPECT_EQ(cased(QZSTR_CASE_UPPER, "\xE0\x83\xA9\xE1\x62\x63"), "\xE0\x83\xA9\xE1\x62\x63"); // malformed
+    EXPECT_EQ(cased(QZSTR_CASE_UPPER, "a\xE1z"), "A\xE1z");                                     // cut by the end
+    EXPECT_EQ(cased(QZSTR_CASE_INITCAP, "\xC3\xA9\xC3\x89 2ND \xEA\xB0\x80Zo o'NEIL a\x80z"),
+              "\xC3\x89\xC3\xA9 2nd \xEA\xB0\x80zo O'Neil A\x80Z");
+    EXPECT_EQ(cased(QZSTR_CASE_TRIM_UPPER, " a\t\xC3\xA9 "), "A\xC3\x89");
+    EXPECT_EQ(cased(QZSTR_CASE_TRIM_UPPER, ""), "");
+    EXPECT_TRUE(take_assertions().empty());
+    EXPECT_EQ(cased(QZSTR_CASE_NONE, "a"), "a");
+    EXPECT_EQ(take_assertions().size(), 1U);
+}
+
+/// Text in several scripts, some of it damaged.
+std::string text_for(std::mt19937& random) {
+    const std::string telling = unhex("41 80 8F 90 9F A0 BF C0 C1 C2 E0 E1 E3 EA ED EF F0 F4 F5 FF 00 20");
+    const unsigned script = random() % 7, damage = random() % 4;
+    std::string text;
+    for (std::size_t size = random() % 300; text.size() < size;) {
+        const unsigned from[] = {0x20, 0xC0, 0xAC00, 0x2000, 0x3000, 0x10000, 0},
+                       span[] = {95, 0x4C0, 11172, 0xB000, 0x1000, 0x100000, 0};
+        const unsigned kind = script == 6 ? random() % 6 : random() % 5 == 0 ? 0 : script;
+        text += sequence(from[kind] + random() % span[kind]);
+    }
+    for (auto left = damage == 0 ? text.size() / 8 : damage == 1 ? 1 : 0; left > 0 && !text.empty(); --left)
+        text[random() % text.size()] = telling[random() % telling.size()];
+    return text;
+}
+
+TEST(Utf8, EveryLevelAgreesWithTheExactRoutines) {
+    std::mt19937 random(20240501);
+    for (int round = 0; round < 1500; ++round) {
+        std::string text = text_for(random);
+        const auto size = static_cast<int>(text.size());
+        const bool big = random() % 2 != 0;
+        const int room = random() % 2 != 0 ? -1 : static_cast<int>(random() % (text.size() * 4 + 4));
+        const int n = static_cast<int>(random() % (text.size() + 3)) - 1;
+        const std::string padded = text + std::string((4 - text.size() % 4) % 4, '\0');
+        const auto mode = static_cast<qzstr_case_t>(1 + random() % 4);
+        std::vector<std::string> answers;
+        for (const level& l : levels()) {
+            const qzstr_charset_info_t& row = l.catalogue[QZSTR_CHARSET_UTF8];
+            std::ostringstream all;
+            for (auto slot : {row.qzstr_to_ucs2_fn, row.qzstr_to_ucs4_fn})
+                PrintTo(run_slot(slot, text, room, big), &all);
+            const std::string units = run_slot(utf8.qzstr_to_ucs4_fn, text, -1, big).bytes;
+            for (const std::string& source : {units, padded})
+                for (auto slot : {row.qzstr_from_ucs2_fn, row.qzstr_from_ucs4_fn})
+                    PrintTo(run_slot(slot, source, room, big), &all);
+            int start = 0, end = 0, count = 0, at = 0, columns = 0;
+            uchar found = 0;
+            row.qzstr_get_byte_pos_fn(text.data(), size, n, &start, &end, &count);
+            row.qzstr_get_byte_pos_with_disp_size_fn(text.data(), size, n, &at, &columns, &found);
+            const int chars = row.qzstr_count_char_fn(text.data(), size);
+            std::string changed = text + '\0';
+            row.qzstr_convert_case_fn(mode, changed.data(), size);
+            all << " " << start << " " << end << " " << count << " " << at << " " << columns << " " << int{found} << " "
+                << chars << " " << row.qzstr_count_byte_fn(text.data(), chars / 2) << " " << hex(changed);
+            answers.push_back(all.str());
+            ASSERT_EQ(answers.back(), answers.front())
+                << l.name << " mode " << mode << " room " << room << ": " << hex(text);
+        }
+    }
+}
+
+} // namespace
