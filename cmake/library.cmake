@@ -74,8 +74,11 @@ function(qzstr_link_as_c target)
 endfunction()
 qzstr_link_as_c(qzstr)
 set_target_properties(qzstr_static PROPERTIES LINKER_LANGUAGE C)
-target_include_directories(qzstr INTERFACE include)
-target_include_directories(qzstr_static INTERFACE include)
+# The names that find_package gives them.
+foreach(target qzstr qzstr_static)
+  target_include_directories(${target} INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:include>)
+  add_library(qzstr::${target} ALIAS ${target})
+endforeach()
 
 if(QZSTR_TESTS OR QZSTR_FUZZ)
   foreach(level ${qzstr_levels} plain)
