@@ -182,26 +182,39 @@ void change(uchar* p, int length) {
         change_letter(utf8_to_upper, p, length);
 }
 
-/// Runs `each(p, length)` over the characters; one that the end cuts is left alone.
+/// Runs `each(p, length)` over the characters that begin in the first n bytes; where the next one begins. One that the end
+/// cuts is left alone.
 template <class Each>
-void each_character(uchar* p, offset_t len, Each each) {
-    for (offset_t at = 0; at < len;) {
+offset_t each_character(uchar* p, offset_t n, offset_t len, Each each) {
+    offset_t at = 0;
+    while (at < n) {
         const int length = length_of(p[at]);
-        if (length > len - at) return;
+        if (length > len - at) return len;
         each(p + at, length);
         at += length;
     }
+    return at;
 }
 
 template <letter_change To>
 void change_all(uchar* p, offset_t len) {
-    each_character(p, len, change<To>);
+    for (offset_t at = 0; at < len;) {
+        const letter_stretch s =
+            flip_letters_utf8(To == letter_change::lower ? 'A' : 'a', p + at, static_cast<std::size_t>(len - at));
+        at += static_cast<offset_t>(s.start);
+        for (std::uint64_t letters = s.letters; letters != 0; letters &= letters - 1) {
+            uchar* const c = p + at + std::countr_zero(letters);
+            change<To>(c, length_of(*c));
+        }
+        at += static_cast<offset_t>(s.bytes);
+        if (s.bytes == 0) at += each_character(p + at, len - at < 64 ? len - at : 64, len - at, change<To>);
+    }
 }
 
 /// Every multibyte character continues a word.
 void init_cap(uchar* p, offset_t len) {
     bool at_word_start = true;
-    each_character(p, len, [&at_word_start](uchar* c, int length) {
+    each_character(p, len, len, [&at_word_start](uchar* c, int length) {
         const bool in_word = length > 1 || (is_ascii(*c) && is_alnum(*c));
         if (in_word) at_word_start ? change<letter_change::upper>(c, length) : change<letter_change::lower>(c, length);
         at_word_start = !in_word;

@@ -26,6 +26,9 @@ moved skip_utf8(const uchar*, std::size_t, std::size_t) {
 moved fit_utf8(const uchar*, std::size_t, std::size_t) {
     return {};
 }
+letter_stretch flip_letters_utf8(uchar, uchar*, std::size_t) {
+    return {};
+}
 moved utf16_to_ucs4(unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
     return {};
 }
@@ -65,8 +68,14 @@ std::uint64_t inside(const uchar* p, uchar first, uchar last) {
 struct padded {
     alignas(64) uchar bytes[block_size + beyond];
     padded(const uchar* p, std::size_t n) {
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+        // One store, which the loads that follow need not wait for.
+        _mm512_store_si512(bytes, _mm512_maskz_loadu_epi8(first_bits(n), p));
+        std::memset(bytes + block_size, 0, beyond);
+#else
         std::memset(bytes, 0, sizeof bytes);
         std::memcpy(bytes, p, n);
+#endif
     }
 };
 
@@ -695,6 +704,27 @@ moved fit_utf8(const uchar* p, std::size_t n, std::size_t limit) {
             carry = s.spill;
         }
         return {base + static_cast<std::size_t>(std::popcount(carry)), columns};
+    });
+}
+
+letter_stretch flip_letters_utf8(uchar first, uchar* p, std::size_t n) {
+    return leaving([&]() -> letter_stretch {
+        std::size_t base = 0;
+        while (n - base >= block_size + beyond) {
+            uchar* const at = p + base;
+            const structure s = structure::of(at, 0);
+            if (s.misplaced() != 0) break;
+            // Leads C3 to D5, E1, E2, EF, and EA where it leads no Hangul.
+            const std::uint64_t leads = inside(at, 0xC3, 0xD5) | inside(at, 0xE1, 0xE2) | equal(at, 0xEF) |
+                                        (equal(at, 0xEA) & ~inside(at + 1, 0xB0, 0xBF));
+            for (std::size_t i = 0; i < block_size; i += block::size)
+                block::load(at + i).flip_letters(first).store(at + i);
+            const std::size_t bytes =
+                s.spill == 0 ? block_size : 63 - static_cast<std::size_t>(std::countl_zero(s.starts()));
+            if (const std::uint64_t letters = leads & first_bits(bytes); letters != 0) return {base, bytes, letters};
+            base += bytes;
+        }
+        return {base, 0, 0};
     });
 }
 

@@ -72,6 +72,13 @@ struct byte_map {
 /// In pair_decoding: no charset here decodes a pair to U+FFFF.
 inline constexpr std::uint16_t ask = 0xFFFF;
 
+/// A stretch of whole UTF-8 characters: where it begins and how long it is. Bit i: the character at start + i may be a
+/// letter beyond ASCII.
+struct letter_stretch {
+    std::size_t start, bytes;
+    std::uint64_t letters;
+};
+
 // K(result, name, parameters, arguments)
 #define QZSTR_KERNELS(K)                                                                                               \
     /* Length of the run of bytes below 0x80 at p (whole blocks only; the rest may be ASCII too). */                   \
@@ -114,9 +121,9 @@ inline constexpr std::uint16_t ask = 0xFFFF;
       (const byte_set& leads, const byte_set& stops, const uchar* p, std::size_t n, std::size_t chars),                \
       (leads, stops, p, n, chars))                                                                                     \
     /* The first 64 of the starts p .. p + n - 1 with a candidate among them (the last group may be shorter). */       \
-    K(candidates, first_candidates, (const probe_bytes& probes, const uchar* p, std::size_t n), (probes, p, n))         \
+    K(candidates, first_candidates, (const probe_bytes& probes, const uchar* p, std::size_t n), (probes, p, n))        \
     /* The same from the end: groups of 64 are counted from start p + n - 1 downwards. */                              \
-    K(candidates, last_candidates, (const probe_bytes& probes, const uchar* p, std::size_t n), (probes, p, n))          \
+    K(candidates, last_candidates, (const probe_bytes& probes, const uchar* p, std::size_t n), (probes, p, n))         \
     /* Decodes well-formed UTF-8 into up to `units` units. */                                                          \
     K(moved, decode_utf8, (unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units),        \
       (layout, src, n, dst, units))                                                                                    \
@@ -132,6 +139,8 @@ inline constexpr std::uint16_t ask = 0xFFFF;
       (layout, src, n, dst, units))                                                                                    \
     K(moved, ucs4_to_utf16, (unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t room),       \
       (layout, src, n, dst, room))                                                                                     \
+    /* flip_letters over UTF-8 of at most n bytes, up to the end of the first stretch with other letters. */           \
+    K(letter_stretch, flip_letters_utf8, (uchar first, uchar * p, std::size_t n), (first, p, n))                       \
     /* Changes the case of ASCII letters in n bytes: of those from `first` to `first` + 25, in the other case. */      \
     K(void, flip_letters, (uchar first, uchar * p, std::size_t n), (first, p, n))
 
