@@ -151,9 +151,10 @@ TEST(Utf8, Width) {
         utf8.qzstr_get_byte_pos_with_disp_size_fn(text.data(), 7, limit, &byte_pos, &columns, &found);
         EXPECT_EQ((std::array{byte_pos, columns, int{found}}), (std::array{at, width, 1})) << limit;
     }
-    char triple[] = "\xE3\x80\xBF\xE9\x41\x41"; // by bytes, also malformed ones
-    EXPECT_EQ(qzstr_calc_utf8_disp_size(triple), 1);
-    EXPECT_EQ(qzstr_calc_utf8_disp_size(triple + 3), 2);
+    // by bytes, also malformed ones
+    for (const auto& [triple, columns] :
+         {std::pair{"E3 80 BF", 1}, {"E3 80 C0", 2}, {"E3 81 7F", 2}, {"E9 41 41", 2}, {"EA 93 90", 1}})
+        EXPECT_EQ(qzstr_calc_utf8_disp_size(unhex(triple).data()), columns) << triple;
 }
 
 std::string cased(qzstr_case_t mode, std::string text) {

@@ -58,7 +58,7 @@ struct us8icl : decoders<us8icl>, one_byte_encoders<us8icl> {
         const bool has_str = require(str != nullptr, "str != NULL", where.source, 0);
         const bool has_start = require(start_pos != nullptr, "start_pos != NULL", where.source, 0);
         const bool has_end = require(end_pos != nullptr, "end_pos != NULL", where.source, 0);
-        const int len = has_str ? at_least_0(str_len) : 0, count = at_least_0(char_cnt);
+        const int len = has_str && has_start && has_end ? at_least_0(str_len) : 0, count = at_least_0(char_cnt);
         // KEPT: always the last byte, whichever character is asked for.
         if (has_start) *start_pos = len - 1;
         if (has_end) *end_pos = len - 1;

@@ -49,7 +49,8 @@ struct single_byte_positions {
         const bool has_str = require(str != nullptr, "str != NULL", F::where.source, 0);
         const bool has_start = require(start_pos != nullptr, "start_pos != NULL", F::where.source, 0);
         const bool has_end = require(end_pos != nullptr, "end_pos != NULL", F::where.source, 0);
-        const int number = has_str ? at_least_0(str_len < char_cnt ? str_len : char_cnt) : 0;
+        const bool counts = has_str && has_start && has_end;
+        const int number = counts ? at_least_0(str_len < char_cnt ? str_len : char_cnt) : 0;
         if (has_start) *start_pos = number - 1;
         if (has_end) *end_pos = number - 1;
         if (real_char_cnt != nullptr) *real_char_cnt = number;

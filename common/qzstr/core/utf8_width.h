@@ -8,7 +8,7 @@ namespace qzstr::core {
 /// Characters of three bytes that take two columns, as ranges of their bytes.
 inline constexpr struct {
     std::uint32_t first, last;
-} wide_triples[] = {{0xE18480, 0xE1859F}, {0xE28CA9, 0xE28CAA}, {0xE2BA80, 0xE380BE}, {0xE38180, 0xEA938F},
+} wide_triples[] = {{0xE18480, 0xE1859F}, {0xE28CA9, 0xE28CAA}, {0xE2BA80, 0xE380BE}, {0xE380C0, 0xEA938F},
                     {0xEAB080, 0xED9EA3}, {0xEFA480, 0xEFABBF}, {0xEFB890, 0xEFB899}, {0xEFB8B0, 0xEFB9AF},
                     {0xEFBC80, 0xEFBDA0}, {0xEFBFA0, 0xEFBFA6}};
 
