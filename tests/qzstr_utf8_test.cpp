@@ -151,6 +151,11 @@ TEST(Utf8, Width) {
         utf8.qzstr_get_byte_pos_with_disp_size_fn(text.data(), 7, limit, &byte_pos, &columns, &found);
         EXPECT_EQ((std::array{byte_pos, columns, int{found}}), (std::array{at, width, 1})) << limit;
     }
+    std::string blocks(300, 'a');
+    int byte_pos = -1, columns = -1;
+    uchar found = 9;
+    utf8.qzstr_get_byte_pos_with_disp_size_fn(blocks.data(), -1, 100, &byte_pos, &columns, &found);
+    EXPECT_EQ((std::array{byte_pos, columns, int{found}}), (std::array{0, 0, 0}));
     // by bytes, also malformed ones
     for (const auto& [triple, columns] :
          {std::pair{"E3 80 BF", 1}, {"E3 80 C0", 2}, {"E3 81 7F", 2}, {"E9 41 41", 2}, {"EA 93 90", 1}})

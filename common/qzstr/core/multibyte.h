@@ -137,7 +137,8 @@ struct multibyte {
 
     static void get_byte_pos_with_disp_size(char* str, int byte_len, int dis_size, int* byte_pos, int* real_dis_size,
                                             uchar* disp_size_is_less) {
-        store_prefix(F::fit(bytes(str), byte_len, at_least_0(dis_size)), byte_pos, real_dis_size, disp_size_is_less);
+        store_prefix(F::fit(bytes(str), at_least_0(byte_len), at_least_0(dis_size)), byte_pos, real_dis_size,
+                     disp_size_is_less);
     }
 
     /// The walks behind the slots, by F's steps.
