@@ -73,6 +73,29 @@ check 'dump has ten bytes a line' grep -qx '0x4B ' "$work/out"
 expect 'dump by characters' 0 '' "$qzconv" dump -f EUCKR <(printf 'a\xB0\xA1\xB0')
 check 'dump shows code points' test "$(awk '{ print $(NF > 3 ? NF - 1 : NF) }' "$work/out" | paste -sd' ')" = 'U+0061 U+AC00 incomplete'
 
+bytes 'ok\n\xB0\xA1 \xFF\n'
+expect 'check' 2 '' "$qzconv" check -f EUCKR -t ASCII "$work/in"
+check 'check tells where' cmp -s "$work/out" <(printf '%s\n' \
+    "$work/in:2:1: byte 3, character 4: B0 A1: unmappable" "$work/in:2:3: byte 6, character 6: FF: bad" \
+    "$work/in: 8 bytes, 7 characters: 1 bad, 0 truncated, 1 unmappable, 0 altered; round trip not exact")
+expect 'check --json' 2 '' "$qzconv" check --json -f EUCKR -t ASCII "$work/in"
+check 'one object a line' grep -q '"line":2,"column":1,"bytes":"B0A1","reason":"unmappable"}$' "$work/out"
+check 'totals at the end' grep -q '"bad":1,.*"round_trip_exact":false}$' "$work/out"
+expect 'check of text that survives' 0 '' "$qzconv" check -f EUCKR -t UTF8 <(printf '\xB0\xA1\n')
+expect 'check of text that does not' 1 '' "$qzconv" check -f UTF8 -t ASCII <(printf 'caf\xC3\xA9\n')
+bytes 'a\xB0\xA1b\nxyz\nq'
+expect 'cut by bytes' 0 '' "$qzconv" cut -f EUCKR --bytes 2 "$work/in"
+check 'whole characters stay' cmp -s "$work/out" <(printf 'a\nxy\nq')
+expect 'cut by bytes after conversion' 0 '' "$qzconv" cut -f EUCKR --bytes 4 -t UTF8 "$work/in"
+check 'what fits stays' cmp -s "$work/out" <(printf 'a\xB0\xA1\nxyz\nq')
+expect 'cut by columns' 0 '' "$qzconv" cut -f EUCKR --columns 3 "$work/in"
+check 'two columns' cmp -s "$work/out" <(printf 'a\xB0\xA1\nxyz\nq')
+expect 'cut of UTF-16 by characters' 0 '' "$qzconv" cut -f UTF16 --chars 1 <(printf '\x0A\x0A\0b\0\n\0c\0d')
+check 'lines end at units' cmp -s "$work/out" <(printf '\x0A\x0A\0\n\0c')
+expect 'cut of ISO-2022-KR' 0 '' "$qzconv" cut -f ISO2022-KR --chars 1 <(printf '\x1B$)C\x0E0!0!\x0F\n\x0E0!0!\x0F\n')
+check 'every line stands alone' cmp -s "$work/out" <(printf '\x1B$)C\x0E0!\x0F\n\x1B$)C\x0E0!\x0F\n')
+expect 'cut without a limit' 3 'required' "$qzconv" cut -f EUCKR "$work/in"
+
 # 200 MB go through 100 MB of address space. (Sanitizers reserve more than that for themselves.)
 bounded() { head -c 200000000 /dev/zero | (ulimit -v 100000 && exec "$qzconv" convert -q -f ASCII -t UTF16 -o /dev/null); }
 if [[ -z ${QZCONV_SANITIZED:-} ]]; then check 'bounded memory' bounded; fi

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fmt/format.h>
 
 namespace qzconv {
 

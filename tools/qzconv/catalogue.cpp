@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <fmt/format.h>
 #include <numeric>
 #include <utility>
 
@@ -63,10 +62,11 @@ qzstr_charset_t charset_named(std::string name) {
         if (id == QZSTR_CHARSET_MAX) id = qzstr_charset_get_id_from_canonical_name(name.data(), length);
         if (id != QZSTR_CHARSET_MAX) return static_cast<qzstr_charset_t>(id);
     }
-    const std::vector<std::string> near = near_names(name);
-    throw Failure(fmt::format("unknown charset \"{}\"; {}", name,
-                              near.empty() ? "\"qzconv list\" shows all"
-                                           : fmt::format("did you mean {}?", fmt::join(near, " or "))));
+    std::string suggestion;
+    for (const std::string& known : near_names(name))
+        suggestion += (suggestion.empty() ? "did you mean " : " or ") + known;
+    throw Failure("unknown charset \"" + name + "\"; " +
+                  (suggestion.empty() ? "\"qzconv list\" shows all" : suggestion + "?"));
 }
 
 } // namespace qzconv

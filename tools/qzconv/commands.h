@@ -9,5 +9,7 @@ void add_list(CLI::App& app, int& exit_code);
 void add_convert(CLI::App& app, int& exit_code);
 void add_stat(CLI::App& app, int& exit_code);
 void add_dump(CLI::App& app, int& exit_code);
+void add_check(CLI::App& app, int& exit_code);
+void add_cut(CLI::App& app, int& exit_code);
 
 } // namespace qzconv

@@ -1,4 +1,4 @@
-// qzconv: lists the charsets, converts, measures and dumps text.
+// qzconv: lists the charsets, converts, checks, cuts, measures and dumps text.
 #include "commands.h"
 #include "failure.h"
 #include "streams.h"
@@ -33,6 +33,8 @@ int main(int argc, char** argv) {
     qzconv::add_list(app, exit_code);
     qzconv::add_stat(app, exit_code);
     qzconv::add_dump(app, exit_code);
+    qzconv::add_check(app, exit_code);
+    qzconv::add_cut(app, exit_code);
     try {
         app.parse(argc, argv);
         if (std::fflush(stdout) != 0) throw qzconv::Failure(fmt::format("standard output: {}", std::strerror(errno)));
