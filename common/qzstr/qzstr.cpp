@@ -1,4 +1,5 @@
 // Conversion through Unicode for every pair of charsets without a direct routine, and the debug dump.
+#include "core/kernels.h"
 #include "qzstr_stages.h"
 #include "standards/jisx0213.h"
 
@@ -31,6 +32,9 @@ struct stage_table {
             row[cs].joins = joins_in_shift_jis;
         for (const auto cs : {QZSTR_CHARSET_EUCJP, QZSTR_CHARSET_EUCJP_TILDE})
             row[cs].joins = joins_in_euc;
+        for (const auto cs : {QZSTR_CHARSET_UTF16, QZSTR_CHARSET_SJIS, QZSTR_CHARSET_SJIS_TILDE,
+                              QZSTR_CHARSET_ISO2022KR, QZSTR_CHARSET_US8ICL})
+            row[cs].ascii_is_itself = false;
     }
 };
 constinit const stage_table special;
@@ -63,6 +67,8 @@ struct ucs4_pivot {
 };
 
 constexpr int chunk_bytes = 32000;
+/// Where a target cannot fill, nobody sees how long the pieces are: these stay in the first cache with their texts.
+constexpr int short_chunk_bytes = 8192;
 
 /// What a stage did: bytes it read, bytes it wrote.
 struct stage_result {
@@ -79,11 +85,14 @@ public:
         : pivot_(from, to), from_(special.row[from].shifts), to_(special.row[to].shifts),
           joins_(special.row[to].joins) {}
 
-    /// The next chunk. Two units that the target encodes together stay in one chunk.
-    stage_result decode(char* str, int len, char* chunk) {
+    static constexpr int unit = unit_size<Pivot::units>;
+
+    /// Room for `units` of a chunk of which `done` are elsewhere already. Two units that the target encodes together stay
+    /// in one chunk.
+    stage_result decode(char* str, int len, char* chunk, int units, int done) {
         const shift_state before = from_state_;
-        stage_result r = decode_some(str, len, chunk, chunk_bytes);
-        while (joins_ != nullptr && r.written >= 2 * unit && r.read < len &&
+        stage_result r = decode_some(str, len, chunk, (units - done) * unit);
+        while (joins_ != nullptr && r.written + done * unit >= 2 * unit && r.written > 0 && r.read < len &&
                splits_pair(chunk, r.written, str + r.read, len - r.read)) {
             from_state_ = before;
             r = decode_some(str, len, chunk, r.written - unit);
@@ -120,8 +129,6 @@ public:
     }
 
 private:
-    static constexpr int unit = unit_size<Pivot::units>;
-
     stage_result decode_some(char* str, int len, char* out, int size) {
         if (from_ == nullptr) {
             stage_result r{};
@@ -159,35 +166,91 @@ private:
     shift_state from_state_, to_state_;
 };
 
+/// Copies the ASCII that a chunk begins with, where both charsets have it as it is; returns bytes.
+int copy_ascii_part(const char* str, int len, char* buf, int size) {
+    return static_cast<int>(copy_ascii(bytes(str), static_cast<std::size_t>(len < size ? len : size), bytes(buf)));
+}
+
 template <class Pivot>
-conv_status_t convert(qzstr_charset_t from, char* str, int str_len, qzstr_charset_t to, char* buf, int buf_size,
-                      int* read_len, int* write_len) {
-    progress at;
-    if (!require_buffers(str, "str != NULL", buf, "buf != NULL", write_len, source, 0))
-        return report(exact, at, read_len, write_len);
+conv_status_t convert_in_chunks(qzstr_charset_t from, char* str, int str_len, qzstr_charset_t to, char* buf,
+                                int buf_size, progress& at) {
     conversion<Pivot> stage(from, to);
+    const bool copies_ascii = special.row[from].ascii_is_itself && special.row[to].ascii_is_itself;
+    // No byte becomes more than four, shifts aside.
+    const bool cannot_fill = special.row[to].shifts == nullptr && buf_size / 4 >= str_len;
+    const int chunk_units = (cannot_fill ? short_chunk_bytes : chunk_bytes) / stage.unit;
     alignas(64) char chunk[chunk_bytes]; // never cleared: only what a stage wrote is read
     conv_status_t status = exact;
     while (at.read < str_len) {
         char* const rest = str + at.read;
         const int rest_len = str_len - static_cast<int>(at.read);
-        const stage_result decoded = stage.decode(rest, rest_len, chunk);
+        const int room = at_least_0(buf_size - static_cast<int>(at.written));
+        const int most = cannot_fill ? room : room < chunk_units ? room : chunk_units;
+        const int copied = copies_ascii ? copy_ascii_part(rest, rest_len, buf + at.written, most) : 0;
+        at.written += copied;
+        if (copied >= chunk_units || copied == rest_len) {
+            at.read += copied;
+            continue;
+        }
+        const stage_result decoded = stage.decode(rest + copied, rest_len - copied, chunk, chunk_units, copied);
         status |= decoded.status & replaced;
         // CHOSEN: a pass that consumed only shifts or designators goes on.
-        if (decoded.written == 0 && decoded.read == 0) break;
-        const stage_result encoded =
-            stage.encode(chunk, decoded.written, buf + at.written, buf_size - static_cast<int>(at.written));
+        if (decoded.written == 0 && decoded.read == 0 && copied == 0) break;
+        const stage_result encoded = stage.encode(chunk, decoded.written, buf + at.written, room - copied);
         status |= encoded.status & replaced;
         at.written += encoded.written;
         if ((encoded.status & stopped) != 0) {
-            at.read += stage.source_bytes(rest, rest_len, encoded.read);
-            return report(status | stopped, at, read_len, write_len);
+            at.read += stage.source_bytes(rest, rest_len, copied * stage.unit + encoded.read);
+            return status | stopped;
         }
-        at.read += decoded.read;
+        at.read += copied + decoded.read;
     }
     const stage_result end = stage.finish(buf + at.written, buf_size - static_cast<int>(at.written));
     at.written += end.written;
-    return report(status | end.status, at, read_len, write_len);
+    return status | end.status;
+}
+
+/// UTF-16 to UTF-8 for a target that cannot fill: runs without surrogates at once, what is around surrogates by UCS-4.
+conv_status_t utf16_to_utf8(char* str, int str_len, char* buf, int buf_size, progress& at) {
+    conv_status_t status = exact;
+    while (str_len - at.read >= 2) {
+        char* const rest = str + at.read;
+        const int rest_len = str_len - static_cast<int>(at.read);
+        const int room = buf_size - static_cast<int>(at.written);
+        const auto run = static_cast<int>(run_of_bmp(bytes(rest), static_cast<std::size_t>(rest_len / 2)));
+        int read = 0, written = 0;
+        if (run > 0) {
+            qzstr_utf8_from_ucs2(rest, 2 * run, buf + at.written, room, &read, &written, 1);
+        } else {
+            constexpr int stretch = 64;
+            char units[stretch / 2 * 4];
+            int unit_bytes = 0;
+            status |= qzstr_utf16_to_ucs4(rest, rest_len < stretch ? rest_len : stretch, units, sizeof units, &read,
+                                          &unit_bytes, 1) &
+                      replaced;
+            if (read == 0) break; // a pair cut by the end
+            qzstr_utf8_from_ucs4(units, unit_bytes, buf + at.written, room, nullptr, &written, 1);
+        }
+        at.read += read;
+        at.written += written;
+    }
+    return status;
+}
+
+template <class Pivot>
+conv_status_t convert(qzstr_charset_t from, char* str, int str_len, qzstr_charset_t to, char* buf, int buf_size,
+                      int* read_len, int* write_len) {
+    progress at;
+    conv_status_t status = exact;
+    if (!require_buffers(str, "str != NULL", buf, "buf != NULL", write_len, source, 0))
+        return report(exact, at, read_len, write_len);
+    if (from == QZSTR_CHARSET_UTF8 && to == QZSTR_CHARSET_UTF16 && buf_size / 2 >= at_least_0(str_len))
+        status = qzstr::utf8_to_utf16(bytes(str), at_least_0(str_len), bytes(buf), buf_size, at) & replaced;
+    else if (from == QZSTR_CHARSET_UTF16 && to == QZSTR_CHARSET_UTF8 && buf_size / 3 >= (at_least_0(str_len) + 1) / 2)
+        status = utf16_to_utf8(str, str_len, buf, buf_size, at);
+    else
+        status = convert_in_chunks<Pivot>(from, str, str_len, to, buf, buf_size, at);
+    return report(status, at, read_len, write_len);
 }
 
 } // namespace

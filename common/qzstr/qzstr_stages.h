@@ -22,8 +22,13 @@ extern const resumable iso2022kr_stages;
 /// What makes a row special in the middle of a text; nothing for most rows.
 struct stages {
     const resumable* shifts = nullptr;
+    /// Whether every byte below 0x80 is its own code point, both ways and in any place.
+    bool ascii_is_itself = true;
     /// As a target: whether the row encodes these two units together, so that no piece may end between them.
     bool (*joins)(char32_t first, char32_t second) = nullptr;
 };
+
+/// UTF-8 to UTF-16 in one step.
+conv_status_t utf8_to_utf16(const uchar* src, core::offset_t len, uchar* dst, core::offset_t size, core::progress& at);
 
 } // namespace qzstr

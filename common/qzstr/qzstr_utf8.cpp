@@ -4,6 +4,7 @@
 #include "core/surface.h"
 #include "core/transcode.h"
 #include "core/utf8_width.h"
+#include "qzstr_stages.h"
 #include "standards/utf8_letters.h"
 
 namespace qzstr::families {
@@ -56,7 +57,7 @@ struct utf8 : multibyte<utf8>, decoders<utf8>, encoders<utf8>, ascii_reduction<u
             if (!is_continuation(p[i])) return bad(length);
             c = c << 6 | (p[i] & 0x3F);
         }
-        return one(c, length);
+        return length == 4 ? supplementary<Form>(c, 4) : one(c, length);
     }
 
     // KEPT: surrogates get their three-byte form, and values above U+10FFFF four bytes of their low bits; nothing is
@@ -257,6 +258,11 @@ void utf8::convert_case(qzstr_case_t case_type, char* str, int str_len) {
 }
 
 } // namespace qzstr::families
+
+conv_status_t qzstr::utf8_to_utf16(const uchar* src, core::offset_t len, uchar* dst, core::offset_t size,
+                                   core::progress& at) {
+    return core::decode<families::utf8, core::form::utf16, core::order::big>(src, len, dst, size, at);
+}
 
 QZSTR_EXPORT(utf8)
 

@@ -90,6 +90,8 @@ struct letter_stretch {
     /* Narrows the run of units below 0x80, at most n units; returns units. */                                         \
     K(std::size_t, narrow_ascii, (unit_layout layout, const uchar* src, std::size_t n, uchar* dst),                    \
       (layout, src, n, dst))                                                                                           \
+    /* Length of the run of big-endian units that are no surrogates, at most n units. */                               \
+    K(std::size_t, run_of_bmp, (const uchar* p, std::size_t n), (p, n))                                                \
     /* Length of the run before the first byte equal to b, at most n. */                                               \
     K(std::size_t, run_before, (const uchar* p, std::size_t n, uchar b), (p, n, b))                                    \
     /* Length of the run of bytes equal to b that ends at p + n. */                                                    \
