@@ -42,10 +42,15 @@ install(TARGETS qzconv RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT too
 set_target_properties(qzconv PROPERTIES INSTALL_RPATH "${qzstr_tool_rpath}")
 
 # Manual pages come from the headers, the catalogue and the tool's own help.
+find_program(GZIP gzip)
+if(GZIP)
+  set(qzstr_compress_man ${GZIP} -9nr ${CMAKE_CURRENT_BINARY_DIR}/man)
+endif()
 set(qzstr_man ${CMAKE_CURRENT_BINARY_DIR}/man)
 add_custom_command(OUTPUT ${qzstr_man}/stamp
   COMMAND ${CMAKE_COMMAND} -E rm -rf ${qzstr_man}
   COMMAND mangen ${CMAKE_CURRENT_SOURCE_DIR}/include $<TARGET_FILE:qzconv> ${qzstr_man}
+  COMMAND ${qzstr_compress_man}
   COMMAND ${CMAKE_COMMAND} -E touch ${qzstr_man}/stamp
   DEPENDS mangen qzconv include/qzstr.h include/qzstr_charset.h include/qzstr_runtime.h VERBATIM)
 add_custom_target(man ALL DEPENDS ${qzstr_man}/stamp)
@@ -57,7 +62,8 @@ install(DIRECTORY ${qzstr_man}/man3 ${qzstr_man}/man7 DESTINATION ${CMAKE_INSTAL
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME qzstr)
 set(CPACK_PACKAGE_VENDOR "The libqzstr maintainers")
-set(CPACK_PACKAGE_CONTACT "The libqzstr maintainers <maintainers@localhost.localdomain>")
+set(QZSTR_MAINTAINER "The libqzstr maintainers <maintainers@libqzstr.example.org>" CACHE STRING "Who makes the packages")
+set(CPACK_PACKAGE_CONTACT "${QZSTR_MAINTAINER}")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS ${CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})
@@ -69,42 +75,50 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 set(CPACK_DEBIAN_LIB_PACKAGE_NAME libqzstr1)
 set(CPACK_DEBIAN_LIB_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_LIB_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_LIB_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_LIB_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+# CPack would write maintainer scripts that call ldconfig, for which a trigger is the way now, when it looked at the
+# library itself: what it would find out is said here instead.
+execute_process(COMMAND getconf GNU_LIBC_VERSION OUTPUT_VARIABLE libc_version OUTPUT_STRIP_TRAILING_WHITESPACE)
+string(REPLACE "glibc " "" libc_version "${libc_version}")
+set(CPACK_DEBIAN_LIB_PACKAGE_DEPENDS "libc6 (>= ${libc_version})")
+configure_file(packaging/debian/shlibs.in shlibs @ONLY)
+set(CPACK_DEBIAN_LIB_PACKAGE_CONTROL_EXTRA
+  ${CMAKE_CURRENT_SOURCE_DIR}/packaging/debian/triggers ${CMAKE_CURRENT_BINARY_DIR}/shlibs)
 set(CPACK_COMPONENT_LIB_DESCRIPTION "character sets of a database server
- Counts characters, finds their boundaries and positions, measures display
- width, changes letter case, converts between any two of 35 database character
- sets, and searches. No allocation, no state.")
+Counts characters, finds their boundaries and positions, measures display
+width, changes letter case, converts between any two of 35 database character
+sets, and searches. No allocation, no state.")
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libqzstr-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libqzstr1 (= ${PROJECT_VERSION}-1)")
 set(CPACK_COMPONENT_DEV_DESCRIPTION "character sets of a database server - development files
- Headers for C and C++, the static library, the default runtime and the manual
- pages of libqzstr.")
+Headers for C and C++, the static library, the default runtime and the manual
+pages of libqzstr.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME qzstr-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_CURRENT_BINARY_DIR})
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_CURRENT_BINARY_DIR})
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libqzstr1 (>= ${PROJECT_VERSION})")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "character sets of a database server - command-line tool
- qzconv converts, measures and examines text in the 35 database character sets
- of libqzstr.")
+qzconv converts, measures and examines text in the 35 database character sets
+of libqzstr.")
 
 # Files that only a package has: they go in when a component is installed by name, as CPack does.
-find_program(GZIP gzip)
 if(GZIP)
-  set(changelog ${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian.gz)
-  add_custom_command(OUTPUT ${changelog}
-    COMMAND ${GZIP} -9nc ${CMAKE_CURRENT_SOURCE_DIR}/packaging/debian/changelog > ${changelog}
-    DEPENDS packaging/debian/changelog)
-  add_custom_target(changelog ALL DEPENDS ${changelog})
+  configure_file(packaging/debian/changelog.in changelog.Debian @ONLY)
+  set(changelog ${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian)
+  add_custom_command(OUTPUT ${changelog}.gz COMMAND ${GZIP} -9nc ${changelog} > ${changelog}.gz DEPENDS ${changelog})
+  add_custom_target(changelog ALL DEPENDS ${changelog}.gz)
   foreach(component lib dev tools)
     string(TOUPPER ${component} upper)
-    install(FILES packaging/debian/copyright ${changelog} COMPONENT ${component} EXCLUDE_FROM_ALL
-      DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
+    set(package ${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
+    install(FILES packaging/debian/copyright ${changelog}.gz COMPONENT ${component} EXCLUDE_FROM_ALL
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package})
+    # They are not uploads to Debian.
+    file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/overrides/${package} "${package}: initial-upload-closes-no-bugs\n")
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/overrides/${package} COMPONENT ${component} EXCLUDE_FROM_ALL
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides)
   endforeach()
 endif()
 include(CPack)

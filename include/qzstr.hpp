@@ -132,8 +132,8 @@ public:
         return cell(from, to, target);
     }
 
-    /// Into and from the units of this machine, UCS-2 and UCS-4. Surrogate pairs are two units that no charset holds,
-    /// UTF16 excepted.
+    /// Into and from the units of this machine. char16_t is UCS-2: but for UTF16, each half of a surrogate pair counts as
+    /// a character of its own, so characters beyond U+FFFF want char32_t.
     result decode(std::string_view from, span<char16_t> target) const {
         return units_out(info().qzstr_to_ucs2_fn, from, target);
     }
