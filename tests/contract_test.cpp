@@ -8,23 +8,27 @@ using namespace support;
 
 namespace {
 
-/// Every BMP character of a row as its bytes.
+/// Characters of a row as bytes, in the order of their code points: all of the BMP and some of what lies beyond.
 const std::vector<std::string>& repertoire(int row) {
     static std::vector<std::string> characters[QZSTR_CHARSET_MAX];
     auto& mine = characters[row];
-    for (unsigned c = 1; mine.empty() || (c != 1 && c < 0x10000); ++c) {
-        const char unit[] = {static_cast<char>(c >> 8), static_cast<char>(c)};
-        if (const converted e = run_slot(levels()[0].catalogue[row].qzstr_from_ucs2_fn, std::string(unit, 2), 16);
+    for (unsigned c = 1; mine.empty() || (c != 1 && c < 0x110000); c += c < 0x10000 ? 1 : 31) {
+        const char unit[] = {0, static_cast<char>(c >> 16), static_cast<char>(c >> 8), static_cast<char>(c)};
+        if (const converted e = run_slot(levels()[0].catalogue[row].qzstr_from_ucs4_fn, std::string(unit, 4), 16);
             e.status == 0)
             mine.push_back(e.bytes);
     }
     return mine;
 }
 
-/// Text of about n bytes: characters, ASCII and stray bytes in proportions that `mix` chooses.
+/// Text of about n bytes: characters (all kinds, or neighbours such as a script), ASCII and stray bytes in proportions that
+/// vary from text to text.
 std::string make_text(int row, std::size_t n, std::mt19937& random) {
     const auto& characters = repertoire(row);
     const unsigned ascii = random() % 101, stray = random() % 3 == 0 ? random() % 12 : 0;
+    const std::size_t first = random() % std::max<std::size_t>(characters.size() >> random() % 12, 1);
+    const std::size_t span = random() % 3 == 0 ? 1 + random() % 300 : characters.size();
+    const std::size_t past = std::min(first + span, characters.size());
     std::string text;
     while (text.size() < n) {
         if (random() % 100 < stray)
@@ -32,7 +36,7 @@ std::string make_text(int row, std::size_t n, std::mt19937& random) {
         else if (random() % 100 < ascii)
             text += static_cast<char>(' ' + random() % 95);
         else
-            text += characters[random() % characters.size()];
+            text += characters[first + random() % (past - first)];
     }
     text.resize(n);
     return text;

@@ -1,4 +1,4 @@
-// EUC-KR, the reference double-byte family; its vector routines against the exact ones.
+// EUC-KR, the reference double-byte family.
 #include "korean_repertoire.h"
 
 using namespace support;
@@ -160,40 +160,6 @@ TEST(Euckr, Assertions) {
                                         "byte_offset >= 0" + at + "296", "byte_offset >= 0" + at + "369",
                                         "end_pos != NULL" + at + "403", "write_len != NULL" + at + "536",
                                         "buf != NULL" + at + "46", "str != NULL" + at + "147"}));
-}
-
-// Every level gives what the exact routines give: clean and damaged text, lengths around the block sizes, full targets.
-TEST(Euckr, VectorLevelsAgree) {
-    const auto& plain = *levels().front().catalogue;
-    std::uint64_t seed = 7;
-    for (int length = 0; length < 400; ++length) {
-        std::string text = korean::random_text(
-            seed, static_cast<std::size_t>(length),
-            length % 3 == 0 ? std::initializer_list<const char*>{"B0 A1", "41"}
-            : length % 3 == 1
-                ? std::initializer_list<const char*>{"C7 D1", "B1 DB", "20", "C7 41"}
-                : std::initializer_list<const char*>{"41 42 43 44 45 46 47 48 49 4A 4B 4C 4D 4E 4F 50", "B0 A1"});
-        if (length % 5 == 0 && !text.empty()) text[seed % text.size()] = static_cast<char>(seed >> 40);
-        const int room = length % 2 == 0 ? -1 : static_cast<int>(seed % (2 * text.size() + 1));
-        const int cells[] = {1, 2, 11};
-        for (const level& l : levels()) {
-            for (const int cs : cells) {
-                const auto& row = l.catalogue[cs];
-                const auto& exact = (&plain)[cs];
-                const converted units = run_slot(exact.qzstr_to_ucs2_fn, text, room);
-                ASSERT_EQ(run_slot(row.qzstr_to_ucs2_fn, text, room), units) << l.name << " " << hex(text);
-                ASSERT_EQ(run_slot(row.qzstr_to_ucs4_fn, text, room, false),
-                          run_slot(exact.qzstr_to_ucs4_fn, text, room, false));
-                ASSERT_EQ(run_slot(row.qzstr_from_ucs2_fn, units.bytes, room / 2),
-                          run_slot(exact.qzstr_from_ucs2_fn, units.bytes, room / 2));
-                int len = static_cast<int>(text.size()), a[3] = {}, b[3] = {};
-                ASSERT_EQ(row.qzstr_count_char_fn(text.data(), len), exact.qzstr_count_char_fn(text.data(), len));
-                row.qzstr_get_byte_pos_fn(text.data(), len, len / 3, a, a + 1, a + 2);
-                exact.qzstr_get_byte_pos_fn(text.data(), len, len / 3, b, b + 1, b + 2);
-                ASSERT_EQ(ints(a, a + 3), ints(b, b + 3)) << l.name << " " << hex(text);
-            }
-        }
-    }
 }
 
 } // namespace

@@ -1,13 +1,43 @@
-// Whole repertoires in a few lines: one character at a time through a row, through the C library's converter, and sets of
-// codes written as ranges.
+// Whole repertoires in a few lines: the mapping files, one character at a time through a row and through the C library's
+// converter, and sets of codes written as ranges.
 #pragma once
 
 #include "support.h"
 
+#include <fstream>
 #include <iconv.h>
+#include <map>
 #include <optional>
+#include <sstream>
 
 namespace support {
+
+/// The lines of a mapping file as their columns.
+inline std::vector<std::vector<std::string>> mapping_lines(const std::string& name) {
+    std::ifstream file(MAPPINGS_DIR "/" + name + ".txt");
+    std::vector<std::vector<std::string>> lines;
+    for (std::string line; std::getline(file, line);) {
+        if (line.empty() || line[0] == '#') continue;
+        std::istringstream columns(line);
+        lines.emplace_back();
+        for (std::string column; std::getline(columns, column, '\t');)
+            lines.back().push_back(column);
+    }
+    EXPECT_FALSE(lines.empty()) << name;
+    return lines;
+}
+
+inline unsigned hex_number(const std::string& text) {
+    return static_cast<unsigned>(std::stoul(text, nullptr, 16));
+}
+
+/// What Unicode says each character becomes, where it changes.
+inline std::map<unsigned, unsigned> unicode_case(bool upper) {
+    std::map<unsigned, unsigned> to;
+    for (const auto& line : mapping_lines("unicode_case"))
+        to[hex_number(line[0])] = hex_number(line[upper ? 2 : 1]);
+    return to;
+}
 
 /// A code as its bytes, without leading zero bytes.
 inline std::string code_bytes(unsigned code) {
@@ -17,12 +47,15 @@ inline std::string code_bytes(unsigned code) {
     return bytes;
 }
 
-inline std::string units(std::initializer_list<char32_t> characters, std::size_t size) {
+inline std::string units(std::u32string_view characters, int size, bool big_end = true) {
     std::string bytes;
     for (const char32_t c : characters)
-        for (std::size_t i = size; i-- > 0;)
-            bytes += static_cast<char>(c >> 8 * i);
+        for (int i = 0; i < size; ++i)
+            bytes += static_cast<char>(c >> 8 * (big_end ? size - 1 - i : i));
     return bytes;
+}
+inline std::string units(std::initializer_list<char32_t> characters, int size) {
+    return units(std::u32string_view(characters.begin(), characters.size()), size);
 }
 
 inline char32_t number(std::string_view bytes) {
