@@ -19,8 +19,8 @@ constexpr std::size_t look_ahead = 32;
 /// A single byte gives at most 8: designator, shift, two bytes and shift of ISO-2022-KR.
 constexpr std::size_t worst_growth = 8, slack = 64;
 constexpr char32_t replacement = 0xFFFD;
-/// The mark that the Japanese encoders only know together with the kana before it.
-constexpr std::u32string_view joining_mark = U"\u309A";
+/// The marks that the Japanese encoders join with what is before them; the first is nothing on its own.
+constexpr std::u32string_view marks = U"\u309A\u0300\u0301\u02E5\u02E9";
 
 bool is_unicode(qzstr_charset_t charset) {
     return charset == QZSTR_CHARSET_UTF8 || charset == QZSTR_CHARSET_UTF16 || charset == QZSTR_CHARSET_GB18030;
@@ -150,16 +150,17 @@ std::size_t Scanner::step(std::string_view text, bool at_end) {
     return static_cast<std::size_t>(place_.offset - start);
 }
 
-bool Scanner::mark_follows(std::string_view text, std::size_t length) {
-    if (!is_japanese(to_) || length >= text.size()) return false;
-    return decoder_.decode_one(text.substr(length), shift_).points == joining_mark;
+bool Scanner::mark_follows(std::string_view text, std::size_t length, std::u32string_view which) {
+    if ((!is_japanese(from_) && !is_japanese(to_)) || length >= text.size()) return false;
+    const std::u32string_view next = decoder_.decode_one(text.substr(length), shift_).points;
+    return next.size() == 1 && which.find(next[0]) != std::u32string_view::npos;
 }
 
 /// A stretch ends before no mark that belongs to it.
 Decoder::Result Scanner::decode_stretch(std::string_view text, std::size_t units) {
     const Decoder::Result decoded = decoder_.decode(text, units, shift_);
-    if (!is_japanese(to_)) return decoded;
-    const bool splits = decoded.read != 0 && mark_follows(text, decoded.read);
+    if (!is_japanese(from_) && !is_japanese(to_)) return decoded;
+    const bool splits = decoded.read != 0 && mark_follows(text, decoded.read, marks);
     return decoder_.decode(text, splits ? units + 1 : units, shift_);
 }
 
@@ -244,7 +245,7 @@ std::size_t Scanner::examine_one(std::string_view text) {
         return std::max<std::size_t>(decoded.points.size(), 1);
     }
     const std::string_view bytes = text.substr(0, decoded.read);
-    if (mark_follows(text, bytes.size())) {
+    if (mark_follows(text, bytes.size(), marks.substr(0, 1))) {
         decoded = decoder_.decode(text, 2, shift_);
         if (decoded.points.size() == 2 && judge(text.substr(0, decoded.read), decoded).fine) {
             advance(text.substr(0, decoded.read), decoded.points, 2);
@@ -293,7 +294,6 @@ void Scanner::find_joined(std::string_view text, Place place) {
 
 std::uint64_t Scanner::count_characters(std::string_view bytes, std::u32string_view points) {
     // A code of the Japanese charsets may have two code points, the second a mark. Others may be two surrogates.
-    constexpr std::u32string_view marks = U"\u0300\u0301\u309A\u02E5\u02E9";
     if (is_japanese(from_) && points.find_first_of(marks) != std::u32string_view::npos) {
         std::uint64_t characters = 0;
         for (; !bytes.empty(); ++characters)

@@ -113,7 +113,7 @@ private:
 
     void look_closer(std::string_view text, std::size_t units);
     std::size_t examine_one(std::string_view text);
-    bool mark_follows(std::string_view text, std::size_t length);
+    bool mark_follows(std::string_view text, std::size_t length, std::u32string_view which);
     Decoder::Result decode_stretch(std::string_view text, std::size_t units);
     void find_joined(std::string_view text, Place place);
     std::optional<Reason> reason_for(std::string_view text, std::size_t length);
