@@ -96,7 +96,59 @@ expect 'cut of ISO-2022-KR' 0 '' "$qzconv" cut -f ISO2022-KR --chars 1 <(printf 
 check 'every line stands alone' cmp -s "$work/out" <(printf '\x1B$)C\x0E0!\x0F\n\x1B$)C\x0E0!\x0F\n')
 expect 'cut without a limit' 3 'required' "$qzconv" cut -f EUCKR "$work/in"
 
+finds() { # CHARSET OPTIONS PATTERN PLACES: line:character:offset of each
+    local what="find $*" charset=$1 options=$2 pattern=$3 places=$4
+    "$qzconv" convert -q -f UTF8 -t "$charset" "$work/text" >"$work/in"
+    expect "$what" "$([[ -n $places ]]; echo $?)" '' "$qzconv" find -f "$charset" $options -- "$pattern" "$work/in"
+    check "$what: not $(paste -sd' ' "$work/out")" test "$(paste -sd' ' "$work/out")" = "$places"
+}
+printf 'aaaa\nb안_😀x\naXa\n' >"$work/text"
+finds ASCII '' aa '1:1:0 1:3:2'
+finds ASCII '--backward' aaa '1:2:1'
+finds ASCII '--overlap' aa '1:1:0 1:2:1 1:3:2'
+finds ASCII '--overlap --backward --nth 3' aa '1:1:0'
+finds ASCII '--nth 2' aa '1:3:2'
+finds ASCII '--nth 3' aa ''
+finds ASCII '--count' aa 2
+finds ASCII '--count --overlap --backward' aa 3
+finds UTF8 '' x '2:5:9' # what is one unit to the iterator, a pair in UTF-16, is one character
+finds UTF16 '' x '2:5:9'
+finds UTF8 '' 😀x '2:4:8'
+finds GB18030 '--backward' 안_😀 '2:2:6'
+finds UTF16 '--like --backward' _x '2:4:8'
+finds ISO2022-KR '' b안_ '2:1:5'
+finds US8ICL '--backward' aa '1:3:2 1:1:0'
+finds UTF8 '--like' a_a '1:1:0 3:1:11'
+finds UTF8 '--like --escape !' '안!_' '2:2:6'
+finds UTF8 '--like --escape !' 'a!a' '1:1:0 1:3:2' # the escape character takes no room in the text
+finds UTF8 '--like --escape !' 'a!_a' ''
+expect 'find --json' 0 '' "$qzconv" find --json -f UTF8 X "$work/text" "$work/text"
+check 'find --json' test "$(sed 's/"file":"[^"]*"/F/' "$work/out" | paste -sd' ')" = \
+    '[   {F,"line":3,"character":2,"offset":12},   {F,"line":3,"character":2,"offset":12} ]'
+expect 'a pattern that the charset cannot hold' 3 'U+1F600' "$qzconv" find -f EUCKR 😀 "$work/text"
+expect 'a pattern that is not UTF-8' 3 'not UTF-8' "$qzconv" find -f UTF8 $'a\xC3' "$work/text"
+expect 'an empty pattern' 3 'empty' "$qzconv" find -f UTF8 '' "$work/text"
+expect 'an escape character without a successor' 3 'escape' "$qzconv" find -f UTF8 --like --escape '!' 'a!' "$work/text"
+expect '--escape alone' 3 '--like' "$qzconv" find -f UTF8 --escape '!' a "$work/text"
+
+# Longer than a read and than a slice of the search (262144 units); no character ends where either does.
+repeated() { head -c "$2" /dev/zero | sed "s/\x00/$1/g"; }
+{ echo -n b; repeated 안 300000; echo; echo -n a; repeated 안 300001; } >"$work/text"
+finds UTF8 '--backward' 안$'\n'a안 '1:300001:300000'
+for direction in '' --backward; do
+    finds UTF8 "--count $direction" 안 600001
+    finds UTF8 "--nth 300000 $direction" 안안 "$([[ $direction ]] && echo 1:2:1 || echo 2:300000:600001)"
+    finds UTF8 "--like --nth 299999 --overlap $direction" 안_ "$([[ $direction ]] && echo 2:3:300004 || echo 1:300000:299999)"
+done
+expect 'stat' 0 '' "$qzconv" stat --json -f UTF8 "$work/text"
+check 'stat counts what ends behind a read' grep -q '"characters": 600004' "$work/out"
+
 # 200 MB go through 100 MB of address space. (Sanitizers reserve more than that for themselves.)
 bounded() { head -c 200000000 /dev/zero | (ulimit -v 100000 && exec "$qzconv" convert -q -f ASCII -t UTF16 -o /dev/null); }
-if [[ -z ${QZCONV_SANITIZED:-} ]]; then check 'bounded memory' bounded; fi
+search_bounded() { (ulimit -v 100000 && exec "$qzconv" find -f ASCII --nth 2 --backward --like a_ "$work/sparse"); }
+if [[ -z ${QZCONV_SANITIZED:-} ]]; then
+    check 'bounded memory' bounded
+    { printf abab; head -c 100000000 /dev/zero; } >"$work/sparse"
+    check 'a search in bounded memory' test "$(search_bounded)" = 1:1:0
+fi
 exit "$failures"

@@ -11,5 +11,6 @@ void add_stat(CLI::App& app, int& exit_code);
 void add_dump(CLI::App& app, int& exit_code);
 void add_check(CLI::App& app, int& exit_code);
 void add_cut(CLI::App& app, int& exit_code);
+void add_find(CLI::App& app, int& exit_code);
 
 } // namespace qzconv

@@ -1,4 +1,4 @@
-// qzconv: lists the charsets, converts, checks, cuts, measures and dumps text.
+// qzconv: lists the charsets, converts, checks, cuts, measures, dumps and searches text.
 #include "commands.h"
 #include "failure.h"
 #include "streams.h"
@@ -35,6 +35,7 @@ int main(int argc, char** argv) {
     qzconv::add_dump(app, exit_code);
     qzconv::add_check(app, exit_code);
     qzconv::add_cut(app, exit_code);
+    qzconv::add_find(app, exit_code);
     try {
         app.parse(argc, argv);
         if (std::fflush(stdout) != 0) throw qzconv::Failure(fmt::format("standard output: {}", std::strerror(errno)));

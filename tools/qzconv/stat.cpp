@@ -75,7 +75,8 @@ Row measure(qzstr_charset_t charset, const std::string& path) {
     const bool as_it_is = has_positions(charset);
     Input input(path);
     Reader reader(input, 256 * 1024);
-    BlockConverter converter(charset, QZSTR_CHARSET_UTF8);
+    // A charset's conversion into itself copies bytes: it may cut a character.
+    BlockConverter converter(charset, charset == QZSTR_CHARSET_UTF8 ? QZSTR_CHARSET_UTF16 : QZSTR_CHARSET_UTF8);
     Row row{input.name(), 0, Measure(as_it_is ? charset : QZSTR_CHARSET_UTF8)};
     while (reader.fill()) {
         const std::string_view text = reader.text();
