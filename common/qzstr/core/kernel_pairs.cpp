@@ -12,7 +12,29 @@
 
 namespace qzstr::core::QZSTR_LEVEL {
 
+namespace {
+
+/// Changes the case of a byte that is a letter from `first` to `first` + 25.
+void flip_letter(uchar first, uchar& b) {
+    if (static_cast<uchar>(b - first) < 26) b ^= 0x20;
+}
+
+/// Walks byte by byte, from a byte that begins a character on.
+void flip_walking(const byte_set& leads, uchar first, uchar* p, std::size_t n) {
+    for (std::size_t at = 0; at < n; ++at)
+        if (leads.contains(p[at]))
+            ++at;
+        else
+            flip_letter(first, p[at]);
+}
+
+} // namespace
+
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_plain
+
+void flip_letters_pairs(const byte_set& leads, uchar first, uchar* p, std::size_t n) {
+    flip_walking(leads, first, p, n);
+}
 
 moved decode_pairs(const pair_decoding&, unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
     return {};
@@ -349,6 +371,27 @@ moved skip_pairs_before(const byte_set& set, const byte_set& stops, const uchar*
         carry = leads >> (taken - 1) & 1;
     }
     return {base + static_cast<std::size_t>(carry), passed};
+}
+
+void flip_letters_pairs(const byte_set& set, uchar first, uchar* p, std::size_t n) {
+    std::size_t base = 0;
+    std::uint64_t carry = 0;
+    for (; base + block_size <= n; base += block_size) {
+        const std::uint64_t in_set = members(set, p + base);
+        if ((in_set | carry) == 0) {
+            for (std::size_t i = 0; i < block_size; i += block::size)
+                block::load(p + base + i).flip_letters(first).store(p + base + i);
+            continue;
+        }
+        const std::uint64_t leads = leads_among(in_set, carry);
+        const std::uint64_t single = ~leads & starts_after(leads, carry);
+        const byte_range letters{first, static_cast<uchar>(first + 25)};
+        for (std::uint64_t left = single & mask_64(p + base, [letters](block b) { return b.within(letters); });
+             left != 0; left &= left - 1)
+            p[base + lowest(left)] ^= 0x20;
+        carry = leads >> 63;
+    }
+    if (base + carry < n) flip_walking(set, first, p + base + carry, n - base - carry);
 }
 
 #endif

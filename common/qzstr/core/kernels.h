@@ -143,6 +143,8 @@ struct letter_stretch {
       (layout, src, n, dst, room))                                                                                     \
     /* flip_letters over UTF-8 of at most n bytes, up to the end of the first stretch with other letters. */           \
     K(letter_stretch, flip_letters_utf8, (uchar first, uchar * p, std::size_t n), (first, p, n))                       \
+    /* Changes the case of the ASCII letters from `first` on, where a lead takes the byte behind it along. */          \
+    K(void, flip_letters_pairs, (const byte_set& leads, uchar first, uchar* p, std::size_t n), (leads, first, p, n))   \
     /* Changes the case of ASCII letters in n bytes: of those from `first` to `first` + 25, in the other case. */      \
     K(void, flip_letters, (uchar first, uchar * p, std::size_t n), (first, p, n))
 

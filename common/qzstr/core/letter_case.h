@@ -66,6 +66,12 @@ concept single_byte_text = requires {
     F::single_byte_text;
 };
 
+/// Whether F changes the case of ASCII letters by whole blocks.
+template <class F>
+concept flips_by_blocks = requires(uchar* p) {
+    F::flip_case('A', p, 1);
+};
+
 /// The case slot of a family: letters of one byte, steps over whatever is longer.
 template <class F, class Letters = ascii_letters>
 struct letter_case {
@@ -76,9 +82,11 @@ struct letter_case {
         switch (case_type) {
         case QZSTR_CASE_LOWER:
             if constexpr (single_byte_text<F>) return Letters::lower_all(p, static_cast<std::size_t>(len));
+            if constexpr (flips_by_blocks<F>) return F::flip_case('A', p, len);
             return each_single(p, len, step, [](uchar& b) { b = Letters::lower(b); });
         case QZSTR_CASE_UPPER:
             if constexpr (single_byte_text<F>) return Letters::upper_all(p, static_cast<std::size_t>(len));
+            if constexpr (flips_by_blocks<F>) return F::flip_case('a', p, len);
             return each_single(p, len, step, [](uchar& b) { b = Letters::upper(b); });
         case QZSTR_CASE_INITCAP:
             return init_cap<Letters>(p, len, step);

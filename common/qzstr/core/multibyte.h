@@ -195,6 +195,11 @@ struct double_byte : multibyte<F> {
         return static_cast<offset_t>(skip_pairs(F::leads, p, static_cast<std::size_t>(len), ~std::size_t{0}).written);
     }
 
+    /// Changes the case of the ASCII letters from `first` on, by the same steps.
+    static void flip_case(uchar first, uchar* p, offset_t len) {
+        flip_letters_pairs(F::leads, first, p, static_cast<std::size_t>(len));
+    }
+
     /// k characters take at least k bytes, so no read goes further than the characters require.
     static offset_t bytes_of(const uchar* p, offset_t chars) {
         offset_t at = 0;
