@@ -1,14 +1,10 @@
 // What the tests of the Japanese rows share: repertoires laid out from the mapping files, and walks that hold a row to them.
 #pragma once
 
-#include "support.h"
+#include "repertoire.h"
 
 #include <algorithm>
-#include <fstream>
 #include <functional>
-#include <iconv.h>
-#include <map>
-#include <sstream>
 
 namespace japanese {
 
@@ -26,18 +22,13 @@ struct mapping_line {
 
 inline std::vector<mapping_line> read_mapping(const std::string& name) {
     std::vector<mapping_line> lines;
-    std::ifstream file(MAPPINGS_DIR "/" + name + ".txt");
-    for (std::string line; std::getline(file, line);) {
-        if (line.empty() || line[0] == '#') continue;
-        std::istringstream fields(line);
-        std::string code, to, one_way;
-        fields >> code >> to >> one_way;
+    for (const auto& columns : mapping_lines(name)) {
         characters text;
-        for (std::istringstream parts(to); std::getline(parts, to, '+');)
-            text += static_cast<char32_t>(std::stoul(to, nullptr, 16));
-        lines.push_back({static_cast<unsigned>(std::stoul(code, nullptr, 16)), text, !one_way.empty()});
+        std::istringstream parts(columns[1]);
+        for (std::string part; std::getline(parts, part, '+');)
+            text += hex_number(part);
+        lines.push_back({hex_number(columns[0]), text, columns.size() > 2});
     }
-    EXPECT_FALSE(lines.empty()) << name;
     return lines;
 }
 
@@ -46,14 +37,6 @@ inline std::string sequence(std::initializer_list<unsigned> bytes) {
 }
 
 inline const characters marks = {0x2E5, 0x2E9, 0x300, 0x301, 0x309A};
-
-inline std::string units(const characters& text, int size, bool big_end = true) {
-    std::string bytes;
-    for (const char32_t c : text)
-        for (int i = 0; i < size; ++i)
-            bytes += static_cast<char>(c >> 8 * (big_end ? size - 1 - i : i));
-    return bytes;
-}
 
 struct row_under_test {
     int row;
@@ -158,52 +141,17 @@ struct row_under_test {
     }
 };
 
-/// What the C library's converter makes of a sequence; empty where it refuses.
-inline characters by_iconv(iconv_t to_utf32, std::string text) {
-    char32_t out[8];
-    char *in_at = text.data(), *out_at = reinterpret_cast<char*>(out);
-    std::size_t in_left = text.size(), out_left = sizeof out;
-    iconv(to_utf32, nullptr, nullptr, nullptr, nullptr);
-    const bool done = iconv(to_utf32, &in_at, &in_left, &out_at, &out_left) == 0 &&
-                      iconv(to_utf32, nullptr, nullptr, &out_at, &out_left) == 0 && in_left == 0;
-    return done ? characters(out, reinterpret_cast<char32_t*>(out_at)) : characters();
-}
-
-/// The sequences among `all` that the C library reads differently from `decodes`, with both readings.
+/// The sequences among `all` that the C library reads differently from `decodes`.
 template <class Sequences>
-std::map<std::string, std::pair<characters, characters>> differences(const char* charset, const decoding& decodes,
-                                                                     const Sequences& all) {
-    std::map<std::string, std::pair<characters, characters>> found;
-    const iconv_t converter = iconv_open("UTF-32LE", charset);
-    EXPECT_NE(converter, reinterpret_cast<iconv_t>(-1)) << charset;
-    if (converter == reinterpret_cast<iconv_t>(-1)) return found;
+std::string read_otherwise(const char* charset, const decoding& decodes, const Sequences& all) {
+    const peer theirs(charset);
+    code_set found;
     for (const std::string& one : all) {
-        const characters theirs = by_iconv(converter, one);
+        const characters meaning = theirs.characters(one);
         const auto ours = decodes.find(one);
-        if (!theirs.empty() && (ours == decodes.end() || ours->second != theirs))
-            found[one] = {ours == decodes.end() ? characters() : ours->second, theirs};
+        found.visit(number(one), !meaning.empty() && (ours == decodes.end() || ours->second != meaning));
     }
-    iconv_close(converter);
-    return found;
-}
-
-/// The same as text, a line each: "81 5F: FF3C, there 5C".
-template <class Differences>
-std::string listed(const Differences& found) {
-    std::ostringstream text;
-    const auto points = [&](const characters& c) {
-        for (std::size_t i = 0; i < c.size(); ++i)
-            text << (i != 0 ? "+" : "") << std::hex << std::uppercase << static_cast<unsigned>(c[i]);
-        if (c.empty()) text << "nothing";
-    };
-    for (const auto& [bytes, readings] : found) {
-        text << hex(bytes) << ": ";
-        points(readings.first);
-        text << ", there ";
-        points(readings.second);
-        text << "\n";
-    }
-    return text.str();
+    return found.text();
 }
 
 /// All pairs of bytes, and single bytes, that the decoder of Shift-JIS or CP932 takes whole.
@@ -263,75 +211,12 @@ struct shift_jis_layers {
     }
 };
 
-/// A string of `length` bytes out of `telling`, for each combination.
-template <class Each>
-void each_string(const std::string& telling, std::size_t length, Each each) {
-    std::vector<std::size_t> digit(length);
-    for (std::size_t at = 0; at < length;) {
-        std::string text;
-        for (const std::size_t d : digit)
-            text += telling[d];
-        each(text);
-        for (at = 0; at < length && ++digit[at] == telling.size(); ++at)
-            digit[at] = 0;
-    }
+using ucs_slot = decltype(conversion_case::slot);
+inline ucs_slot decoder(int row) {
+    return _charset_info[row].qzstr_to_ucs2_fn;
 }
-
-/// Counting and positions by a plain walk over `size(byte)`.
-template <class Size>
-void expect_positions(int row, const std::string& text, Size size, bool wide_by_bytes) {
-    static const guarded memory;
-    const auto& slots = _charset_info[row];
-    const int length = static_cast<int>(text.size());
-    char* const p = memory.place(text);
-    std::vector<int> start;
-    int at = 0;
-    for (; at < length; at += size(static_cast<uchar>(text[static_cast<std::size_t>(at)])))
-        start.push_back(at);
-    const int count = static_cast<int>(start.size());
-    ASSERT_EQ(slots.qzstr_count_char_fn(p, length), count) << hex(text);
-    int columns = 0;
-    for (int n = 1; n <= count + 1; ++n) {
-        const int k = std::min(n, count);
-        const int end = k < count ? start[static_cast<std::size_t>(k)] : at;
-        int first = -9, last = -9, number = -9;
-        slots.qzstr_get_byte_pos_fn(p, length, n, &first, &last, &number);
-        ASSERT_EQ(std::vector({first, last, number}),
-                  std::vector({start[static_cast<std::size_t>(k - 1)], std::min(end, length) - 1, k}))
-            << hex(text) << " " << n;
-        if (n > count || end > length) continue;
-        ASSERT_EQ(slots.qzstr_count_byte_fn(p, k), end) << hex(text) << " " << n;
-        const int bytes = end - start[static_cast<std::size_t>(k - 1)];
-        columns += wide_by_bytes ? bytes : std::min(bytes, 2);
-        int fits = -9, width = -9;
-        uchar reached = 9;
-        slots.qzstr_get_byte_pos_with_disp_size_fn(p, length, columns, &fits, &width, &reached);
-        ASSERT_EQ(std::vector({fits, width, int{reached}}), std::vector({end, columns, 1})) << hex(text) << " " << n;
-        if (bytes == 1) continue;
-        slots.qzstr_get_byte_pos_with_disp_size_fn(p, length, columns - 1, &fits, &width, &reached);
-        ASSERT_EQ(std::vector({fits, width, int{reached}}), std::vector({end - bytes, columns - 2, 1})) << hex(text);
-    }
-}
-
-/// Rows of a table of single conversions.
-struct conversion_case {
-    const char* what;
-    int row;
-    bool encode;
-    const char* source;
-    int room;
-    conv_status_t status;
-    int read;
-    const char* result;
-};
-inline void expect_conversion(const conversion_case& c) {
-    const std::string result = unhex(c.result);
-    const converted expected{c.status, c.read, static_cast<int>(result.size()), result};
-    const auto& slots = _charset_info[c.row];
-    if (c.encode)
-        EXPECT_EQ(run_slot(slots.qzstr_from_ucs2_fn, unhex(c.source), c.room), expected) << c.what;
-    else
-        EXPECT_EQ(run_slot(slots.qzstr_to_ucs2_fn, unhex(c.source), c.room), expected) << c.what;
+inline ucs_slot encoder(int row) {
+    return _charset_info[row].qzstr_from_ucs2_fn;
 }
 
 } // namespace japanese

@@ -1,24 +1,18 @@
 // EUC-KR, the reference double-byte family.
-#include "korean_repertoire.h"
+#include "repertoire.h"
 
 using namespace support;
-using korean::gives;
 
 namespace {
 
-using ints = std::vector<int>;
-
 const qzstr_charset_info_t& euckr = _charset_info[QZSTR_CHARSET_EUCKR];
 
-TEST(Euckr, Repertoire) {
-    korean::check_repertoire(korean::euckr(), QZSTR_CHARSET_EUCKR, 0xA1);
-}
-
-TEST(Euckr, AgreesWithTheCLibrary) {
-    korean::check_against_iconv(korean::euckr(), "EUC-KR", 0xA1, [](unsigned code, unsigned c) {
-        // A later addition to the standard, here kept out; and the won sign, which it writes as 5C.
-        return code == 0xA2E8 || c == 0x327E || c == 0x20A9;
-    });
+TEST(Euckr, EveryPairAndEveryCodePoint) {
+    // A2E8 is a later addition to the standard, here kept out.
+    EXPECT_EQ(compare(
+                  QZSTR_CHARSET_EUCKR, "EUC-KR", 0xA100, [](unsigned code) { return code < 0xFF00; }, 0x10000,
+                  [](char32_t) { return false; }),
+              (comparison{8226, 8226, "A2E8", "", "", "", ""}));
 }
 
 TEST(Euckr, ConvertsTellingBytes) {
@@ -83,15 +77,13 @@ TEST(Euckr, Boundaries) {
         {"A0 FF B0", "111", "010", 3},
     };
     for (const auto& c : cases) {
-        std::string text = unhex(c.text), leading, ending;
-        for (int i = 0; i < static_cast<int>(text.size()); ++i) {
-            const bool starts = euckr.qzstr_is_char_leading_byte(text.data(), i) != 0;
-            const bool ends = euckr.qzstr_is_char_ending_byte(text.data(), i) != 0;
-            leading += starts ? '1' : '0';
-            ending += ends ? '1' : '0';
-            EXPECT_EQ(euckr.qzstr_get_char_leading_byte(text.data(), i), starts ? i : i - 1);
-            EXPECT_EQ(euckr.qzstr_get_char_ending_byte(text.data(), i, 1), ends ? i : i - 1);
-            EXPECT_EQ(euckr.qzstr_get_char_ending_byte(text.data(), i, 0), ends ? i : i + 1);
+        std::string text = unhex(c.text);
+        const auto [leading, ending, start, behind, ahead] = boundaries_of(euckr, text);
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            const int at = static_cast<int>(i);
+            EXPECT_EQ(start[i], leading[i] == '1' ? at : at - 1);
+            EXPECT_EQ(ahead[i], ending[i] == '1' ? at : at - 1);
+            EXPECT_EQ(behind[i], ending[i] == '1' ? at : at + 1);
         }
         EXPECT_EQ(leading, c.leading) << c.text;
         EXPECT_EQ(ending, c.ending) << c.text;
@@ -113,14 +105,8 @@ TEST(Euckr, PositionsAndWidth) {
         {"80 FF 41", 2, {1, 1, 2}, {2, 2, 1}},
     };
     for (const auto& c : cases) {
-        std::string text = unhex(c.text);
-        const int len = static_cast<int>(text.size());
-        int a = -9, b = -9, count = -9;
-        uchar less = 9;
-        euckr.qzstr_get_byte_pos_fn(text.data(), len, c.n, &a, &b, &count);
-        EXPECT_EQ((ints{a, b, count}), c.position) << c.text << " " << c.n;
-        euckr.qzstr_get_byte_pos_with_disp_size_fn(text.data(), len, c.n, &a, &b, &less);
-        EXPECT_EQ((ints{a, b, less}), c.cut) << c.text << " " << c.n;
+        EXPECT_EQ(position(euckr, unhex(c.text), c.n), c.position) << c.text << " " << c.n;
+        EXPECT_EQ(fit(euckr, unhex(c.text), c.n), c.cut) << c.text << " " << c.n;
     }
 }
 

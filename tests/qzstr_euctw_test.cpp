@@ -1,8 +1,6 @@
 // EUC-TW: every position of every plane against the C library, round trips, four-byte forms, the oddities that are kept.
 #include "repertoire.h"
 
-#include <map>
-
 using namespace support;
 
 namespace {
@@ -117,37 +115,17 @@ TEST(EucTw, Counts) {
 
 TEST(EucTw, Boundaries) {
     const struct {
-        const char *text, *leading;
-        std::vector<int> leads;
-        const char* ending;
-        std::vector<int> ahead, behind;
+        const char* text;
+        boundaries expected;
     } cases[] = {
-        {"41 A1 A2", "111", {0, 1, 2}, "101", {0, 0, 2}, {0, 2, 2}}, // byte 0 is never examined
-        {"8E A2 A1 A1 A1", "11111", {0, 1, 2, 3, 4}, "00010", {-1, -1, -1, 3, 3}, {3, 3, 3, 3, 5}},
+        {"41 A1 A2", {"111", "101", {0, 1, 2}, {0, 2, 2}, {0, 0, 2}}}, // byte 0 is never examined
+        {"8E A2 A1 A1 A1", {"11111", "00010", {0, 1, 2, 3, 4}, {3, 3, 3, 3, 5}, {-1, -1, -1, 3, 3}}},
         {"41 8E A2 A1 A1 C4 A1",
-         "1100010",
-         {0, 1, 1, 1, 1, 5, 5},
-         "1000101",
-         {0, 0, 0, 0, 4, 4, 6},
-         {0, 4, 4, 4, 4, 6, 6}},
-        {"41 42 C4 A1 80 FF", "111000", {0, 1, 2, 2, 2, 2}, "110111", {0, 1, 1, 3, 4, 5}, {0, 1, 3, 3, 4, 5}},
+         {"1100010", "1000101", {0, 1, 1, 1, 1, 5, 5}, {0, 4, 4, 4, 4, 6, 6}, {0, 0, 0, 0, 4, 4, 6}}},
+        {"41 42 C4 A1 80 FF", {"111000", "110111", {0, 1, 2, 2, 2, 2}, {0, 1, 3, 3, 4, 5}, {0, 1, 1, 3, 4, 5}}},
     };
-    for (const auto& c : cases) {
-        std::string text = unhex(c.text), leading, ending;
-        std::vector<int> leads, ahead, behind;
-        for (int i = 0; i < static_cast<int>(text.size()); ++i) {
-            leading += euctw.qzstr_is_char_leading_byte(text.data(), i) != 0 ? '1' : '0';
-            ending += euctw.qzstr_is_char_ending_byte(text.data(), i) != 0 ? '1' : '0';
-            leads.push_back(euctw.qzstr_get_char_leading_byte(text.data(), i));
-            ahead.push_back(euctw.qzstr_get_char_ending_byte(text.data(), i, 1));
-            behind.push_back(euctw.qzstr_get_char_ending_byte(text.data(), i, 0));
-        }
-        EXPECT_EQ(leading, c.leading) << c.text;
-        EXPECT_EQ(leads, c.leads) << c.text;
-        EXPECT_EQ(ending, c.ending) << c.text;
-        EXPECT_EQ(ahead, c.ahead) << c.text;
-        EXPECT_EQ(behind, c.behind) << c.text;
-    }
+    for (const auto& c : cases)
+        EXPECT_EQ(boundaries_of(euctw, unhex(c.text)), c.expected) << c.text;
 }
 
 TEST(EucTw, PositionsAndWidthTakeFourBytesAtEveryOtherHighByte) {
@@ -165,15 +143,8 @@ TEST(EucTw, PositionsAndWidthTakeFourBytesAtEveryOtherHighByte) {
         {"41 C4", 5, {1, 1, 2}, 2, {1, 1, 0}},
     };
     for (const auto& c : cases) {
-        guarded buffer;
-        const std::string text = unhex(c.text);
-        char* const p = buffer.place(text);
-        int start = -7, end = -7, count = -7;
-        euctw.qzstr_get_byte_pos_fn(p, static_cast<int>(text.size()), c.n, &start, &end, &count);
-        EXPECT_EQ(std::vector({start, end, count}), c.position) << c.text;
-        uchar reached = 9;
-        euctw.qzstr_get_byte_pos_with_disp_size_fn(p, static_cast<int>(text.size()), c.columns, &start, &end, &reached);
-        EXPECT_EQ(std::vector({start, end, int{reached}}), c.prefix) << c.text;
+        EXPECT_EQ(position(euctw, unhex(c.text), c.n), c.position) << c.text;
+        EXPECT_EQ(fit(euctw, unhex(c.text), c.columns), c.prefix) << c.text;
     }
 }
 

@@ -1,9 +1,7 @@
 // GB 18030: all scalar values, pairs and four-byte forms against the C library's converter, positions against plain walks.
-#include "support.h"
+#include "repertoire.h"
 
 #include <algorithm>
-#include <iconv.h>
-#include <map>
 #include <set>
 #include <utility>
 
@@ -17,33 +15,10 @@ std::string bytes_of(std::initializer_list<int> list) {
     return {list.begin(), list.end()};
 }
 std::string wide(unsigned c) {
-    return {static_cast<char>(c >> 24), static_cast<char>(c >> 16), static_cast<char>(c >> 8), static_cast<char>(c)};
-}
-unsigned first_of(const std::string& units) {
-    unsigned c = 0;
-    for (int i = 0; i < 4; ++i)
-        c = c << 8 | static_cast<uchar>(units[static_cast<std::size_t>(i)]);
-    return c;
+    return units({c}, 4);
 }
 
-/// The C library's opinion of one sequence; an empty string where it refuses.
-class peer {
-public:
-    peer(const char* to, const char* from) : converter_(iconv_open(to, from)) {}
-    ~peer() { iconv_close(converter_); }
-    std::string operator()(std::string text) const {
-        char out[16], *in_at = text.data(), *out_at = out;
-        std::size_t in_left = text.size(), out_left = sizeof out;
-        iconv(converter_, nullptr, nullptr, nullptr, nullptr);
-        const bool done = iconv(converter_, &in_at, &in_left, &out_at, &out_left) == 0 && in_left == 0;
-        return done ? std::string(out, out_at) : std::string();
-    }
-
-private:
-    iconv_t converter_;
-};
-
-const peer to_gb("GB18030", "UCS-4BE"), from_gb("UCS-4BE", "GB18030");
+const peer to_gb("UCS-4BE", "GB18030"), from_gb("GB18030", "UCS-4BE");
 const std::string replacement = wide(0xFFFD);
 
 /// Six pairs keep the private-use value of the first edition, since their later one lies beyond the BMP.
@@ -83,7 +58,7 @@ TEST(Gb18030, EveryScalarValueGoesThereAndBack) {
         ASSERT_EQ(back, (converted{c == 0xFFFF ? 2 : 0, static_cast<int>(code.bytes.size()), 4, wide(expected)}))
             << std::hex << c;
         one_way += expected != c ? 1 : 0;
-        ASSERT_EQ(hex(disputed(c) ? code.bytes : to_gb(wide(c))), hex(code.bytes)) << std::hex << c;
+        ASSERT_EQ(hex(disputed(c) ? code.bytes : to_gb.bytes(wide(c))), hex(code.bytes)) << std::hex << c;
         if (c < 0x10000) {
             const std::string unit = wide(c).substr(2);
             ASSERT_EQ(run_slot(gb.qzstr_from_ucs2_fn, unit), (converted{0, 2, code.written, code.bytes})) << c;
@@ -98,7 +73,7 @@ TEST(Gb18030, EveryPairDecodesAsTheCLibrarySays) {
         for (int trail = 0; trail < 0x100; ++trail) {
             if (trail >= '0' && trail <= '9') continue;
             const std::string pair = bytes_of({lead, trail});
-            std::string expected = from_gb(pair);
+            std::string expected = from_gb.bytes(pair);
             const auto kept = kept_private.find(static_cast<unsigned>(lead << 8 | trail));
             if (kept != kept_private.end()) expected = wide(kept->second);
             ASSERT_EQ(run_slot(gb.qzstr_to_ucs4_fn, pair),
@@ -118,9 +93,9 @@ TEST(Gb18030, EveryFourByteFormDecodesAsTheCLibrarySays) {
                 for (int d = '0' - 1; d <= '9' + 1; ++d) {
                     const std::string form = bytes_of({a, b, c, d});
                     const converted got = run_slot(gb.qzstr_to_ucs4_fn, form);
-                    std::string expected = from_gb(form);
+                    std::string expected = from_gb.bytes(form);
                     if (expected == wide(0xFFFF)) expected.clear();
-                    if (const unsigned value = first_of(got.bytes); disputed(value)) {
+                    if (const unsigned value = number(got.bytes); disputed(value)) {
                         if (value < 0x10000) found.push_back(value);
                         expected = got.bytes;
                     }
@@ -143,15 +118,7 @@ TEST(Gb18030, ConversionsAtTheEdges) {
         return qzstr_gb18030_get_ascii_str(QZSTR_CHARSET_GB18030, str, len, QZSTR_CHARSET_ASCII, buf, size, read,
                                            written);
     };
-    const struct {
-        const char* what;
-        decltype(gb.qzstr_to_ucs2_fn) slot;
-        const char* source;
-        int room;
-        conv_status_t status;
-        int read;
-        const char* result;
-    } cases[] = {
+    expect_conversions({
         {"beyond the BMP in UCS-2", gb.qzstr_to_ucs2_fn, "90 30 81 30 41", -1, 2, 5, "FF FD 00 41"},
         {"a surrogate pair", utf16, "E3 32 9A 35 41", -1, 0, 5, "DB FF DF FF 00 41"},
         {"no room for both halves", utf16, "41 E3 32 9A 35", 5, 1, 1, "00 41"},
@@ -167,13 +134,7 @@ TEST(Gb18030, ConversionsAtTheEdges) {
         {"behind Unicode", gb.qzstr_from_ucs4_fn, "00 11 00 00 00 10 FF FF", -1, 2, 8, "3F E3 32 9A 35"},
         {"one question mark a character", ascii, "41 B0 A1 81 39 81 30 80 FF 41 81", -1, 3, 10, "41 3F 3F 3F 3F"},
         {"not half a form", ascii, "90 30 81", -1, 1, 0, ""},
-    };
-    for (const auto& c : cases) {
-        const std::string result = unhex(c.result);
-        EXPECT_EQ(run_slot(c.slot, unhex(c.source), c.room),
-                  (converted{c.status, c.read, static_cast<int>(result.size()), result}))
-            << c.what;
-    }
+    });
 }
 
 /// Where the characters begin, and where the last one ends (behind the text when that cuts it); by the forms, or by the
@@ -190,7 +151,7 @@ std::vector<int> borders(const std::string& text, bool counted) {
     return found;
 }
 
-void expect_positions(const guarded& memory, const std::string& text) {
+void expect_forms(const guarded& memory, const std::string& text) {
     const std::vector<int> border = borders(text, false), counted = borders(text, true);
     const int len = static_cast<int>(text.size()), count = static_cast<int>(border.size()) - 1;
     char* const p = memory.place(text);
@@ -198,21 +159,16 @@ void expect_positions(const guarded& memory, const std::string& text) {
     for (std::size_t n = 0; n + 1 < counted.size(); n += 1 + n / 8)
         ASSERT_EQ(gb.qzstr_count_byte_fn(p, static_cast<int>(n)), counted[n]) << hex(text);
     for (int n = 0; n <= count + 1; n += 1 + n / 8) {
-        int start = -1, end = -1, number = -1;
-        gb.qzstr_get_byte_pos_fn(p, len, n, &start, &end, &number);
         const int k = n < 1 || n > count ? count : n;
         const auto at = static_cast<std::size_t>(k);
-        ASSERT_EQ(std::vector({start, end, number}), std::vector({border[at - 1], std::min(border[at], len) - 1, k}))
+        ASSERT_EQ(position(gb, text, n), (ints{border[at - 1], std::min(border[at], len) - 1, k}))
             << hex(text) << " " << n;
     }
     for (std::size_t k = 0; k + 1 < border.size(); ++k) {
         const int start = border[k], end = border[k + 1] - 1;
         for (int at = start; at <= end && at < len; ++at) {
-            int bytes = -1, columns = -1;
-            uchar reached = 9;
-            gb.qzstr_get_byte_pos_with_disp_size_fn(p, len, at, &bytes, &columns, &reached);
             const int fills = (at == start && at > 0) || end < len ? 1 : 0; // one that the end cuts takes no column
-            ASSERT_EQ(std::vector({bytes, columns, int{reached}}), std::vector({start, start, fills})) << hex(text);
+            ASSERT_EQ(fit(gb, text, at), (ints{start, start, fills})) << hex(text);
             ASSERT_EQ(gb.qzstr_is_char_leading_byte(p, at), at == start) << hex(text) << " " << at;
             ASSERT_EQ(gb.qzstr_get_char_leading_byte(p, at), start) << hex(text) << " " << at;
             ASSERT_EQ(gb.qzstr_is_char_ending_byte(p, at), at == end) << hex(text) << " " << at;
@@ -226,19 +182,11 @@ void expect_positions(const guarded& memory, const std::string& text) {
 TEST(Gb18030, PositionsFollowTheForms) {
     const std::string telling = unhex("41 38 39 80 81 FF");
     const guarded memory;
-    for (int code = 0; code < 6 * 6 * 6 * 6 * 6 * 6; ++code) {
-        std::string text;
-        for (int rest = code, i = 0; i < 6; ++i, rest /= 6)
-            text += telling[static_cast<std::size_t>(rest % 6)];
-        ASSERT_NO_FATAL_FAILURE(expect_positions(memory, text));
-    }
-    const std::string pieces[] = {"A", "\xB0\xA1", "\xFE\x40", "\x81\x30\x81\x30", "\x81\x39\xFE\x39", "\xFF\xFF"};
+    each_string(telling, 6, [&](const std::string& text) { expect_forms(memory, text); });
     std::string text; // across blocks of a kernel
-    for (unsigned i = 0, state = 1; i < 150; ++i) {
-        state = state * 1103515245 + 12345;
-        const unsigned kind = state >> 16 & 31;
-        text += pieces[kind < 6 ? kind : 1];
-        ASSERT_NO_FATAL_FAILURE(expect_positions(memory, text));
+    for (std::uint64_t i = 0, seed = 1; i < 150; ++i) {
+        text += random_text(seed, 1, {"41", "B0 A1", "B0 A1", "FE 40", "81 30 81 30", "81 39 FE 39", "FF FF", "B0 A1"});
+        expect_forms(memory, text);
     }
     EXPECT_TRUE(take_assertions().empty());
 }

@@ -1,8 +1,7 @@
 // GBK: the whole repertoire against the C library's converter, user-defined areas, positions, the oddities that are kept.
-#include "support.h"
+#include "repertoire.h"
 
 #include <algorithm>
-#include <iconv.h>
 #include <utility>
 
 using namespace support;
@@ -34,25 +33,15 @@ int index(int trail, int first, int hole) {
     return trail - first - (trail > hole ? 1 : 0);
 }
 
-/// The converter of the C library for one sequence; an empty string where it refuses.
-std::string by_iconv(iconv_t converter, std::string text) {
-    char out[16], *in_at = text.data(), *out_at = out;
-    std::size_t in_left = text.size(), out_left = sizeof out;
-    iconv(converter, nullptr, nullptr, nullptr, nullptr);
-    const bool done = iconv(converter, &in_at, &in_left, &out_at, &out_left) == 0 && in_left == 0;
-    return done ? std::string(out, out_at) : std::string();
-}
-
 TEST(Gbk, EveryPairDecodesAsTheCLibrarySaysOrIsUserDefined) {
-    const iconv_t converter = iconv_open("UTF-16BE", "GBK");
-    ASSERT_NE(converter, reinterpret_cast<iconv_t>(-1));
+    const peer theirs("GBK");
     int mapped = 0;
     for (int lead = 0x81; lead <= 0xFE; ++lead)
         for (int trail = 0; trail < 0x100; ++trail) {
-            const std::string unit = by_iconv(converter, two(lead, trail));
+            const auto c = theirs.decoded(two(lead, trail));
             int expected = unmapped;
-            if (!unit.empty())
-                expected = static_cast<uchar>(unit[0]) << 8 | static_cast<uchar>(unit[1]);
+            if (c)
+                expected = static_cast<int>(*c);
             else if (lead == 0xA2 && trail >= 0xA1 && trail <= 0xAA)
                 expected = 0x2170 + trail - 0xA1;
             else if (lead >= 0xAA && lead <= 0xAF && trail >= 0xA1 && trail < 0xFF)
@@ -65,14 +54,12 @@ TEST(Gbk, EveryPairDecodesAsTheCLibrarySaysOrIsUserDefined) {
             ASSERT_EQ(decode(two(lead, trail)), expected) << hex(two(lead, trail));
         }
     EXPECT_EQ(mapped, 23205);
-    iconv_close(converter);
 }
 
 TEST(Gbk, EveryCodePointEncodesAsTheCLibrarySaysOrIsUserDefined) {
-    const iconv_t converter = iconv_open("GBK", "UTF-16BE");
-    ASSERT_NE(converter, reinterpret_cast<iconv_t>(-1));
+    const peer theirs("UTF-16BE", "GBK");
     for (int c = 0x80; c < 0x10000; ++c) {
-        std::string expected = by_iconv(converter, two(c >> 8, c & 0xFF));
+        std::string expected = theirs.bytes(two(c >> 8, c & 0xFF));
         const bool one_way = c == 0x00B7 || c == 0x2014 || (c >= 0x2170 && c <= 0x2179);
         if (one_way || expected.empty()) expected = "?";
         if (c == 0x20AC) expected = "\x80";
@@ -85,19 +72,10 @@ TEST(Gbk, EveryCodePointEncodesAsTheCLibrarySaysOrIsUserDefined) {
         }
         ASSERT_EQ(hex(encode(c)), hex(expected)) << std::hex << c;
     }
-    iconv_close(converter);
 }
 
 TEST(Gbk, ConversionsAtTheEdges) {
-    const struct {
-        const char* what;
-        decltype(gbk.qzstr_to_ucs2_fn) slot;
-        const char* source;
-        int room;
-        conv_status_t status;
-        int read;
-        const char* result;
-    } cases[] = {
+    expect_conversions({
         {"the Euro in one byte", gbk.qzstr_to_ucs2_fn, "80", -1, 0, 1, "20 AC"},
         {"0xFF costs two bytes", gbk.qzstr_to_ucs2_fn, "41 FF", -1, 2, 3, "00 41 FF FD"},
         {"0xFF takes the byte after it along", gbk.qzstr_to_ucs2_fn, "FF 41 42", -1, 2, 3, "FF FD 00 42"},
@@ -110,13 +88,7 @@ TEST(Gbk, ConversionsAtTheEdges) {
         {"a stray byte", gbk.qzstr_from_ucs2_fn, "20 AC 00", -1, 1, 2, "80"},
         {"only 16 bits count", gbk.qzstr_from_ucs4_fn, "00 01 00 41 00 02 55 4A", -1, 0, 8, "41 B0 A1"},
         {"Roman numerals are one-way", gbk.qzstr_from_ucs2_fn, "21 70 20 15 30 FB", -1, 2, 6, "3F A8 44 3F"},
-    };
-    for (const auto& c : cases) {
-        const std::string result = unhex(c.result);
-        EXPECT_EQ(run_slot(c.slot, unhex(c.source), c.room),
-                  (converted{c.status, c.read, static_cast<int>(result.size()), result}))
-            << c.what;
-    }
+    });
 }
 
 TEST(Gbk, ReducesToAscii) {
@@ -130,53 +102,30 @@ TEST(Gbk, ReducesToAscii) {
     }
 }
 
-/// Character starts by the plain walk that counting defines.
-std::vector<int> starts(const std::string& text) {
-    std::vector<int> found;
-    for (std::size_t at = 0; at < text.size(); at += static_cast<uchar>(text[at] - 0x81) < 0x7E ? 2 : 1)
-        found.push_back(static_cast<int>(at));
-    return found;
-}
-
 TEST(Gbk, PositionsFollowTheWalk) {
-    const std::string telling = unhex("0A 40 7F 80 81 FE FF");
-    static const guarded memory;
-    for (int code = 0; code < 7 * 7 * 7 * 7 * 7; ++code) {
-        std::string text;
-        for (int rest = code, i = 0; i < 5; ++i, rest /= 7)
-            text += telling[static_cast<std::size_t>(rest % 7)];
-        const std::vector<int> chars = starts(text);
-        const int count = static_cast<int>(chars.size());
+    const auto size = [](uchar b) { return b >= 0x81 && b <= 0xFE ? 2 : 1; };
+    each_string(unhex("0A 40 7F 80 81 FE FF"), 5, [&](const std::string& text) {
+        expect_positions(QZSTR_CHARSET_MSWIN936, text, size, true);
+        const boundaries found = boundaries_of(gbk, text);
+        static const guarded memory;
         char* const p = memory.place(text);
-        ASSERT_EQ(gbk.qzstr_count_char_fn(p, 5), count) << hex(text);
-        for (int n = 1; n <= 6; ++n) {
-            int start = -1, end = -1, number = -1;
-            gbk.qzstr_get_byte_pos_fn(p, 5, n, &start, &end, &number);
-            const int k = std::min(n, count);
-            ASSERT_EQ(std::vector({start, end, number}), std::vector({chars[k - 1], (k < count ? chars[k] : 5) - 1, k}))
-                << hex(text) << " " << n;
-            const int bytes = k < count ? gbk.qzstr_count_byte_fn(p, k) : -1;
-            ASSERT_EQ(bytes, k < count ? chars[k] : -1) << hex(text);
-        }
-        for (int at = 0; at < 5; ++at) {
-            const uchar b = static_cast<uchar>(text[at]);
-            const bool walked = std::find(chars.begin(), chars.end(), at) != chars.end();
+        std::size_t run = 0, walked = 0; // bytes with the high bit, which alone decides an end; the next character
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            const auto b = static_cast<uchar>(text[i]);
             // A byte that is no valid trail begins a character wherever it stands.
-            const bool leading = walked || b < 0x40 || b == 0x7F;
-            ASSERT_EQ(gbk.qzstr_is_char_leading_byte(p, at), leading) << hex(text) << " " << at;
-            ASSERT_EQ(gbk.qzstr_get_char_leading_byte(p, at), leading ? at : at - 1) << hex(text) << " " << at;
+            const bool leading = i == walked || b < 0x40 || b == 0x7F;
+            if (i == walked) walked += static_cast<std::size_t>(size(b));
+            run = b >= 0x80 ? run + 1 : 0;
+            const int at = static_cast<int>(i);
+            const bool ending = run % 2 == 0;
+            ASSERT_EQ(std::pair(found.leading[i], found.ending[i]), std::pair(leading ? '1' : '0', ending ? '1' : '0'))
+                << hex(text) << " " << at;
+            ASSERT_EQ((ints{found.start[i], found.behind[i], found.ahead[i]}),
+                      (ints{leading ? at : at - 1, ending ? at : at + 1, ending ? at : at - 1}))
+                << hex(text) << " " << at;
             ASSERT_EQ(gbk.qzstr_isspace_fn(p, at), leading && b == 0x0A) << hex(text) << " " << at;
-            int run = 0; // the high bit alone decides
-            while (run <= at && text[static_cast<std::size_t>(at - run)] < 0)
-                ++run;
-            ASSERT_EQ(gbk.qzstr_is_char_ending_byte(p, at), run % 2 == 0) << hex(text) << " " << at;
-            for (const uchar ahead : {0, 1})
-                ASSERT_EQ(gbk.qzstr_get_char_ending_byte(p, at, ahead), run % 2 == 0 ? at
-                                                                        : ahead != 0 ? at - 1
-                                                                                     : at + 1)
-                    << hex(text) << " " << at;
         }
-    }
+    });
     EXPECT_TRUE(take_assertions().empty());
 }
 

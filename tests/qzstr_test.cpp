@@ -1,5 +1,5 @@
 // Conversion through Unicode: a long text gives what one pass gives, and a full target stops where it should.
-#include "korean_repertoire.h"
+#include "repertoire.h"
 
 using namespace support;
 
@@ -61,9 +61,9 @@ TEST(Pivot, JoinedUnitsStayTogether) {
 
 TEST(Pivot, ManyChunks) {
     std::uint64_t seed = 3;
-    const std::string hangul = korean::random_text(seed, 60000, {"B0 A1", "81 41", "41", "C7 D1", "C9 A1", "0A", "FF"});
+    const std::string hangul = random_text(seed, 60000, {"B0 A1", "81 41", "41", "C7 D1", "C9 A1", "0A", "FF"});
     const std::string seven = one_pass(2, 33, hangul).bytes;
-    const std::string broken = korean::random_text(seed, 40000, {"0E 30 21", "0F 41", "1B 24 29 43", "1B", "30", "0A"});
+    const std::string broken = random_text(seed, 40000, {"0E 30 21", "0F 41", "1B 24 29 43", "1B", "30", "0A"});
     for (const int to : {1, 2, 11, 33}) {
         EXPECT_EQ(pivot(2, to, hangul), one_pass(2, to, hangul)) << to;
         EXPECT_EQ(pivot(33, to, seven), one_pass(33, to, seven)) << to;
@@ -97,7 +97,6 @@ TEST(Pivot, FullTarget) {
 }
 
 TEST(Pivot, ClosesTheShiftOnce) {
-    using korean::gives;
     EXPECT_EQ(pivot(2, 33, unhex("B0 A1 B0")), gives(0, 2, "1B 24 29 43 0E 30 21 0F")); // also before a cut tail
     EXPECT_EQ(pivot(2, 33, unhex("B0 A1"), 7), gives(1, 2, "1B 24 29 43 0E 30 21"));
     EXPECT_EQ(pivot(2, 33, unhex("B0 A1 B0 A2"), 8), gives(1, 2, "1B 24 29 43 0E 30 21"));

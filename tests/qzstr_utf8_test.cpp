@@ -27,15 +27,7 @@ TEST(Utf8, EveryCodePointGoesBothWays) {
 }
 
 TEST(Utf8, ConversionsAtTheEdges) {
-    const struct {
-        const char* what;
-        decltype(utf8.qzstr_to_ucs2_fn) slot;
-        const char* source;
-        int room;
-        conv_status_t status;
-        int read;
-        const char* result;
-    } cases[] = {
+    expect_conversions({
         {"never a lead", utf8.qzstr_to_ucs2_fn, "C0 80 F5", -1, 2, 3, "FF FD FF FD FF FD"},
         {"overlong", utf8.qzstr_to_ucs2_fn, "E0 80 80 41", -1, 2, 4, "FF FD 00 41"},
         {"a surrogate", utf8.qzstr_to_ucs2_fn, "ED A0 80", -1, 2, 3, "FF FD"},
@@ -51,13 +43,7 @@ TEST(Utf8, ConversionsAtTheEdges) {
         {"above U+10FFFF, low bits", utf8.qzstr_from_ucs4_fn, "81 23 45 67", -1, 0, 4, "F8 B4 95 A7"},
         {"no room for three bytes", utf8.qzstr_from_ucs2_fn, "00 41 AC 00", 3, 1, 2, "41"},
         {"a stray byte", utf8.qzstr_from_ucs4_fn, "00 00 00 41 00", -1, 1, 4, "41"},
-    };
-    for (const auto& c : cases) {
-        const std::string result = unhex(c.result);
-        EXPECT_EQ(run_slot(c.slot, unhex(c.source), c.room),
-                  (converted{c.status, c.read, static_cast<int>(result.size()), result}))
-            << c.what;
-    }
+    });
     const auto to_ascii = [](char* s, int n, char* t, int size, int* r, int* w, uchar) {
         return qzstr_utf8_get_ascii_str(QZSTR_CHARSET_UTF8, s, n, QZSTR_CHARSET_ASCII, t, size, r, w);
     };
@@ -68,19 +54,17 @@ TEST(Utf8, ConversionsAtTheEdges) {
 TEST(Utf8, PositionsNearTheEnd) {
     const struct {
         const char* text;
-        int n, start, end, count;
+        int n;
+        ints expected;
     } cases[] = {
-        {"41 C3 A9 EA B0 80", 3, 3, 5, 3}, {"41 C3 A9 EA B0 80", 9, 3, 5, 3}, {"41 C3 A9", 0, 1, 2, 2},
-        {"41 80 80", 2, 1, 2, 2},          {"41 80 80 80", 2, 1, 3, 2},       {"41 F0 80 80", 2, 1, 3, 2},
-        {"80 80 80 80", 1, 0, 3, 1}, // asked for, a stray byte with three behind it takes them along
-        {"80 80 80 80", 2, 1, 3, 2}, // walked over, it does not
-        {"80 80 80 80 80", 1, 0, 0, 1},
+        {"41 C3 A9 EA B0 80", 3, {3, 5, 3}}, {"41 C3 A9 EA B0 80", 9, {3, 5, 3}}, {"41 C3 A9", 0, {1, 2, 2}},
+        {"41 80 80", 2, {1, 2, 2}},          {"41 80 80 80", 2, {1, 3, 2}},       {"41 F0 80 80", 2, {1, 3, 2}},
+        {"80 80 80 80", 1, {0, 3, 1}}, // asked for, a stray byte with three behind it takes them along
+        {"80 80 80 80", 2, {1, 3, 2}}, // walked over, it does not
+        {"80 80 80 80 80", 1, {0, 0, 1}},
     };
     for (const auto& c : cases) {
-        std::string text = unhex(c.text);
-        int start = -9, end = -9, count = -9;
-        utf8.qzstr_get_byte_pos_fn(text.data(), static_cast<int>(text.size()), c.n, &start, &end, &count);
-        EXPECT_EQ((std::array{start, end, count}), (std::array{c.start, c.end, c.count})) << c.text << " " << c.n;
+        EXPECT_EQ(position(utf8, unhex(c.text), c.n), c.expected) << c.text << " " << c.n;
     }
     std::string stray = unhex("C0 80 C3 41");
     EXPECT_EQ(utf8.qzstr_count_char_fn(stray.data(), 4), 3);
@@ -90,20 +74,11 @@ TEST(Utf8, PositionsNearTheEnd) {
 
 TEST(Utf8, Boundaries) {
     std::string text = unhex("41 C3 A9 A9 EA B0 80 F0 9F 98 80");
-    std::string leads, ends;
-    std::vector<int> start, forward, back;
-    for (int i = 0; i < 11; ++i) {
-        leads += utf8.qzstr_is_char_leading_byte(text.data(), i) != 0 ? 'x' : '.';
-        ends += utf8.qzstr_is_char_ending_byte(text.data(), i) != 0 ? 'x' : '.';
-        start.push_back(utf8.qzstr_get_char_leading_byte(text.data(), i));
-        forward.push_back(utf8.qzstr_get_char_ending_byte(text.data(), i, 0));
-        back.push_back(utf8.qzstr_get_char_ending_byte(text.data(), i, 1));
-    }
-    EXPECT_EQ(leads, "xx..x..x...");
-    EXPECT_EQ(ends, "x.x...x...x");
-    EXPECT_EQ(start, (std::vector{0, 1, 1, 1, 4, 4, 4, 7, 7, 7, 7}));
-    EXPECT_EQ(forward, (std::vector{0, 2, 2, 2, 6, 6, 6, 10, 10, 10, 10})); // the stray byte belongs to U+00E9
-    EXPECT_EQ(back, (std::vector{0, 0, 2, 3, 3, 3, 6, 6, 6, 6, 10}));
+    EXPECT_EQ(boundaries_of(utf8, text), (boundaries{"11001001000", // the stray byte belongs to U+00E9
+                                                     "10100010001",
+                                                     {0, 1, 1, 1, 4, 4, 4, 7, 7, 7, 7},
+                                                     {0, 2, 2, 2, 6, 6, 6, 10, 10, 10, 10},
+                                                     {0, 0, 2, 3, 3, 3, 6, 6, 6, 6, 10}}));
     EXPECT_EQ(utf8.qzstr_get_char_leading_byte(text.data(), -2), 0);
     EXPECT_EQ(utf8.qzstr_get_char_ending_byte(text.data(), -2, 0), -2);
     const std::vector<std::string> reported = take_assertions();
@@ -129,25 +104,15 @@ TEST(Utf8, Width) {
                                      {0xD7A4U, 1},
                                      {0xE9U, 1},
                                      {0xE01U, 1}}) {
-        std::string text = sequence(c);
-        int at = -1, width = -1;
-        uchar found = 9;
-        utf8.qzstr_get_byte_pos_with_disp_size_fn(text.data(), static_cast<int>(text.size()), 9, &at, &width, &found);
-        EXPECT_EQ((std::array{at, width, int{found}}), (std::array{static_cast<int>(text.size()), columns, 0}))
-            << std::hex << c;
+        EXPECT_EQ(fit(utf8, sequence(c), 9), (ints{static_cast<int>(sequence(c).size()), columns, 0})) << std::hex << c;
     }
-    std::string text = unhex("41 EA B0 80 EA B0 81");
-    for (const auto& [limit, at, width] : {std::array{0, 0, 0}, {1, 1, 1}, {2, 1, 1}, {3, 4, 3}, {5, 7, 5}}) {
-        int byte_pos = -1, columns = -1;
-        uchar found = 0;
-        utf8.qzstr_get_byte_pos_with_disp_size_fn(text.data(), 7, limit, &byte_pos, &columns, &found);
-        EXPECT_EQ((std::array{byte_pos, columns, int{found}}), (std::array{at, width, 1})) << limit;
-    }
-    std::string blocks(300, 'a');
-    int byte_pos = -1, columns = -1;
+    for (const auto& [limit, at, width] : {std::array{0, 0, 0}, {1, 1, 1}, {2, 1, 1}, {3, 4, 3}, {5, 7, 5}})
+        EXPECT_EQ(fit(utf8, unhex("41 EA B0 80 EA B0 81"), limit), (ints{at, width, 1})) << limit;
+    int bytes = -1, columns_of_none = -1;
     uchar found = 9;
-    utf8.qzstr_get_byte_pos_with_disp_size_fn(blocks.data(), -1, 100, &byte_pos, &columns, &found);
-    EXPECT_EQ((std::array{byte_pos, columns, int{found}}), (std::array{0, 0, 0}));
+    char text[] = "a";
+    utf8.qzstr_get_byte_pos_with_disp_size_fn(text, -1, 100, &bytes, &columns_of_none, &found);
+    EXPECT_EQ((ints{bytes, columns_of_none, found}), (ints{0, 0, 0}));
     // by bytes, also malformed ones
     for (const auto& [triple, columns] :
          {std::pair{"E3 80 BF", 1}, {"E3 80 C0", 2}, {"E3 81 7F", 2}, {"E9 41 41", 2}, {"EA 93 90", 1}})

@@ -171,11 +171,8 @@ TEST(SingleByteSlots, CountingStopsAtANulAndArgumentsAreChecked) {
         EXPECT_EQ(info.qzstr_count_byte_fn(text, 3), 3) << m.file;
         EXPECT_EQ(info.qzstr_get_first_trailing_space_fn(text, 5), 3) << m.file;
         EXPECT_EQ(info.qzstr_isspace_fn(text, 3), 1) << m.file;
-        int start = 9, end = 9, count = 9;
-        info.qzstr_get_byte_pos_fn(text, 5, 7, &start, &end, &count);
-        EXPECT_EQ((std::array{start, end, count}), (std::array{4, 4, 5})) << m.file;
-        info.qzstr_get_byte_pos_fn(text, 5, 0, &start, &end, &count);
-        EXPECT_EQ((std::array{start, end, count}), (std::array{-1, -1, 0})) << m.file;
+        EXPECT_EQ(position(info, {text, 5}, 7), (ints{4, 4, 5})) << m.file;
+        EXPECT_EQ(position(info, {text, 5}, 0), (ints{-1, -1, 0})) << m.file;
         EXPECT_TRUE(take_assertions().empty());
         EXPECT_EQ(info.qzstr_count_char_fn(text, -1) + info.qzstr_count_byte_fn(text, -1), 0) << m.file;
         EXPECT_EQ(info.qzstr_is_char_leading_byte(text, -1), 1) << m.file;
@@ -204,26 +201,22 @@ TEST(Tis620, AShiftOutPairsWithTheByteAfterIt) {
         const char* text;
         int characters;
         const char* leading; // is_char_leading_byte of each offset
-        int nth, start, end, number;
+        int n;
+        ints position;
     } const cases[] = {
-        {"41 0E 42 43", 3, "1101", 2, 1, 2, 2},
-        {"0E 41 42", 2, "101", 1, 0, 1, 1},
-        {"0E 0E 41", 2, "101", 2, 2, 2, 2},
-        {"41 0E 0E 0E 42", 3, "11011", 3, 3, 4, 3},
-        {"41 0E", 2, "11", 5, 1, 1, 2},
-        {"0E 0E 0E", 2, "101", 9, 2, 2, 2},
-        {"41 00 0E 00 A1", 4, "11101", 3, 2, 3, 3},
+        {"41 0E 42 43", 3, "1101", 2, {1, 2, 2}},
+        {"0E 41 42", 2, "101", 1, {0, 1, 1}},
+        {"0E 0E 41", 2, "101", 2, {2, 2, 2}},
+        {"41 0E 0E 0E 42", 3, "11011", 3, {3, 4, 3}},
+        {"41 0E", 2, "11", 5, {1, 1, 2}},
+        {"0E 0E 0E", 2, "101", 9, {2, 2, 2}},
+        {"41 00 0E 00 A1", 4, "11101", 3, {2, 3, 3}},
     };
     for (const auto& c : cases) {
-        std::string text = unhex(c.text), leading;
-        const int length = static_cast<int>(text.size());
-        EXPECT_EQ(tis.qzstr_count_char_fn(text.data(), length), c.characters) << c.text;
-        for (int at = 0; at < length; ++at)
-            leading += tis.qzstr_is_char_leading_byte(text.data(), at) != 0 ? '1' : '0';
-        EXPECT_EQ(leading, c.leading) << c.text;
-        int start, end, number;
-        tis.qzstr_get_byte_pos_fn(text.data(), length, c.nth, &start, &end, &number);
-        EXPECT_EQ((std::array{start, end, number}), (std::array{c.start, c.end, c.number})) << c.text;
+        std::string text = unhex(c.text);
+        EXPECT_EQ(tis.qzstr_count_char_fn(text.data(), static_cast<int>(text.size())), c.characters) << c.text;
+        EXPECT_EQ(boundaries_of(tis, text).leading, c.leading) << c.text;
+        EXPECT_EQ(position(tis, text, c.n), c.position) << c.text;
     }
     std::string text = unhex("41 0E 41 41 0E 0E 41 0E");
     EXPECT_EQ(tis.qzstr_count_byte_fn(text.data(), 4), 6);

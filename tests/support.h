@@ -97,6 +97,14 @@ inline std::string unhex(std::string_view text) {
     return bytes;
 }
 
+using ints = std::vector<int>;
+
+/// A conversion's report, its bytes in hexadecimal.
+inline converted gives(conv_status_t status, int read, std::string_view result) {
+    const std::string bytes = unhex(result);
+    return {status, read, static_cast<int>(bytes.size()), bytes};
+}
+
 /// Calls a UCS slot (to_* or from_*) between guard pages; `room` -1 gives ample room.
 template <class Slot>
 converted run_slot(Slot slot, std::string_view source, int room = -1, bool big_end = true) {
@@ -119,6 +127,62 @@ inline converted run_cell(const qzstr_charset_info_t* catalogue, int from, int t
                                                                         read, written);
         },
         source, room);
+}
+
+/// A row of a table of single conversions.
+struct conversion_case {
+    const char* what;
+    decltype(qzstr_charset_info_t::qzstr_to_ucs2_fn) slot;
+    const char* source;
+    int room;
+    conv_status_t status;
+    int read;
+    const char* result;
+    bool big_end = true;
+};
+inline void expect_conversions(std::initializer_list<conversion_case> cases) {
+    for (const auto& c : cases)
+        EXPECT_EQ(run_slot(c.slot, unhex(c.source), c.room, c.big_end), gives(c.status, c.read, c.result)) << c.what;
+}
+
+/// Where the n-th character begins and ends, and its number; -9 where nothing is reported.
+inline ints position(const qzstr_charset_info_t& row, std::string_view text, int n) {
+    static const guarded memory;
+    int start = -9, end = -9, count = -9;
+    row.qzstr_get_byte_pos_fn(memory.place(text), static_cast<int>(text.size()), n, &start, &end, &count);
+    return {start, end, count};
+}
+
+/// The prefix of at most `columns`: its bytes, its columns, whether the limit was reached.
+inline ints fit(const qzstr_charset_info_t& row, std::string_view text, int columns) {
+    static const guarded memory;
+    int bytes = -9, width = -9;
+    uchar reached = 9;
+    row.qzstr_get_byte_pos_with_disp_size_fn(memory.place(text), static_cast<int>(text.size()), columns, &bytes, &width,
+                                             &reached);
+    return {bytes, width, reached};
+}
+
+/// What the boundary slots answer at every offset.
+struct boundaries {
+    std::string leading, ending; ///< a '1' where a character begins or ends
+    ints start, behind, ahead;   ///< where the character begins; where it ends, or the one before it
+    bool operator==(const boundaries&) const = default;
+};
+inline boundaries boundaries_of(const qzstr_charset_info_t& row, std::string_view text) {
+    static const guarded memory(1 << 12);
+    boundaries found;
+    std::string with_next(text); // the slots know no length
+    with_next.append(4, '\0');
+    char* const p = memory.place(with_next);
+    for (int at = 0; at < static_cast<int>(text.size()); ++at) {
+        found.leading += row.qzstr_is_char_leading_byte(p, at) != 0 ? '1' : '0';
+        found.ending += row.qzstr_is_char_ending_byte(p, at) != 0 ? '1' : '0';
+        found.start.push_back(row.qzstr_get_char_leading_byte(p, at));
+        found.behind.push_back(row.qzstr_get_char_ending_byte(p, at, 0));
+        found.ahead.push_back(row.qzstr_get_char_ending_byte(p, at, 1));
+    }
+    return found;
 }
 
 /// The library bound to one set of vector kernels.
