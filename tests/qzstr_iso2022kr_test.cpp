@@ -138,36 +138,7 @@ TEST(Iso2022kr, Positions) {
 }
 
 TEST(Iso2022kr, RefusesWhatNeedsCharacters) {
-    char text[] = "A";
-    int n = 0;
-    uchar flag = 0;
-    const struct {
-        const char* name;
-        int line;
-        void (*call)(char*, int*, uchar*);
-    } cases[] = {
-        {"count_char", 252, [](char* p, int*, uchar*) { iso.qzstr_count_char_fn(p, 1); }},
-        {"count_byte", 269, [](char* p, int*, uchar*) { iso.qzstr_count_byte_fn(p, 1); }},
-        {"is_char_leading_byte", 286, [](char* p, int*, uchar*) { iso.qzstr_is_char_leading_byte(p, 0); }},
-        {"get_char_leading_byte", 303, [](char* p, int*, uchar*) { iso.qzstr_get_char_leading_byte(p, 0); }},
-        {"is_char_ending_byte", 320, [](char* p, int*, uchar*) { iso.qzstr_is_char_ending_byte(p, 0); }},
-        {"get_char_ending_byte", 339, [](char* p, int*, uchar*) { iso.qzstr_get_char_ending_byte(p, 0, 1); }},
-        {"get_byte_pos_with_disp_size", 858,
-         [](char* p, int* n, uchar* f) { iso.qzstr_get_byte_pos_with_disp_size_fn(p, 1, 1, n, n, f); }},
-        {"convert_case", 864, [](char* p, int*, uchar*) { iso.qzstr_convert_case_fn(QZSTR_CASE_UPPER, p, 1); }},
-        {"get_first_trailing_space", 878, [](char* p, int*, uchar*) { iso.qzstr_get_first_trailing_space_fn(p, 1); }},
-        {"isspace", 894, [](char* p, int*, uchar*) { iso.qzstr_isspace_fn(p, 0); }},
-    };
-    for (const auto& c : cases)
-        try {
-            c.call(text, &n, &flag);
-            ADD_FAILURE() << c.name;
-        } catch (const raised_error& e) {
-            EXPECT_EQ(e.source, "common/qzstr/qzstr_iso2022kr");
-            EXPECT_EQ(e.function, std::string("qzstr_iso2022kr_") + c.name);
-            EXPECT_EQ(e.line, c.line);
-            EXPECT_EQ(e.code, ERROR_NOT_IMPLEMENTED);
-        }
+    expect_refusals(iso, "iso2022kr", {252, 269, 286, 303, 320, 339, 858, 864, 878, 894});
 }
 
 } // namespace

@@ -1,10 +1,6 @@
 // The code pages, TCVN3 and US8ICL: each against its published mapping, the letters' data and the C library's iconv.
 #include "repertoire.h"
 
-#include <array>
-#include <functional>
-#include <utility>
-
 using namespace support;
 
 namespace {
@@ -189,8 +185,6 @@ TEST(SingleByteSlots, CountingStopsAtANulAndArgumentsAreChecked) {
 TEST(Iso8859p9, IsCopiedIntoIso8859p2AndConvertedIntoItself) {
     const std::string text = "\xD0\xDD\xFF";
     EXPECT_EQ(run_cell(_charset_info, QZSTR_CHARSET_ISO8859P9, QZSTR_CHARSET_ISO8859P2, text).bytes, text);
-    EXPECT_EQ(_charset_info[QZSTR_CHARSET_ISO8859P9].qzstr_get_another_charset_str_fn[QZSTR_CHARSET_ISO8859P9],
-              qzstr_convert_through_ucs2);
     EXPECT_EQ(run_cell(_charset_info, QZSTR_CHARSET_ISO8859P9, QZSTR_CHARSET_ISO8859P9, text),
               (converted{0, 3, 3, text}));
 }
@@ -229,36 +223,8 @@ TEST(Tis620, AShiftOutPairsWithTheByteAfterIt) {
 }
 
 TEST(Us8icl, RefusesWhatCountsCasesOrTrims) {
-    const qzstr_charset_info_t& us8icl = _charset_info[QZSTR_CHARSET_US8ICL];
-    char text[] = "abc";
-    int a = 7, b = 7, count = 7;
-    uchar less = 7;
-    const std::pair<std::string, std::function<void()>> refused[] = {
-        {"count_char", [&] { us8icl.qzstr_count_char_fn(text, 3); }},
-        {"count_byte", [&] { us8icl.qzstr_count_byte_fn(text, 3); }},
-        {"is_char_leading_byte", [&] { us8icl.qzstr_is_char_leading_byte(text, 0); }},
-        {"get_char_leading_byte", [&] { us8icl.qzstr_get_char_leading_byte(text, 0); }},
-        {"is_char_ending_byte", [&] { us8icl.qzstr_is_char_ending_byte(text, 0); }},
-        {"get_char_ending_byte", [&] { us8icl.qzstr_get_char_ending_byte(text, 0, 0); }},
-        {"get_byte_pos_with_disp_size",
-         [&] { us8icl.qzstr_get_byte_pos_with_disp_size_fn(text, 3, 1, &a, &b, &less); }},
-        {"convert_case", [&] { us8icl.qzstr_convert_case_fn(QZSTR_CASE_UPPER, text, 3); }},
-        {"get_first_trailing_space", [&] { us8icl.qzstr_get_first_trailing_space_fn(text, 3); }},
-        {"isspace", [&] { us8icl.qzstr_isspace_fn(text, 0); }},
-    };
-    for (const auto& [name, call] : refused) {
-        try {
-            call();
-            ADD_FAILURE() << name;
-        } catch (const raised_error& error) {
-            EXPECT_EQ(error.function, "qzstr_us8icl_" + name);
-            EXPECT_EQ(error.source, "common/qzstr/qzstr_us8icl");
-            EXPECT_EQ(error.code, -3006);
-        }
-    }
-    EXPECT_STREQ(text, "abc");
-    us8icl.qzstr_get_byte_pos_fn(text, 3, 2, &a, &b, &count);
-    EXPECT_EQ((std::array{a, b, count}), (std::array{2, 2, 2}));
+    expect_refusals(_charset_info[QZSTR_CHARSET_US8ICL], "us8icl");
+    EXPECT_EQ(position(_charset_info[QZSTR_CHARSET_US8ICL], "abc", 2), (ints{2, 2, 2}));
 }
 
 TEST(Us8icl, ReportsGenuineQuestionMarks) {

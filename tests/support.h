@@ -214,4 +214,35 @@ inline const std::vector<level>& levels() {
     return loaded;
 }
 
+/// Every operation that counts, cases or trims is refused, by name; where `lines` are given, from these.
+inline void expect_refusals(const qzstr_charset_info_t& row, const std::string& family, const ints& lines = {}) {
+    char text[] = "abc";
+    int n = 0;
+    uchar flag = 0;
+    std::size_t next = 0;
+    const auto expect = [&](const char* operation, auto call) {
+        try {
+            call();
+            ADD_FAILURE() << operation;
+        } catch (const raised_error& error) {
+            EXPECT_EQ(error.source + " " + error.function,
+                      "common/qzstr/qzstr_" + family + " qzstr_" + family + "_" + operation);
+            EXPECT_EQ(error.code, ERROR_NOT_IMPLEMENTED);
+            EXPECT_TRUE(lines.empty() || error.line == lines[next]) << operation << " " << error.line;
+        }
+        ++next;
+    };
+    expect("count_char", [&] { row.qzstr_count_char_fn(text, 3); });
+    expect("count_byte", [&] { row.qzstr_count_byte_fn(text, 3); });
+    expect("is_char_leading_byte", [&] { row.qzstr_is_char_leading_byte(text, 0); });
+    expect("get_char_leading_byte", [&] { row.qzstr_get_char_leading_byte(text, 0); });
+    expect("is_char_ending_byte", [&] { row.qzstr_is_char_ending_byte(text, 0); });
+    expect("get_char_ending_byte", [&] { row.qzstr_get_char_ending_byte(text, 0, 1); });
+    expect("get_byte_pos_with_disp_size", [&] { row.qzstr_get_byte_pos_with_disp_size_fn(text, 3, 1, &n, &n, &flag); });
+    expect("convert_case", [&] { row.qzstr_convert_case_fn(QZSTR_CASE_UPPER, text, 3); });
+    expect("get_first_trailing_space", [&] { row.qzstr_get_first_trailing_space_fn(text, 3); });
+    expect("isspace", [&] { row.qzstr_isspace_fn(text, 0); });
+    EXPECT_STREQ(text, "abc");
+}
+
 } // namespace support
