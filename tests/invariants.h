@@ -48,59 +48,39 @@ inline std::string outcome(const qzstr_charset_info_t* catalogue, const trial& t
     int a = -9, b = -9, c = -9;
     uchar flag = 9;
     const uchar big_end = t.mode & 1;
-    try {
-        switch (t.operation % operations) {
-        case 0:
-            convert(row.qzstr_to_ucs2_fn, big_end);
-            break;
-        case 1:
-            convert(row.qzstr_to_ucs4_fn, big_end);
-            break;
-        case 2:
-            convert(row.qzstr_from_ucs2_fn, big_end);
-            break;
-        case 3:
-            convert(row.qzstr_from_ucs4_fn, big_end);
-            break;
-        case 4:
-            cell(QZSTR_CHARSET_ASCII);
-            break;
-        case 5:
-            cell(QZSTR_CHARSET_UTF16);
-            break;
-        case 6:
-            cell(static_cast<int>(t.mode % QZSTR_CHARSET_MAX));
-            break;
-        case 7:
-            numbers = {row.qzstr_count_char_fn(in, n)};
-            break;
-        case 8:
-            row.qzstr_get_byte_pos_fn(in, n, t.size, &a, &b, &c);
-            numbers = {a, b, c};
-            break;
-        case 9:
-            row.qzstr_get_byte_pos_with_disp_size_fn(in, n, t.size, &a, &b, &flag);
-            numbers = {a, b, flag};
-            break;
-        case 10: {
+    const std::function<void()> calls[operations] = {
+        [&] { convert(row.qzstr_to_ucs2_fn, big_end); },
+        [&] { convert(row.qzstr_to_ucs4_fn, big_end); },
+        [&] { convert(row.qzstr_from_ucs2_fn, big_end); },
+        [&] { convert(row.qzstr_from_ucs4_fn, big_end); },
+        [&] { cell(QZSTR_CHARSET_ASCII); },
+        [&] { cell(QZSTR_CHARSET_UTF16); },
+        [&] { cell(static_cast<int>(t.mode % QZSTR_CHARSET_MAX)); },
+        [&] { numbers = {row.qzstr_count_char_fn(in, n)}; },
+        [&] {
+            row.qzstr_get_byte_pos_fn(in, n, t.size, &a, &b, &c), numbers = {a, b, c};
+        },
+        [&] {
+            row.qzstr_get_byte_pos_with_disp_size_fn(in, n, t.size, &a, &b, &flag), numbers = {a, b, flag};
+        },
+        [&] {
             char* const cased = text.place(t.input + '~'); // TRIM_UPPER may need one byte more
             row.qzstr_convert_case_fn(static_cast<qzstr_case_t>(1 + t.mode % 4), cased, n);
             bytes.assign(cased, t.input.size() + 1);
-            break;
-        }
-        case 11:
-            numbers = {row.qzstr_get_first_trailing_space_fn(in, n)};
-            break;
-        case 12:
+        },
+        [&] { numbers = {row.qzstr_get_first_trailing_space_fn(in, n)}; },
+        [&] {
             for (int i = 0; i < n && i < 70; ++i)
                 numbers.push_back(row.qzstr_is_char_leading_byte(in, i) << 8 | row.qzstr_is_char_ending_byte(in, i));
-            break;
-        case 13:
+        },
+        [&] {
             for (int i = 0; i + 3 < n && i < 70; ++i)
                 numbers.push_back(row.qzstr_get_char_leading_byte(in, i) << 16 ^
                                   row.qzstr_get_char_ending_byte(in, i, t.mode & 1));
-            break;
-        }
+        },
+    };
+    try {
+        calls[t.operation % operations]();
     } catch (const raised_error& error) {
         numbers = {error.code};
     }

@@ -139,6 +139,15 @@ struct row_under_test {
             ASSERT_TRUE(run_slot(l.catalogue[row].qzstr_from_ucs2_fn, c.bytes).bytes == encoded(to)) << l.name;
         }
     }
+
+    /// Everything of the above; `wide` is what 32-bit units encode to.
+    void expect_repertoire(const std::vector<std::string>& sequences, const encoding& wide) const {
+        for (const std::string& sequence : sequences)
+            expect_decoded(sequence);
+        expect_long_text();
+        expect_every_code_point_encoded(wide);
+        expect_compositions();
+    }
 };
 
 /// The sequences among `all` that the C library reads differently from `decodes`.

@@ -1,13 +1,12 @@
 // Text converted in blocks gives what one pass over the whole gives, for every pair of charsets and wherever the blocks
 // end, on well-formed and on malformed text.
 #include "blocks.h"
-#include "catalogue.h"
+#include "samples.h"
 
 #include <gtest/gtest.h>
 #include <qzstr_runtime.h>
 
 #include <array>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -57,26 +56,6 @@ Converted in_blocks(qzstr_charset_t from, qzstr_charset_t to, std::string_view t
         pending.erase(0, block.consumed);
     }
     return result;
-}
-
-/// Text of the charset itself, as far as it holds these.
-std::string sample(qzstr_charset_t charset) {
-    std::string utf8 = "Plain text, with a blank.\n안녕하세요 세계가각힣\r\nか゚き゚æ̀ɔ́˩˥˥˩˩˥か゚゚𠮷野家で🍣🍣食\n"
-                       "すべての人間は、生まれながらにして自由であり、かつ、尊厳と権利とについて平等である。"
-                       "人人生而自由在尊严和权利上一律平等繁體中文𠀋𠂢\tКириллица αβγδε °±×÷ §¶ naïve ¿qué? 안\n녕 ";
-    return one_pass(QZSTR_CHARSET_UTF8, charset, utf8).output;
-}
-
-/// Bytes that begin, continue, end or break a form somewhere.
-std::string telling_bytes(std::mt19937& random, std::size_t size) {
-    static constexpr unsigned char telling[] = {'\n', '\r', ' ',  'a',  '?',  '0',  '9',  '@',  '~',  0x1B, '$',
-                                                ')',  'C',  0x0E, 0x0F, 0x21, 0x30, 0x80, 0x81, 0x82, 0x84, 0x8C,
-                                                0x8E, 0x8F, 0x9F, 0xA1, 0xA2, 0xA4, 0xB0, 0xC6, 0xC7, 0xC8, 0xD8,
-                                                0xDC, 0xE3, 0xED, 0xF0, 0xF5, 0xFC, 0xFE, 0xFF};
-    std::string text;
-    while (text.size() < size)
-        text += static_cast<char>(telling[random() % std::size(telling)]);
-    return text;
 }
 
 TEST(Blocks, OfAnySizeGiveTheResultOfOnePass) {

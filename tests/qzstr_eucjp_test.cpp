@@ -68,18 +68,10 @@ std::vector<std::string> all_sequences() {
 class EucJp : public testing::TestWithParam<int> {};
 INSTANTIATE_TEST_SUITE_P(Rows, EucJp, testing::Values(eucjp, tilde));
 
-TEST_P(EucJp, EverySequenceDecodes) {
-    const row_under_test t = expected(GetParam());
-    for (const std::string& sequence : all_sequences())
-        t.expect_decoded(sequence);
-    t.expect_long_text();
-}
-
-TEST_P(EucJp, EveryCodePointAndCompositionEncodes) {
+TEST_P(EucJp, EverySequenceCodePointAndComposition) {
     const row_under_test t = expected(GetParam());
     // The tilde row's from_ucs4 is the base row's.
-    t.expect_every_code_point_encoded(expected(eucjp).encodes);
-    t.expect_compositions();
+    t.expect_repertoire(all_sequences(), expected(eucjp).encodes);
 }
 
 TEST(EucJpRows, AgreeWithTheCLibraryButFor) {

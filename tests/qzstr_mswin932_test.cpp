@@ -34,17 +34,9 @@ row_under_test expected(int row) {
 class Cp932 : public testing::TestWithParam<int> {};
 INSTANTIATE_TEST_SUITE_P(Rows, Cp932, testing::Values(cp932, tilde));
 
-TEST_P(Cp932, EverySequenceDecodes) {
+TEST_P(Cp932, EverySequenceCodePointAndComposition) {
     const row_under_test t = expected(GetParam());
-    for (const std::string& sequence : shift_jis_sequences())
-        t.expect_decoded(sequence);
-    t.expect_long_text();
-}
-
-TEST_P(Cp932, EveryCodePointAndCompositionEncodes) {
-    const row_under_test t = expected(GetParam());
-    t.expect_every_code_point_encoded(t.encodes);
-    t.expect_compositions();
+    t.expect_repertoire(shift_jis_sequences(), t.encodes);
 }
 
 TEST(Cp932Rows, AgreeWithTheCLibraryButFor) {

@@ -239,8 +239,7 @@ TEST(KmpSetStartPos, CountsFromEitherEndAndCannotOverflow) {
     struct row {
         int src_len, ptn_len, bpc, pos, forward_i, backward_i;
     };
-    for (const row& r : {row{10, 3, 1, 0, 0, 9}, row{10, 3, 1, 2, 2, 9}, row{10, 3, 1, 3, 3, 8}, row{10, 3, 2, 3, 6, 5},
-                         row{10, 1, 1, 1, 1, 8}, row{10, 3, 2, INT_MAX, INT_MAX, INT_MIN},
+    for (const row& r : {row{10, 3, 1, 2, 2, 9}, row{10, 3, 1, 3, 3, 8}, row{10, 3, 2, INT_MAX, INT_MAX, INT_MIN},
                          row{10, 3, INT_MAX, INT_MAX, INT_MAX, INT_MIN}, row{10, 3, 0, 4, 4, 7}}) {
         int i = untouched, j = untouched;
         qzstr_kmp_set_start_pos(nullptr, r.src_len, nullptr, r.ptn_len, r.bpc, 1, r.pos, &i, &j);
@@ -459,27 +458,20 @@ TEST(WildcardSearch, PartialUnitsAbsurdArgumentsAndTheEscape) {
         std::size_t assertions = 0;
     };
     using namespace std::string_literals;
+    const std::string a = units("a"), aaa = units("aaa"), escape = units("\\");
     const query two{.bpc = 2, .occ_count = 2}, last{.bpc = 2, .forward = false, .occ_count = 2};
+    const query before{.bpc = 2, .pos = -3, .occ_count = 2};
+    const query far{.bpc = 2, .forward = false, .pos = INT_MIN, .occ_count = 2};
     for (const row& r : {
-             row{units("aba") + "x", units("a"), "", last, {2, {2, 0}}}, // a partial unit takes no part
-             row{units("aba"), units("a") + "x", "", two, {2, {0, 2}}},
-             row{units("aba"), "a", "", two, {0, {-1, -1}}},                              // nothing but a partial unit
-             row{units("ab"), units("\\"), units("\\").substr(0, 1), two, {0, {-1, -1}}}, // half an escape is none
-             row{units("aaaa"), units("\\a"), units("\\"), two, {2, {0, 2}}}, // the escape is hidden with the match
-             row{units("aaa"), units("a"), "", {.bpc = 2, .pos = -3, .occ_count = 2}, {2, {0, 1}}, 1},
-             row{units("aaa"),
-                 units("a"),
-                 "",
-                 {.bpc = 2, .forward = false, .pos = INT_MIN, .occ_count = 2},
-                 {2, {2, 1}},
-                 1},
-             row{units("aaa"),
-                 units("a"),
-                 "",
-                 {.bpc = 2, .occ_start = -1, .occ_count = 2},
-                 {3, {untouched, untouched}},
-                 1},
-             row{units("aaa"), units("a"), "", {.bpc = INT_MAX, .pos = INT_MAX, .occ_count = 1}, {0, {-1}}},
+             row{units("aba") + "x", a, "", last, {2, {2, 0}}}, // a partial unit takes no part
+             row{units("aba"), a + "x", "", two, {2, {0, 2}}},
+             row{units("aba"), "a", "", two, {0, {-1, -1}}},                    // nothing but a partial unit
+             row{units("ab"), escape, escape.substr(0, 1), two, {0, {-1, -1}}}, // half an escape is none
+             row{units("aaaa"), units("\\a"), escape, two, {2, {0, 2}}},        // the escape is hidden with the match
+             row{aaa, a, "", before, {2, {0, 1}}, 1},
+             row{aaa, a, "", far, {2, {2, 1}}, 1},
+             row{aaa, a, "", {.bpc = 2, .occ_start = -1, .occ_count = 2}, {3, {untouched, untouched}}, 1},
+             row{aaa, a, "", {.bpc = INT_MAX, .pos = INT_MAX, .occ_count = 1}, {0, {-1}}},
              row{"aaa"s, "a"s, "", {.bpc = 0, .occ_count = 1}, {1, {0}}},
          }) {
         EXPECT_EQ(search_wildcards(all_levels().front(), r.text, r.pattern, r.escape, r.q), r.expected)

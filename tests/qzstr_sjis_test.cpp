@@ -28,17 +28,9 @@ row_under_test expected(int row) {
 class ShiftJis : public testing::TestWithParam<int> {};
 INSTANTIATE_TEST_SUITE_P(Rows, ShiftJis, testing::Values(sjis, tilde));
 
-TEST_P(ShiftJis, EverySequenceDecodes) {
+TEST_P(ShiftJis, EverySequenceCodePointAndComposition) {
     const row_under_test t = expected(GetParam());
-    for (const std::string& sequence : shift_jis_sequences())
-        t.expect_decoded(sequence);
-    t.expect_long_text();
-}
-
-TEST_P(ShiftJis, EveryCodePointAndCompositionEncodes) {
-    const row_under_test t = expected(GetParam());
-    t.expect_every_code_point_encoded(t.encodes);
-    t.expect_compositions();
+    t.expect_repertoire(shift_jis_sequences(), t.encodes);
 }
 
 TEST(ShiftJisRows, AgreeWithTheCLibraryButFor) {
@@ -107,17 +99,20 @@ TEST(ShiftJisRows, BoundariesGoByTheRunOfBytesThatAreNoCharacterAlone) {
     const auto& row = _charset_info[sjis];
     each_string(unhex("20 41 7F 83 A0 B1 FD"), 5, [&](const std::string& text) {
         char* const p = memory.place(text);
+        boundaries expected;
         for (int at = 0, run = 0; at < 5; ++at) { // run: such bytes before `at`
             const auto b = static_cast<uchar>(text[static_cast<std::size_t>(at)]);
             const bool alone = b < 0x80 || b == 0xB1;
             const bool starts = run % 2 == 0 || b == 0x20 || b == 0x7F, ends = alone || run % 2 != 0;
-            ASSERT_EQ(row.qzstr_is_char_leading_byte(p, at), starts) << hex(text) << " " << at;
-            ASSERT_EQ(row.qzstr_get_char_leading_byte(p, at), starts ? at : at - 1) << hex(text) << " " << at;
-            ASSERT_EQ(row.qzstr_is_char_ending_byte(p, at), ends) << hex(text) << " " << at;
-            ASSERT_EQ(row.qzstr_get_char_ending_byte(p, at, 0), ends ? at : at + 1) << hex(text) << " " << at;
+            expected.leading += starts ? '1' : '0';
+            expected.ending += ends ? '1' : '0';
+            expected.start.push_back(starts ? at : at - 1);
+            expected.behind.push_back(ends ? at : at + 1);
+            expected.ahead.push_back(ends ? at : at - 1);
             ASSERT_EQ(row.qzstr_isspace_fn(p, at), starts && b == 0x20) << hex(text) << " " << at;
             run = alone ? 0 : run + 1;
         }
+        ASSERT_TRUE(boundaries_of(row, text) == expected) << hex(text);
     });
 }
 

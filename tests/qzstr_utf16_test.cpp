@@ -81,12 +81,12 @@ TEST(Utf16, OnlyUnitsOfAsciiHaveCase) {
 }
 
 TEST(Utf16, Blanks) {
-    for (const auto& [units, offset] : {std::pair{"00 41 00 20 00 20", 2},
-                                        {"00 41", -1},
-                                        {"00 20 00 20", 0},
-                                        {"", -1},
-                                        {"20 20", -1},
-                                        {"20 00 00 20", 2}}) {
+    const struct {
+        const char* units;
+        int offset;
+    } cases[] = {{"00 41 00 20 00 20", 2}, {"00 41", -1}, {"00 20 00 20", 0}, {"", -1}, {"20 20", -1},
+                 {"20 00 00 20", 2}};
+    for (const auto& [units, offset] : cases) {
         std::string text = unhex(units);
         EXPECT_EQ(utf16.qzstr_get_first_trailing_space_fn(text.data(), static_cast<int>(text.size())), offset) << units;
     }

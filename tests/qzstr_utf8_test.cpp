@@ -87,25 +87,14 @@ TEST(Utf8, Boundaries) {
 }
 
 TEST(Utf8, Width) {
-    for (const auto& [c, columns] : {std::pair{0xAC00U, 2},
-                                     {0xFF01U, 2},
-                                     {0x303FU, 1},
-                                     {0x3040U, 2},
-                                     {0x20000U, 1},
-                                     {0xA4CFU, 2},
-                                     {0xA4D0U, 1},
-                                     {0x2329U, 2},
-                                     {0x232BU, 1},
-                                     {0xFFE6U, 2},
-                                     {0xFFE7U, 1},
-                                     {0x115FU, 2},
-                                     {0x1160U, 1},
-                                     {0xD7A3U, 2},
-                                     {0xD7A4U, 1},
-                                     {0xE9U, 1},
-                                     {0xE01U, 1}}) {
+    const struct {
+        unsigned c;
+        int columns;
+    } cases[] = {{0xAC00, 2}, {0xFF01, 2}, {0x303F, 1}, {0x3040, 2}, {0x20000, 1}, {0xA4CF, 2},
+                 {0xA4D0, 1}, {0x2329, 2}, {0x232B, 1}, {0xFFE6, 2}, {0xFFE7, 1},  {0x115F, 2},
+                 {0x1160, 1}, {0xD7A3, 2}, {0xD7A4, 1}, {0xE9, 1},   {0xE01, 1}};
+    for (const auto& [c, columns] : cases)
         EXPECT_EQ(fit(utf8, sequence(c), 9), (ints{static_cast<int>(sequence(c).size()), columns, 0})) << std::hex << c;
-    }
     for (const auto& [limit, at, width] : {std::array{0, 0, 0}, {1, 1, 1}, {2, 1, 1}, {3, 4, 3}, {5, 7, 5}})
         EXPECT_EQ(fit(utf8, unhex("41 EA B0 80 EA B0 81"), limit), (ints{at, width, 1})) << limit;
     int bytes = -1, columns_of_none = -1;

@@ -1,13 +1,10 @@
 // The scanner's findings: what they say of known texts, that they do not depend on how a text arrives, and that they agree
 // with what the conversion of the whole text does, for every pair of charsets on well-formed and malformed text.
 #include "cut.h"
+#include "samples.h"
 #include "scan.h"
 
-#include <catalogue.h>
-
 #include <gtest/gtest.h>
-
-#include <random>
 
 namespace {
 
@@ -109,35 +106,14 @@ TEST(Scan, TellsWhatAndWhere) {
     }
 }
 
-std::string bytes_of(std::mt19937& random, std::size_t size, bool mostly_ascii) {
-    static constexpr unsigned char telling[] = {'\n', ' ',  'a',  '?',  '0',  '9',  '@',  0x1B, '$',  ')',  'C',  0x0E,
-                                                0x0F, 0x21, 0x30, 0x80, 0x81, 0x82, 0x84, 0x8C, 0x8E, 0x8F, 0x9F, 0xA1,
-                                                0xA2, 0xA4, 0xB0, 0xC6, 0xC7, 0xC8, 0xD8, 0xDC, 0xE3, 0xF0, 0xFC, 0xFF};
-    std::string text;
-    while (text.size() < size)
-        text += mostly_ascii && random() % 8 != 0 ? static_cast<char>('a' + random() % 26)
-                                                  : static_cast<char>(telling[random() % std::size(telling)]);
-    return text;
-}
-
-/// Text of the charset itself, as far as it holds these.
-std::string sample(qzstr_charset_t charset) {
-    qzscan::Buffer buffer;
-    return std::string(qzscan::convert(QZSTR_CHARSET_UTF8, charset,
-                                       "Plain text.\n안녕하세요 세계가각힣\r\nか゚き゚æ̀ɔ́˩˥˥˩ か゚゚𠮷野家で🍣"
-                                       "すべての人間は。人人生而自由繁體中文𠀋\tКириллица αβγδε °±×÷ naïve? 안\n",
-                                       buffer)
-                           .output);
-}
-
 TEST(Scan, AgreesWithTheConversionOfTheWhole) {
     std::mt19937 random(7);
     for (int a = 0; a < QZSTR_CHARSET_MAX; ++a)
         for (int b = 0; b < QZSTR_CHARSET_MAX; ++b) {
             const auto from = static_cast<qzstr_charset_t>(a), to = static_cast<qzstr_charset_t>(b);
             SCOPED_TRACE(qzconv::info(from).name + " to "s + qzconv::info(to).name);
-            for (const std::string& text : {sample(from), bytes_of(random, 200, false), bytes_of(random, 300, true),
-                                            bytes_of(random, 3, false)}) {
+            for (const std::string& text : {sample(from), telling_bytes(random, 200), telling_bytes(random, 300, true),
+                                            telling_bytes(random, 3)}) {
                 const Scanner scanner = qzscan::scan(from, to, text);
                 const std::string findings = told(scanner.findings);
                 ASSERT_EQ(scanner.place().offset, text.size());
