@@ -4,6 +4,7 @@
 
 #include "support.h"
 
+#include <algorithm>
 #include <fstream>
 #include <iconv.h>
 #include <map>
