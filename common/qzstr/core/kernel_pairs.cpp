@@ -102,6 +102,19 @@ struct padded {
     }
 };
 
+/// The members of the set among the last n bytes of a text, at most a block.
+std::uint64_t members_of_rest(const byte_set& set, const uchar* p, std::size_t n) {
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+    const block rest{_mm512_maskz_loadu_epi8(first_bits(n), p)};
+    std::uint64_t bits = 0;
+    for (int r = 0; r < set.ranges(); ++r)
+        bits |= rest.within(set.range(r));
+    return bits & first_bits(n);
+#else
+    return members(set, padded(p, n).bytes);
+#endif
+}
+
 std::uint16_t cell_of(pair_decoding plan, const uchar* p) {
     const std::uint32_t head = plan.head[p[0]];
     return plan.cell[(head >> 8) + (p[1] & (head & 0xFF))];
@@ -128,10 +141,10 @@ std::size_t decode_carefully(pair_decoding plan, const uchar* p, std::uint64_t& 
 /// Decodes all characters that `start` marks; false when one of them must be asked for. Reads the byte behind the block,
 /// writes up to 15 units too many.
 template <form Form, order Order>
-bool decode_block(pair_decoding plan, const uchar* p, std::uint64_t start, uchar* dst) {
+bool decode_block(pair_decoding plan, __m512i bytes, __m512i behind, std::uint64_t start, uchar* dst) {
     alignas(64) uchar first[block_size], second[block_size];
-    _mm512_store_si512(first, _mm512_maskz_compress_epi8(start, _mm512_loadu_si512(p)));
-    _mm512_store_si512(second, _mm512_maskz_compress_epi8(start, _mm512_loadu_si512(p + 1)));
+    _mm512_store_si512(first, _mm512_maskz_compress_epi8(start, bytes));
+    _mm512_store_si512(second, _mm512_maskz_compress_epi8(start, behind));
     constexpr int group = 16;
     const __m512i low_half = _mm512_set1_epi32(0xFFFF);
     __mmask16 asked = 0;
@@ -153,6 +166,10 @@ bool decode_block(pair_decoding plan, const uchar* p, std::uint64_t start, uchar
             _mm512_storeu_si512(dst, Order == order::big ? _mm512_slli_epi32(cell, 16) : swapped);
     }
     return asked == 0;
+}
+template <form Form, order Order>
+bool decode_block(const pair_decoding& plan, const uchar* p, std::uint64_t start, uchar* dst) {
+    return decode_block<Form, Order>(plan, _mm512_loadu_si512(p), _mm512_loadu_si512(p + 1), start, dst);
 }
 #else
 /// Decodes all characters that `start` marks; false when one of them must be asked for. Writes up to 7 units too many.
@@ -228,11 +245,20 @@ moved decode_pairs_as(const pair_decoding& plan, const uchar* src, std::size_t n
     }
     const std::size_t left = n - base;
     if (left == 0) return {base, done * unit};
-    const padded last(src + base, left);
-    const std::uint64_t leads = leads_among(members(*plan.leads, last.bytes), carry);
+    const std::uint64_t leads = leads_among(members_of_rest(*plan.leads, src + base, left), carry);
     // A lead in the very last byte is cut: the exact routine's.
     const std::size_t whole = left - static_cast<std::size_t>(leads >> (left - 1) & 1);
-    const std::size_t at = block_done(last.bytes, starts_after(leads, carry) & first_bits(whole));
+    const std::uint64_t start = starts_after(leads, carry) & first_bits(whole);
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+    // Masked loads read nothing behind the text, and need no copy of it.
+    if (units - done >= block_size + 8 &&
+        decode_block<Form, Order>(plan, _mm512_maskz_loadu_epi8(first_bits(left), src + base),
+                                  _mm512_maskz_loadu_epi8(first_bits(left - 1), src + base + 1), start,
+                                  dst + done * unit))
+        return {base + whole, (done + static_cast<std::size_t>(std::popcount(start))) * unit};
+#endif
+    const padded last(src + base, left);
+    const std::size_t at = block_done(last.bytes, start);
     return {base + (at == block_size ? whole : at), done * unit};
 }
 
@@ -333,7 +359,7 @@ moved skip_pairs(const byte_set& set, const uchar* p, std::size_t n, std::size_t
     while (base < n && passed < chars) {
         const std::size_t taken = n - base < block_size ? n - base : block_size;
         const std::uint64_t in_set =
-            taken < block_size ? members(set, padded(p + base, taken).bytes) : members(set, p + base);
+            taken < block_size ? members_of_rest(set, p + base, taken) : members(set, p + base);
         const std::uint64_t leads = leads_among(in_set, carry);
         const std::uint64_t start = starts_after(leads, carry) & first_bits(taken);
         const auto here = static_cast<std::size_t>(std::popcount(start));
