@@ -488,6 +488,47 @@ TEST(WildcardSearch, PartialUnitsAbsurdArgumentsAndTheEscape) {
     EXPECT_TRUE(assertions[0].starts_with("src != NULL && ptn != NULL && result != NULL@common/qzstr/qzstr:"));
 }
 
+/// A caller that sees a text in chunks and keeps only what a match may still need: the longest tail that matched so far.
+/// Searching the tail backward reaches that one last, so its length is what last_match_bytes keeps.
+ints matches_in_chunks(const std::string& text, const std::string& pattern, std::size_t chunk_bytes) {
+    ints at;
+    std::string window;
+    int window_start = 0; // in characters
+    for (std::size_t offset = 0; offset < text.size(); offset += chunk_bytes) {
+        window += text.substr(offset, chunk_bytes);
+        const int characters = len(window) / 2;
+        int count = 0, partial = 0;
+        ints slots(static_cast<std::size_t>(characters));
+        qzstr_naive_search_with_wc(chars(window), len(window), chars(pattern), len(pattern), nullptr, 0, 2, 1, 0, 1,
+                                   characters, 1, &count, slots.data(), nullptr);
+        for (int k = 0; k < count; ++k)
+            at.push_back(window_start + slots[static_cast<std::size_t>(k)]);
+        const int tail = std::max(0, characters - len(pattern) / 2 + 1);
+        qzstr_naive_search_with_wc(chars(window), len(window), chars(pattern), len(pattern), nullptr, 0, 2, 0, tail, 1,
+                                   -1, 1, nullptr, slots.data(), &partial);
+        window_start += characters - partial / 2;
+        window = window.substr(window.size() - static_cast<std::size_t>(partial));
+    }
+    return at;
+}
+
+TEST(WildcardSearch, ReportsWhatACallerCarriesIntoTheNextChunk) {
+    std::mt19937 random(3);
+    for (const char* pattern : {"a", "ab", "a_b", "aab", "abab", "__", "a__a_b", "aaaaaaaaaaaa"}) {
+        std::string text(500, 'a');
+        for (char& c : text)
+            c = random() % 3 == 0 ? 'b' : 'a';
+        const ints expected = [&] {
+            const query all{.bpc = 2, .occ_count = 500, .overlapped = true};
+            found f = expected_wildcards(text, pattern, '\0', all);
+            f.slots.resize(static_cast<std::size_t>(f.count));
+            return f.slots;
+        }();
+        for (const std::size_t chunk : {2u, 4u, 6u, 14u, 100u, 999998u})
+            EXPECT_EQ(matches_in_chunks(units(text), units(pattern), chunk), expected) << pattern << ' ' << chunk;
+    }
+}
+
 TEST(Ucs2DisplaySize, CutsWhereTheWalkWould) {
     std::mt19937 random(5);
     for (int round = 0; round < 3000; ++round) {
