@@ -46,7 +46,8 @@ namespace qzstr::core {
     }
 #else
 #define QZSTR_RESOLVE(result, name, parameters, arguments)                                                             \
-    extern "C" __attribute__((visibility("hidden"))) QZSTR_BEFORE_RELOCATION auto qz_resolve_##name() {                \
+    extern "C" __attribute__((visibility("hidden")))                                                                   \
+    QZSTR_BEFORE_RELOCATION decltype(&sse2::name) qz_resolve_##name() {                                                \
         const level best = best_level();                                                                               \
         return best == level::avx512 ? &avx512::name : best == level::avx2 ? &avx2::name : &sse2::name;                \
     }                                                                                                                  \
