@@ -61,6 +61,27 @@ expect 'a full standard output' 3 'No space left' bash -c "'$qzconv' list >/dev/
 expect 'a closed pipe' 3 'Broken pipe' \
     bash -c "set -o pipefail; head -c 9000000 /dev/zero | '$qzconv' convert -q -f ASCII -t UTF16 | head -c 1 >/dev/null"
 
+mkdir "$work/into"
+printf 'a\xB0\xA1' >"$work/1.txt"
+printf 'b\xFF' >"$work/2.txt"
+into() { # WHAT CODE TEXT FILE...
+    expect "$1" "$2" "$3" "$qzconv" convert -f EUCKR -t UTF16 --jobs 3 -o "$work/into" "${@:4}"
+}
+into 'files of their own' 2 "2.txt: 2 bytes (2 characters) to 4 bytes, 1 replaced, malformed" "$work"/[12].txt
+check 'the total' grep -q ': 2 files, 5 bytes (4 characters) to 8 bytes' "$work/err"
+check 'the first' cmp -s "$work/into/1.txt" <(printf '\0a\xAC\0')
+check 'the second' cmp -s "$work/into/2.txt" <(printf '\0b\xFF\xFD')
+rm "$work/into/2.txt"
+into 'one of them fails' 3 'Input/output error' /proc/self/mem "$work"/[12].txt
+check 'the others are there, and nothing else' test "$(ls "$work/into" | paste -sd' ')" = '1.txt 2.txt'
+into 'one name twice' 3 'several files' "$work/1.txt" "$work/into/../1.txt"
+into 'no name' 3 'no name' -
+expect 'jobs without a directory' 3 '-o DIRECTORY' "$qzconv" convert -f EUCKR -t UTF16 --jobs 2 "$work/1.txt"
+seq 200 | (cd "$work/into" && split -l 1 -a 3)
+expect 'many files at once, in place' 0 '"bytes_written":1384' \
+    "$qzconv" convert --json -f ASCII -t UTF16 -j 8 -o "$work/into" "$work"/into/x*
+check 'each is whole' cmp -s <(cat "$work"/into/x*) <(seq 200 | "$qzconv" convert -q -f ASCII -t UTF16)
+
 expect 'list' 0 '' "$qzconv" list
 check 'list has every row' test "$(wc -l <"$work/out")" = 36
 expect 'list --json' 0 '' "$qzconv" list --json

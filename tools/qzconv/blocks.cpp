@@ -5,6 +5,7 @@
 #include "marks.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 namespace qzconv {
@@ -59,9 +60,12 @@ BlockConverter::BlockConverter(qzstr_charset_t from, qzstr_charset_t to, bool co
 }
 
 void BlockConverter::reserve(std::size_t source_size) {
-    const std::size_t size = source_size * worst_growth + slack;
-    if (size <= target_size_) return;
-    if (size > static_cast<std::size_t>(INT32_MAX)) throw Failure("a block of the text is too long to convert");
+    constexpr std::size_t most = INT32_MAX;
+    if (source_size * worst_growth + slack <= target_size_) return;
+    if (source_size * worst_growth + slack > most) throw Failure("a block of the text is too long to convert");
+    // Blocks differ by what the one before left over: a power of two has room for all of them.
+    const std::size_t size = std::min(std::bit_ceil(source_size) * worst_growth + slack, most);
+    target_.reset();
     target_ = std::make_unique_for_overwrite<char[]>(size);
     target_size_ = size;
 }

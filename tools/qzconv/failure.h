@@ -12,4 +12,7 @@ struct Failure : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// From here on an operation that the library refuses in the calling thread ends the process with ExitCode::failed.
+void leave_on_library_errors();
+
 } // namespace qzconv

@@ -21,9 +21,13 @@ void leave_on_library_error(const qzstr_error_t* error, void*) {
 
 } // namespace
 
+void qzconv::leave_on_library_errors() {
+    qzstr_runtime_set_error_handler(leave_on_library_error, nullptr, nullptr, nullptr);
+}
+
 int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN); // a closed pipe is a write error like any other
-    qzstr_runtime_set_error_handler(leave_on_library_error, nullptr, nullptr, nullptr);
+    qzconv::leave_on_library_errors();
 
     CLI::App app{"Converts and examines text in the 35 database charsets.", "qzconv"};
     app.require_subcommand(1);

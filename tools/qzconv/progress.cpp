@@ -16,8 +16,9 @@ Progress::~Progress() {
 }
 
 void Progress::advance(std::uint64_t bytes) {
-    done_ += bytes;
     if (!enabled_) return;
+    const std::lock_guard lock(mutex_);
+    done_ += bytes;
     const Clock::time_point now = Clock::now();
     if (now < next_) return;
     next_ = now + std::chrono::milliseconds(100);

@@ -2,6 +2,7 @@
 
 #include "failure.h"
 
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -20,8 +21,22 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Path of the unfinished output, empty when there is none; read by the signal handler.
-char unfinished[PATH_MAX];
+/// An output that is not under its name yet; the signal handler reads it.
+struct Unfinished {
+    std::atomic<bool> taken, exists;
+    char path[PATH_MAX];
+
+    void remove() {
+        if (exists.exchange(false)) ::unlink(path);
+    }
+};
+Unfinished unfinished[most_outputs];
+
+Unfinished& free_place() {
+    for (Unfinished& place : unfinished)
+        if (!place.taken.exchange(true)) return place;
+    throw Failure("too many files are being written");
+}
 
 void discard_and_die(int signal) {
     discard_unfinished_output();
@@ -35,18 +50,20 @@ void discard_and_die(int signal) {
 
 /// The mode that a file of this name has or would get.
 mode_t mode_of(const std::string& path) {
+    static const mode_t mask = [] {
+        const mode_t process_mask = ::umask(0);
+        ::umask(process_mask);
+        return process_mask;
+    }();
     struct stat status;
-    if (::stat(path.c_str(), &status) == 0) return status.st_mode & 0777;
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
-    return 0666 & ~mask;
+    return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 0777 : 0666 & ~mask;
 }
 
 } // namespace
 
 void discard_unfinished_output() {
-    if (unfinished[0] != '\0') ::unlink(unfinished);
-    unfinished[0] = '\0';
+    for (Unfinished& place : unfinished)
+        place.remove();
 }
 
 Input::Input(const std::string& path) : name_(path == "-" ? "standard input" : path) {
@@ -97,12 +114,19 @@ Output::Output(const std::string& path) : name_(path == "-" ? "standard output" 
     final_path_ = fs::weakly_canonical(path, ignored).string(); // a symbolic link keeps pointing at the file
     if (final_path_.empty()) final_path_ = path;
     const std::string pattern = final_path_ + ".XXXXXX";
-    if (pattern.size() >= sizeof unfinished) throw Failure(fmt::format("{}: {}", path, std::strerror(ENAMETOOLONG)));
-    char name[sizeof unfinished];
-    std::memcpy(name, pattern.c_str(), pattern.size() + 1);
-    descriptor_ = ::mkostemp(name, O_CLOEXEC);
-    if (descriptor_ < 0) fail();
-    std::memcpy(unfinished, name, sizeof unfinished);
+    if (pattern.size() >= sizeof Unfinished::path)
+        throw Failure(fmt::format("{}: {}", path, std::strerror(ENAMETOOLONG)));
+    Unfinished& place = free_place();
+    place_ = static_cast<std::size_t>(&place - unfinished);
+    std::memcpy(place.path, pattern.c_str(), pattern.size() + 1);
+    descriptor_ = ::mkostemp(place.path, O_CLOEXEC);
+    if (descriptor_ < 0) {
+        const int error = errno;
+        place.taken = false;
+        errno = error;
+        fail();
+    }
+    place.exists = true;
     temporary_ = true;
     for (const int signal : {SIGINT, SIGTERM, SIGHUP})
         if (std::signal(signal, discard_and_die) == SIG_IGN) std::signal(signal, SIG_IGN);
@@ -111,7 +135,9 @@ Output::Output(const std::string& path) : name_(path == "-" ? "standard output" 
 
 Output::~Output() {
     if (descriptor_ > STDOUT_FILENO) ::close(descriptor_);
-    if (temporary_) discard_unfinished_output();
+    if (!temporary_) return;
+    unfinished[place_].remove();
+    unfinished[place_].taken = false;
 }
 
 void Output::fail() const {
@@ -131,9 +157,8 @@ void Output::commit() {
     descriptor_ = -1;
     if (::close(descriptor) != 0) fail(); // some file systems report a full disk only here
     if (!temporary_) return;
-    if (::rename(unfinished, final_path_.c_str()) != 0) fail();
-    unfinished[0] = '\0';
-    temporary_ = false;
+    if (::rename(unfinished[place_].path, final_path_.c_str()) != 0) fail();
+    unfinished[place_].exists = false;
 }
 
 } // namespace qzconv

@@ -29,6 +29,9 @@ private:
 /// is an event for its writer. Returns the bytes that they hold together, 0 when that is not known.
 std::uint64_t require_readable(const std::vector<std::string>& paths);
 
+/// Outputs that can exist at a time.
+inline constexpr std::size_t most_outputs = 64;
+
 /// A file to write, "-" for standard output. A regular file appears under its name when commit() is called and not
 /// before; until then the text is in a temporary file beside it.
 class Output {
@@ -46,9 +49,10 @@ private:
     std::string name_, final_path_;
     int descriptor_ = -1;
     bool temporary_ = false;
+    std::size_t place_ = 0; // among the unfinished ones
 };
 
-/// Removes the temporary file of an output that was not committed; safe in a signal handler.
+/// Removes the temporary files of all outputs that were not committed; safe in a signal handler.
 void discard_unfinished_output();
 
 } // namespace qzconv
