@@ -1,4 +1,4 @@
-# What `cmake --install` puts where, and the Debian packages that CPack makes of it: three components, one package each.
+# What `cmake --install` puts where, and the Debian packages that CPack makes of it: one package for each component.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
@@ -57,6 +57,15 @@ add_custom_target(man ALL DEPENDS ${qzstr_man}/stamp)
 install(DIRECTORY ${qzstr_man}/man1 DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT tools)
 install(DIRECTORY ${qzstr_man}/man3 ${qzstr_man}/man7 DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT dev)
 
+# A module is loaded by its path and linked by nobody, so it stays out of the directory of libraries.
+set(qzstr_components lib dev tools)
+if(TARGET qzsqlite)
+  list(APPEND qzstr_components sqlite)
+  install(TARGETS qzsqlite LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/sqlite3 COMPONENT sqlite)
+  install(FILES docs/sqlite.md examples/migration.sql DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libsqlite3-mod-qzstr
+    COMPONENT sqlite)
+endif()
+
 # ---- Debian packages: cmake --preset package && cmake --build --preset package && cpack --preset package
 
 set(CPACK_GENERATOR DEB)
@@ -67,7 +76,7 @@ set(CPACK_PACKAGE_CONTACT "${QZSTR_MAINTAINER}")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS ${CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})
-set(CPACK_COMPONENTS_ALL lib dev tools)
+set(CPACK_COMPONENTS_ALL ${qzstr_components})
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
@@ -104,13 +113,23 @@ set(CPACK_COMPONENT_TOOLS_DESCRIPTION "character sets of a database server - com
 qzconv converts, measures and examines text in the 35 database character sets
 of libqzstr.")
 
+set(CPACK_DEBIAN_SQLITE_PACKAGE_NAME libsqlite3-mod-qzstr)
+set(CPACK_DEBIAN_SQLITE_PACKAGE_SECTION database)
+set(CPACK_DEBIAN_SQLITE_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_SQLITE_PACKAGE_ENHANCES "sqlite3, libsqlite3-0")
+set(CPACK_COMPONENT_SQLITE_DESCRIPTION "character sets of a database server - SQLite extension
+Converts, measures, searches and examines text in 35 database character sets by
+SQL functions over BLOB and TEXT, and scans tables for what would not survive
+a move from one to another. Load it by its path:
+${CMAKE_INSTALL_FULL_LIBDIR}/sqlite3/qzsqlite")
+
 # Files that only a package has: they go in when a component is installed by name, as CPack does.
 if(GZIP)
   configure_file(packaging/debian/changelog.in changelog.Debian @ONLY)
   set(changelog ${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian)
   add_custom_command(OUTPUT ${changelog}.gz COMMAND ${GZIP} -9nc ${changelog} > ${changelog}.gz DEPENDS ${changelog})
   add_custom_target(changelog ALL DEPENDS ${changelog}.gz)
-  foreach(component lib dev tools)
+  foreach(component ${qzstr_components})
     string(TOUPPER ${component} upper)
     set(package ${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
     install(FILES packaging/debian/copyright ${changelog}.gz COMPONENT ${component} EXCLUDE_FROM_ALL

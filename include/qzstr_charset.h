@@ -224,8 +224,8 @@ QZSTR_ISSPACE_SLOT(QZSTR_SLOT_POINTER, )
      int* read_len, int* write_len)
 /** The same, as arguments. */
 #define QZSTR_CELL_ARGUMENTS (from_charset, str, str_len, to_charset, buf, buf_size, read_len, write_len)
-/** Converts str_len bytes; asserts "str != NULL", "buf != NULL", "write_len != NULL". Lengths are bytes on both sides.
- */
+/** Converts str_len bytes into to_charset; lengths are bytes on both sides. A full target stops it between characters,
+ * except into the same charset, where bytes are copied. Asserts "str != NULL", "buf != NULL", "write_len != NULL". */
 typedef conv_status_t(*qzstr_get_another_charset_str_fn_t) QZSTR_CELL_PARAMETERS;
 
 /** One row of the catalogue. */

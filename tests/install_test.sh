@@ -59,8 +59,18 @@ mv "$prefix" "$work/moved"
 PKG_CONFIG_PATH=${PKG_CONFIG_PATH/"$prefix"/$work/moved}
 [[ -f $(pkg-config --variable=includedir qzstr)/qzstr.hpp ]] || failed 'moved qzstr.pc'
 
+module=$(find "$work/moved" -name qzsqlite.so)
+if [[ -n $module ]] && command -v sqlite3 >/dev/null; then
+    converted=$(sqlite3 -batch -cmd ".load ${module%.so}" :memory: "SELECT qz_convert(x'B0A1', 'EUCKR', 'UTF8')")
+    [[ $converted == '가' ]] || failed "installed qzsqlite: $converted"
+fi
+
 gunzip -qr "$work/moved/share/man" || [[ $? == 2 ]] # some pages may not be compressed
-for page in man1/qzconv.1 man3/libqzstr.3 man3/qzstr_count_char.3 man3/qzstr_charset_get_id.3 man7/qzstr-charsets.7; do
+pages=(man1/qzconv.1 man3/libqzstr.3 man3/qzstr_charset_get_id.3 man7/qzstr-charsets.7)
+operations=$(sed -nE 's/.* X\([a-z_0-9]+, cs, ([a-z_0-9]+),.*/\1/p' "$source/include/qzstr_charset.h")
+(($(wc -w <<<"$operations") == 17)) || failed "the 17 operations: $operations"
+for operation in $operations get_another_charset_str; do pages+=("man3/qzstr_$operation.3"); done
+for page in "${pages[@]}"; do
     [[ -s $work/moved/share/man/$page ]] || failed "no $page"
 done
 if command -v groff >/dev/null; then

@@ -1,5 +1,6 @@
 #include "probe.h"
 
+#include <array>
 #include <cstdio>
 #include <optional>
 
@@ -129,6 +130,7 @@ round_trip move_everything(int charset) {
 }
 
 std::string byte_classes(int charset) {
+    const auto byte_name = [](int byte) { return hex(std::string(1, static_cast<char>(byte))); };
     const auto& row = _charset_info[charset];
     if (charset == QZSTR_CHARSET_ISO2022KR)
         return "seven-bit codes under shift and escape sequences; positions are refused";
@@ -144,13 +146,10 @@ std::string byte_classes(int charset) {
             here = row.qzstr_count_byte_fn(text, 1);
         }
         if (b > 0 && here != width) {
-            char item[48];
-            std::snprintf(item, sizeof item, "%s%02X-%02X %s", classes.empty() ? "" : ", ", first, b - 1,
-                          width == 1   ? "one byte"
-                          : width == 2 ? "first of two bytes"
-                          : width == 3 ? "first of three bytes"
-                                       : "first of four bytes");
-            classes += item;
+            static constexpr std::array<const char*, 4> kinds = {"one byte", "first of two bytes",
+                                                                 "first of three bytes", "first of four bytes"};
+            const std::string range = first == b - 1 ? byte_name(first) : byte_name(first) + "-" + byte_name(b - 1);
+            classes += (classes.empty() ? "" : ", ") + range + " " + kinds.at(static_cast<std::size_t>(width) - 1);
             first = b;
         }
         width = here;

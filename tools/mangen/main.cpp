@@ -19,18 +19,27 @@ namespace fs = std::filesystem;
 namespace {
 
 struct Operation {
-    std::string result, name, field, parameters;
+    std::string result, name, function, field, parameters;
 };
-
-#define QZSTR_OPERATION(result, cs, operation, field, parameters, arguments) {#result, #operation, #field, #parameters},
-const std::vector<Operation> operations = {QZSTR_POSITION_SLOTS(QZSTR_OPERATION, ) QZSTR_DECODE_SLOTS(QZSTR_OPERATION, )
-                                               QZSTR_ENCODE_SLOTS(QZSTR_OPERATION, ) QZSTR_CASE_SLOT(QZSTR_OPERATION, )
-                                                   QZSTR_TRAILING_SLOT(QZSTR_OPERATION, )
-                                                       QZSTR_ISSPACE_SLOT(QZSTR_OPERATION, )};
 
 #define QZSTR_TEXT_OF(parameters) #parameters
 #define QZSTR_EXPANDED_TEXT_OF(parameters) QZSTR_TEXT_OF(parameters)
 const std::string cell_parameters = QZSTR_EXPANDED_TEXT_OF(QZSTR_CELL_PARAMETERS);
+
+// clang-format off
+#define QZSTR_OPERATION(result, cs, operation, field, parameters, arguments)                                           \
+    {#result, #operation, "qzstr_FAMILY_" #operation, #field, #parameters},
+const std::vector<Operation> operations = {
+    QZSTR_POSITION_SLOTS(QZSTR_OPERATION, )
+    QZSTR_DECODE_SLOTS(QZSTR_OPERATION, )
+    QZSTR_ENCODE_SLOTS(QZSTR_OPERATION, )
+    QZSTR_CASE_SLOT(QZSTR_OPERATION, )
+    QZSTR_TRAILING_SLOT(QZSTR_OPERATION, )
+    QZSTR_ISSPACE_SLOT(QZSTR_OPERATION, )
+    {"conv_status_t", "get_another_charset_str", "qzstr_FAMILY_get_TARGET_str",
+     "qzstr_get_another_charset_str_fn[TARGET]", cell_parameters},
+};
+// clang-format on
 
 /// A documented declaration of a header.
 struct Declaration {
@@ -61,9 +70,16 @@ std::string roff(std::string text) {
     return text;
 }
 
-/// What stands in the NAME line: the beginning of the description.
+/// What stands in the NAME line: the beginning of the description, as far as the first stop that no bracket encloses.
 std::string summary(const std::string& text) {
-    std::string first = text.substr(0, std::min(text.find_first_of(".;:"), text.find(", ")));
+    std::string first;
+    int depth = 0;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        depth += (text[at] == '(') - (text[at] == ')');
+        const bool stops = std::string(".;:").find(text[at]) != std::string::npos || text.compare(at, 2, ", ") == 0;
+        if (stops && depth == 0) break;
+        first += text[at];
+    }
     // Not "UTF-8".
     if (first.size() > 1 && std::islower(static_cast<unsigned char>(first[1])) != 0)
         first[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(first[0])));
@@ -92,6 +108,13 @@ std::map<std::string, std::string> operation_texts(const std::string& header) {
             texts[name] += line + "\n";
     }
     return texts;
+}
+
+/// The "/**" comment in front of a declaration.
+std::string comment_of(const std::string& header, const std::string& declaration) {
+    const auto end = header.find("*/\n" + declaration), begin = header.rfind("/**", end);
+    if (end == std::string::npos) throw std::runtime_error("no comment on " + declaration);
+    return header.substr(begin + 3, end - begin - 3);
 }
 
 /// Declarations with a "/**" comment in front; types, which have a body or are defined in place, are left out.
@@ -163,7 +186,8 @@ std::string code(const std::string& text) {
 const char* const see_also = "libqzstr(3), qzstr-charsets(7)";
 
 std::string operation_pages(const Manual& manual, const std::string& header) {
-    const auto texts = operation_texts(header);
+    auto texts = operation_texts(header);
+    texts["get_another_charset_str"] = comment_of(header, "typedef conv_status_t(*qzstr_get_another_charset_str_fn_t)");
     std::string index;
     for (const Operation& op : operations) {
         const std::string name = "qzstr_" + op.name;
@@ -171,7 +195,7 @@ std::string operation_pages(const Manual& manual, const std::string& header) {
         text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
         manual.page(name, summary(text),
                     {{"SYNOPSIS", code(op.result + " (*_charset_info[CHARSET]." + op.field + ")" + op.parameters +
-                                       ";\n\n" + op.result + " qzstr_FAMILY_" + op.name + op.parameters + ";")},
+                                       ";\n\n" + op.result + " " + op.function + op.parameters + ";")},
                      {"DESCRIPTION", text},
                      {"SEE ALSO", see_also}});
         index += ".TP\n.BR " + roff(name) + " (3)\n" + roff(summary(text)) + "\n";

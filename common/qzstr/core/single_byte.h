@@ -19,7 +19,7 @@ template <class F>
 struct single_byte_positions {
     static constexpr bool single_byte_text = true;
 
-    // KEPT: a NUL ends the count.
+    // KEPT: a NUL ends the count, where the family has no count of its own.
     static int count_char(char* str, int byte_cnt) {
         if (!require(str != nullptr, "str != NULL", F::where.source, F::where.count_char)) return 0;
         if (!require(byte_cnt >= 0, "byte_cnt >= 0", F::where.source, nth(F::where.count_char, 1))) return 0;
