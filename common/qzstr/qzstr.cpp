@@ -210,27 +210,25 @@ conv_status_t convert_in_chunks(qzstr_charset_t from, char* str, int str_len, qz
     return status | end.status;
 }
 
-/// UTF-16 to UTF-8 for a target that cannot fill: runs without surrogates at once, what is around surrogates by UCS-4.
+/// UTF-16 to UTF-8 for a target that cannot fill; what the fast routine leaves goes by UCS-4.
 conv_status_t utf16_to_utf8(char* str, int str_len, char* buf, int buf_size, progress& at) {
     conv_status_t status = exact;
     while (str_len - at.read >= 2) {
-        char* const rest = str + at.read;
-        const int rest_len = str_len - static_cast<int>(at.read);
-        const int room = buf_size - static_cast<int>(at.written);
-        const auto run = static_cast<int>(run_of_bmp(bytes(rest), static_cast<std::size_t>(rest_len / 2)));
-        int read = 0, written = 0;
-        if (run > 0) {
-            qzstr_utf8_from_ucs2(rest, 2 * run, buf + at.written, room, &read, &written, 1);
-        } else {
-            constexpr int stretch = 64;
-            char units[stretch / 2 * 4];
-            int unit_bytes = 0;
-            status |= qzstr_utf16_to_ucs4(rest, rest_len < stretch ? rest_len : stretch, units, sizeof units, &read,
-                                          &unit_bytes, 1) &
-                      replaced;
-            if (read == 0) break; // a pair cut by the end
-            qzstr_utf8_from_ucs4(units, unit_bytes, buf + at.written, room, nullptr, &written, 1);
-        }
+        const moved fast =
+            encode_utf16_as_utf8(bytes(str) + at.read, static_cast<std::size_t>(str_len - at.read) / 2,
+                                 bytes(buf) + at.written, static_cast<std::size_t>(buf_size - at.written));
+        at.read += static_cast<offset_t>(fast.read);
+        at.written += static_cast<offset_t>(fast.written);
+        constexpr int stretch = 64;
+        char units[stretch / 2 * 4];
+        const auto left = static_cast<int>(str_len - at.read);
+        int read = 0, unit_bytes = 0, written = 0;
+        status |= qzstr_utf16_to_ucs4(str + at.read, left < stretch ? left : stretch, units, sizeof units, &read,
+                                      &unit_bytes, 1) &
+                  replaced;
+        if (read == 0) break; // the end, or a pair that it cuts
+        qzstr_utf8_from_ucs4(units, unit_bytes, buf + at.written, buf_size - static_cast<int>(at.written), nullptr,
+                             &written, 1);
         at.read += read;
         at.written += written;
     }

@@ -73,6 +73,7 @@ struct utf8 : multibyte<utf8>, decoders<utf8>, encoders<utf8>, ascii_reduction<u
 
     template <form Form, order Order>
     static moved decode_run(const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
+        if constexpr (Form == form::utf16) return decode_utf8_to_utf16(src, n, dst, units);
         return decode_utf8(layout_of<Form, Order>, src, n, dst, units);
     }
     template <form Form, order Order>

@@ -88,19 +88,6 @@ std::size_t narrow_ascii(unit_layout layout, const uchar* src, std::size_t n, uc
     return 0;
 }
 
-std::size_t run_of_bmp(const uchar* p, std::size_t n) {
-    constexpr byte_range surrogates{0xD8, 0xDF};
-    std::size_t i = 0;
-    if constexpr (has_vectors)
-        for (; 2 * i + block::size <= 2 * n; i += block::size / 2)
-            // A unit's first byte stands at an even place.
-            if (const std::uint64_t hit = block::load(p + 2 * i).within(surrogates) & 0x5555555555555555U; hit != 0)
-                return i + static_cast<std::size_t>(std::countr_zero(hit)) / 2;
-    while (i < n && (p[2 * i] < surrogates.first || p[2 * i] > surrogates.last))
-        ++i;
-    return i;
-}
-
 std::size_t run_before(const uchar* p, std::size_t n, uchar b) {
     std::size_t i = 0;
     if constexpr (has_vectors)

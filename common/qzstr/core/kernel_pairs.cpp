@@ -86,13 +86,6 @@ constexpr std::uint64_t starts_after(std::uint64_t leads, std::uint64_t carry) {
     return ~(leads << 1 | carry);
 }
 
-constexpr std::uint64_t first_bits(std::size_t n) {
-    return n >= 64 ? ~0ULL : (1ULL << n) - 1;
-}
-constexpr std::size_t lowest(std::uint64_t bits) {
-    return static_cast<std::size_t>(std::countr_zero(bits));
-}
-
 /// The last bytes of a text, with room to read a whole block and a trail.
 struct padded {
     alignas(64) uchar bytes[block_size + 16];
@@ -309,16 +302,6 @@ moved encode_pairs_as(pair_encoding plan, const uchar* src, std::size_t n, uchar
     }
     const std::size_t more = encode_carefully<Form, Order>(plan, src + i * unit, n - i, dst, room, written);
     return {(i + more) * unit, written};
-}
-
-std::size_t nth_bit(std::uint64_t bits, std::size_t n) {
-#if QZSTR_LEVEL_NUMBER >= QZSTR_IS_avx2
-    return lowest(_pdep_u64(1ULL << n, bits));
-#else
-    for (; n > 0; --n)
-        bits &= bits - 1;
-    return lowest(bits);
-#endif
 }
 
 } // namespace

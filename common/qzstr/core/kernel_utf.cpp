@@ -10,6 +10,10 @@
 #include <bit>
 #include <cstring>
 
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+#include "core/utf_avx512.h"
+#endif
+
 namespace qzstr::core::QZSTR_LEVEL {
 
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_plain
@@ -18,6 +22,12 @@ moved decode_utf8(unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
     return {};
 }
 moved encode_utf8(unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
+    return {};
+}
+moved decode_utf8_to_utf16(const uchar*, std::size_t, uchar*, std::size_t) {
+    return {};
+}
+moved encode_utf16_as_utf8(const uchar*, std::size_t, uchar*, std::size_t) {
     return {};
 }
 moved skip_utf8(const uchar*, std::size_t, std::size_t) {
@@ -43,22 +53,6 @@ namespace {
 constexpr std::size_t block_size = 64;
 /// Bytes behind a block that may be read with it.
 constexpr std::size_t beyond = 16;
-
-constexpr std::uint64_t first_bits(std::size_t n) {
-    return n >= 64 ? ~0ULL : (1ULL << n) - 1;
-}
-constexpr std::size_t lowest(std::uint64_t bits) {
-    return static_cast<std::size_t>(std::countr_zero(bits));
-}
-std::size_t nth_bit(std::uint64_t bits, std::size_t n) {
-#if QZSTR_LEVEL_NUMBER >= QZSTR_IS_avx2
-    return lowest(_pdep_u64(1ULL << n, bits));
-#else
-    for (; n > 0; --n)
-        bits &= bits - 1;
-    return lowest(bits);
-#endif
-}
 
 std::uint64_t inside(const uchar* p, uchar first, uchar last) {
     return mask_64(p, [first, last](block b) { return b.within({first, last}); });
@@ -129,64 +123,7 @@ struct well_formed {
     }
 };
 
-#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
-
-/// Stores the 16 code points of a group in the asked form, the first `count` of them.
-template <form Form, order Order>
-void store_group(uchar* dst, __m512i c, std::size_t count) {
-    const auto lanes = static_cast<__mmask16>(first_bits(count));
-    if constexpr (Form == form::ucs4) {
-        if constexpr (Order == order::big)
-            c = _mm512_shuffle_epi8(
-                c, _mm512_broadcast_i32x4(_mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12)));
-        _mm512_mask_storeu_epi32(dst, lanes, c);
-    } else {
-        __m256i units = _mm512_cvtepi32_epi16(c);
-        if constexpr (Order == order::big)
-            units = _mm256_shuffle_epi8(units, _mm256_broadcastsi128_si256(_mm_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8,
-                                                                                         11, 10, 13, 12, 15, 14)));
-        _mm256_mask_storeu_epi16(dst, lanes, units);
-    }
-}
-
-/// By the high half of a lead: the payload bits of its character, and how far they must be shifted down.
-alignas(64) constexpr std::uint32_t payload_of_lead[16] = {0x7F,      0x7F,   0x7F, 0x7F,
-                                                           0x7F,      0x7F,   0x7F, 0x7F, // one byte
-                                                           0,         0,      0,    0,    // no lead
-                                                           0x3F1F,    0x3F1F,             // two
-                                                           0x3F3F0F,                      // three
-                                                           0x3F3F3F07};
-alignas(64) constexpr std::uint32_t shift_of_lead[16] = {18, 18, 18, 18, 18, 18, 18, 18, 0, 0, 0, 0, 12, 12, 6, 0};
-
-/// Decodes the marked characters, 16 at a time: their bytes are brought into one lane each and joined by multiplication.
-template <form Form, order Order>
-void decode_marked(const uchar* p, std::uint64_t starts, std::size_t bytes, uchar* dst, bool) {
-    const __m512i text = _mm512_maskz_loadu_epi8(first_bits(bytes), p);
-    const __m512i iota =
-        _mm512_set_epi8(63, 62, 61, 60, 59, 58, 57, 56, 55, 54, 53, 52, 51, 50, 49, 48, 47, 46, 45, 44, 43, 42, 41, 40,
-                        39, 38, 37, 36, 35, 34, 33, 32, 31, 30, 29, 28, 27, 26, 25, 24, 23, 22, 21, 20, 19, 18, 17, 16,
-                        15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0);
-    __m512i positions = _mm512_maskz_compress_epi8(starts, iota);
-    const __m512i four_times = _mm512_set_epi8(15, 15, 15, 15, 14, 14, 14, 14, 13, 13, 13, 13, 12, 12, 12, 12, 11, 11,
-                                               11, 11, 10, 10, 10, 10, 9, 9, 9, 9, 8, 8, 8, 8, 7, 7, 7, 7, 6, 6, 6, 6,
-                                               5, 5, 5, 5, 4, 4, 4, 4, 3, 3, 3, 3, 2, 2, 2, 2, 1, 1, 1, 1, 0, 0, 0, 0);
-    const __m512i payloads = _mm512_load_si512(payload_of_lead), shifts = _mm512_load_si512(shift_of_lead);
-    for (int left = std::popcount(starts); left > 0; left -= 16) {
-        const __m512i at =
-            _mm512_add_epi8(_mm512_permutexvar_epi8(four_times, positions), _mm512_set1_epi32(0x03020100));
-        const __m512i raw = _mm512_permutexvar_epi8(at, text);
-        const __m512i lead = _mm512_srli_epi32(raw, 4);
-        const __m512i payload = _mm512_and_si512(raw, _mm512_permutexvar_epi32(lead, payloads));
-        const __m512i halves = _mm512_maddubs_epi16(payload, _mm512_set1_epi16(0x0140));
-        const __m512i joined = _mm512_madd_epi16(halves, _mm512_set1_epi32(0x00011000));
-        const __m512i c = _mm512_srlv_epi32(joined, _mm512_permutexvar_epi32(lead, shifts));
-        store_group<Form, Order>(dst, c, static_cast<std::size_t>(std::min(left, 16)));
-        dst += 16 * unit_size<Form>;
-        positions = _mm512_alignr_epi32(positions, positions, 4);
-    }
-}
-
-#else
+#if QZSTR_LEVEL_NUMBER < QZSTR_IS_avx512
 
 /// By the high half of a lead: the payload bits of its character, when the 24 bits of a four-byte one are joined, and how
 /// far they must be shifted down.
@@ -288,7 +225,7 @@ bool is_ascii_block(const uchar* p) {
 }
 
 template <form Form, order Order>
-moved decode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
+moved decode_utf8_by_starts(const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
     constexpr std::size_t unit = unit_size<Form>, group = 8;
     std::size_t base = 0, done = 0;
     // Decodes what a block of `taken` bytes has; false where the exact routine must look, or the target is full.
@@ -320,76 +257,22 @@ moved decode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t un
     return {base, done * unit};
 }
 
+template <form Form, order Order>
+moved decode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
-
-/// Up to 16 code points.
-template <form Form, order Order>
-__m512i load_group(const uchar* src, std::size_t count) {
-    const auto lanes = static_cast<__mmask16>(first_bits(count));
-    if constexpr (Form == form::ucs4) {
-        const __m512i c = _mm512_maskz_loadu_epi32(lanes, src);
-        if constexpr (Order == order::little) return c;
-        return _mm512_shuffle_epi8(
-            c, _mm512_broadcast_i32x4(_mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12)));
-    } else {
-        const __m512i c = _mm512_cvtepu16_epi32(_mm256_maskz_loadu_epi16(lanes, src));
-        if constexpr (Order == order::little) return c;
-        return _mm512_shuffle_epi8(
-            c, _mm512_broadcast_i32x4(_mm_setr_epi8(1, 0, -1, -1, 5, 4, -1, -1, 9, 8, -1, -1, 13, 12, -1, -1)));
+    if constexpr (Form != form::ucs4) {
+        const moved fast = decode_utf8_units<Form == form::utf16, Order>(src, n, dst, units);
+        if (fast.read == n) return fast;
+        const moved rest =
+            decode_utf8_by_starts<form::ucs2, Order>(src + fast.read, std::min(n - fast.read, block_size + beyond),
+                                                     dst + fast.written, units - fast.written / 2);
+        return {fast.read + rest.read, fast.written + rest.written};
     }
+#endif
+    return decode_utf8_by_starts < Form == form::ucs4 ? Form : form::ucs2, Order > (src, n, dst, units);
 }
 
-/// Each code point is spread over the four bytes of its lane, last byte last; the bytes that count are pressed together.
-template <form Form, order Order>
-moved encode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
-    constexpr std::size_t unit = unit_size<Form>;
-    const __m512i fields = _mm512_set1_epi64(0x20262C32'00060C12);
-    std::size_t i = 0, written = 0;
-    while (i < n) {
-        std::size_t count = std::min<std::size_t>(n - i, 16);
-        __m512i c = load_group<Form, Order>(src + i * unit, count);
-        if constexpr (Form == form::ucs4) {
-            const __mmask16 too_high = _mm512_cmpgt_epu32_mask(c, _mm512_set1_epi32(0x10FFFF));
-            count = std::min(count, lowest(too_high));
-        }
-        const __mmask16 two = _mm512_cmpgt_epu32_mask(c, _mm512_set1_epi32(0x7F));
-        if (two == 0) {
-            const std::size_t run = QZSTR_LEVEL::narrow_ascii(layout_of<Form, Order>, src + i * unit,
-                                                              std::min(n - i, room - written), dst + written);
-            i += run;
-            written += run;
-            if (run < count) break;
-            continue;
-        }
-        const __mmask16 three = _mm512_cmpgt_epu32_mask(c, _mm512_set1_epi32(0x7FF));
-        const __mmask16 four = _mm512_cmpgt_epu32_mask(c, _mm512_set1_epi32(0xFFFF));
-        const __m512i spread = _mm512_multishift_epi64_epi8(fields, c);
-        // (spread & 3F) | 80 in every byte; the lead then gets the rest of its prefix.
-        __m512i out = _mm512_ternarylogic_epi32(spread, _mm512_set1_epi32(0x3F3F3F3F),
-                                                _mm512_set1_epi32(static_cast<int>(0x80808080)), 0xEA);
-        out = _mm512_mask_or_epi32(out, two & ~three, out, _mm512_set1_epi32(0x00400000));
-        out = _mm512_mask_or_epi32(out, three & ~four, out, _mm512_set1_epi32(0x00006000));
-        out = _mm512_mask_or_epi32(out, four, out, _mm512_set1_epi32(0x00000070));
-        out = _mm512_mask_slli_epi32(out, static_cast<__mmask16>(~two), c, 24);
-        const std::uint64_t counts = _pdep_u64(two, 0x4444444444444444) | _pdep_u64(three, 0x2222222222222222) |
-                                     _pdep_u64(four, 0x1111111111111111) | 0x8888888888888888;
-        const std::uint64_t keep = counts & first_bits(4 * count);
-        const auto length = static_cast<std::size_t>(std::popcount(keep));
-        const __m512i pressed = _mm512_maskz_compress_epi8(keep, out);
-        if (room - written >= 64)
-            _mm512_storeu_si512(dst + written, pressed);
-        else if (length <= room - written)
-            _mm512_mask_storeu_epi8(dst + written, first_bits(length), pressed);
-        else
-            break;
-        i += count;
-        written += length;
-        if (count == 0) break;
-    }
-    return {i * unit, written};
-}
-
-#else
+#if QZSTR_LEVEL_NUMBER < QZSTR_IS_avx512
 
 /// What the code points of each length get in the four bytes of a word, last byte first.
 constexpr std::uint32_t prefix_of_length[5] = {0, 0, 0x80C00000, 0x8080E000, 0x808080F0};
@@ -511,6 +394,19 @@ moved encode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t ro
 }
 
 #endif
+
+/// Length of the run of big-endian units that are no surrogates, at most n units.
+[[maybe_unused]] std::size_t run_of_bmp(const uchar* p, std::size_t n) {
+    constexpr byte_range surrogates{0xD8, 0xDF};
+    std::size_t i = 0;
+    for (; 2 * i + block::size <= 2 * n; i += block::size / 2)
+        // A unit's first byte stands at an even place.
+        if (const std::uint64_t hit = block::load(p + 2 * i).within(surrogates) & 0x5555555555555555U; hit != 0)
+            return i + static_cast<std::size_t>(std::countr_zero(hit)) / 2;
+    while (i < n && (p[2 * i] < surrogates.first || p[2 * i] > surrogates.last))
+        ++i;
+    return i;
+}
 
 constexpr std::size_t unit_group = 32;
 
@@ -648,6 +544,19 @@ moved encode_utf8(unit_layout layout, const uchar* src, std::size_t n, uchar* ds
             return encode_utf8_as<form::ucs4, order::little>(src, n, dst, room);
         }
         return {};
+    });
+}
+
+moved decode_utf8_to_utf16(const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
+    return leaving([&] { return decode_utf8_as<form::utf16, order::big>(src, n, dst, units); });
+}
+
+moved encode_utf16_as_utf8(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+    return leaving([&] {
+#if QZSTR_LEVEL_NUMBER < QZSTR_IS_avx512
+        n = run_of_bmp(src, n);
+#endif
+        return encode_utf8_as<form::utf16, order::big>(src, n, dst, room);
     });
 }
 

@@ -90,8 +90,6 @@ struct letter_stretch {
     /* Narrows the run of units below 0x80, at most n units; returns units. */                                         \
     K(std::size_t, narrow_ascii, (unit_layout layout, const uchar* src, std::size_t n, uchar* dst),                    \
       (layout, src, n, dst))                                                                                           \
-    /* Length of the run of big-endian units that are no surrogates, at most n units. */                               \
-    K(std::size_t, run_of_bmp, (const uchar* p, std::size_t n), (p, n))                                                \
     /* Length of the run before the first byte equal to b, at most n. */                                               \
     K(std::size_t, run_before, (const uchar* p, std::size_t n, uchar b), (p, n, b))                                    \
     /* Length of the run of bytes equal to b that ends at p + n. */                                                    \
@@ -132,6 +130,11 @@ struct letter_stretch {
     /* Encodes up to n units as UTF-8 into at most `room` bytes. */                                                    \
     K(moved, encode_utf8, (unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t room),         \
       (layout, src, n, dst, room))                                                                                     \
+    /* The same for big-endian UTF-16; surrogate pairs and what they stand for may be taken or left. */                \
+    K(moved, decode_utf8_to_utf16, (const uchar* src, std::size_t n, uchar* dst, std::size_t units),                   \
+      (src, n, dst, units))                                                                                            \
+    K(moved, encode_utf16_as_utf8, (const uchar* src, std::size_t n, uchar* dst, std::size_t room),                    \
+      (src, n, dst, room))                                                                                             \
     /* Passes at most `chars` characters of UTF-8 that begin in the first n bytes, as skip_pairs. */                   \
     K(moved, skip_utf8, (const uchar* p, std::size_t n, std::size_t chars), (p, n, chars))                             \
     /* Passes whole characters of UTF-8 in the first n bytes that take less than `limit` columns: bytes, columns. */   \

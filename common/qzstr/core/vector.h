@@ -4,6 +4,7 @@
 #include "core/byte_set.h"
 #include "core/units.h"
 
+#include <bit>
 #include <cstddef>
 
 #define QZSTR_IS_plain 1
@@ -193,6 +194,23 @@ inline std::uint64_t mask_64(const uchar* p, Mask mask) {
     for (std::size_t i = 0; i < 64; i += block::size)
         bits |= static_cast<std::uint64_t>(static_cast<block::bits>(mask(block::load(p + i)))) << i;
     return bits;
+}
+
+constexpr std::uint64_t first_bits(std::size_t n) {
+    return n >= 64 ? ~0ULL : (1ULL << n) - 1;
+}
+constexpr std::size_t lowest(std::uint64_t bits) {
+    return static_cast<std::size_t>(std::countr_zero(bits));
+}
+/// The place of the n-th bit that is set, counted from 0; 64 where there are not so many.
+[[maybe_unused]] std::size_t nth_bit(std::uint64_t bits, std::size_t n) {
+#if QZSTR_LEVEL_NUMBER >= QZSTR_IS_avx2
+    return lowest(_pdep_u64(1ULL << n, bits));
+#else
+    for (; n > 0; --n)
+        bits &= bits - 1;
+    return lowest(bits);
+#endif
 }
 
 #endif

@@ -1,0 +1,359 @@
+// UTF-8 on AVX-512: what only this level has the instructions for. Included by kernel_utf.cpp alone.
+#pragma once
+
+#include "core/kernels.h"
+#include "core/units.h"
+#include "core/vector.h"
+
+#include <algorithm>
+#include <bit>
+
+namespace qzstr::core::QZSTR_LEVEL {
+namespace {
+
+// ---- Decoding into 16-bit units -------------------------------------------------------------------------------------
+
+/// The bytes `Back` places before p, p + 1 ...: of a text that begins `before` bytes before p and has n more. Lanes without
+/// such a byte are zero.
+template <int Back>
+__m512i load_edge(const uchar* p, std::size_t before, std::size_t n) {
+    const std::uint64_t there = first_bits(n + Back) & ~first_bits(Back - std::min<std::size_t>(before, Back));
+    return _mm512_maskz_loadu_epi8(there, p - Back);
+}
+
+/// What may not follow a lead, in terms of second byte + 0x20: its bit 6 is set from A0 on, bit 5 below, bit 7 always.
+struct forbidden_seconds {
+    alignas(64) uchar after[64] = {};
+
+    /// By the low six bits of a lead, which tell it from all others.
+    consteval forbidden_seconds() {
+        constexpr uchar from_a0 = 0x40, below_a0 = 0x20, any = 0x80;
+        after[0xC0 & 0x3F] = after[0xC1 & 0x3F] = any;
+        after[0xE0 & 0x3F] = below_a0;
+        after[0xED & 0x3F] = from_a0;
+        for (unsigned lead = 0xF5; lead <= 0xFF; ++lead)
+            after[lead & 0x3F] = any;
+    }
+};
+constexpr forbidden_seconds forbidden;
+
+/// Of a text that is well-formed but for its end: how many bytes it has of a character that goes on behind it.
+inline std::size_t bytes_of_cut(const uchar* text, std::size_t n) {
+    const auto from_end = [=](std::size_t back) { return back <= n ? text[n - back] : 0; };
+    return from_end(1) >= 0xC0 ? 1 : from_end(2) >= 0xE0 ? 2 : from_end(3) >= 0xF0 ? 3 : 0;
+}
+
+/// 64 bytes of text as units, each where its character ends (the first of a surrogate pair one byte before): its low
+/// and its high byte.
+struct joined_units {
+    __m512i low, high;
+    std::uint64_t marks;
+    bool well_formed;
+
+    /// `back_k` are the bytes k places before.
+    template <bool Pairs>
+    static joined_units of(__m512i text, __m512i back_1, __m512i back_2, __m512i back_3, std::uint64_t inside,
+                           bool is_cut) {
+        const auto all = [](unsigned b) { return _mm512_set1_epi8(static_cast<char>(b)); };
+        const auto from = [](__m512i bytes, unsigned first) { // first >= 0x80
+            return _mm512_movepi8_mask(_mm512_subs_epu8(bytes, _mm512_set1_epi8(static_cast<char>(first - 0x80))));
+        };
+        const std::uint64_t continues = _mm512_cmplt_epi8_mask(text, all(0xC0));
+        const std::uint64_t after_lead = from(back_1, 0xC0), third = from(back_2, 0xE0), fourth = from(back_3, 0xF0);
+        const std::uint64_t expected = after_lead | third | fourth;
+        const __m512i second = _mm512_add_epi8(text, all(0x20));
+        const __m512i may_not = _mm512_permutexvar_epi8(back_1, _mm512_load_si512(forbidden.after));
+        std::uint64_t wrong = (continues ^ expected) | _mm512_mask_test_epi8_mask(after_lead, second, may_not);
+
+        const __m512i low_bits = all(0x3F), low_half = all(0x0F);
+        const auto where = [](__m512i mask, __m512i set, __m512i clear) {
+            return _mm512_ternarylogic_epi32(mask, set, clear, 0xCA);
+        };
+        __m512i low = where(low_bits, text, _mm512_slli_epi16(back_1, 6));
+        __m512i high =
+            where(low_half, _mm512_srli_epi16(back_1, 2), _mm512_slli_epi16(_mm512_maskz_mov_epi8(third, back_2), 4));
+        const std::uint64_t first_of_pair = from(back_2, 0xF0);
+        if ((fourth | first_of_pair) != 0) [[unlikely]] {
+            const std::uint64_t after_f0 = _mm512_cmpeq_epi8_mask(back_1, all(0xF0));
+            const std::uint64_t after_f4 = _mm512_cmpeq_epi8_mask(back_1, all(0xF4));
+            wrong |= _mm512_mask_cmplt_epu8_mask(after_f0, text, all(0x90)) |
+                     _mm512_mask_cmpge_epu8_mask(after_f4, text, all(0x90));
+            if constexpr (!Pairs) wrong = ~std::uint64_t{0};
+            // The second unit has two bits of the second byte; the first is D7C0 + (code point >> 10).
+            const __m512i second_high = _mm512_ternarylogic_epi32(high, all(0x03), all(0xDC), 0xEA);
+            const __m512i bits = where(all(0x03), _mm512_srli_epi16(text, 4), _mm512_slli_epi16(back_1, 2));
+            const std::uint64_t borrow = _mm512_cmplt_epu8_mask(bits, all(0x40));
+            __m512i first_high = _mm512_add_epi8(_mm512_and_si512(back_2, all(0x07)), all(0xD8));
+            first_high = _mm512_mask_sub_epi8(first_high, borrow, first_high, all(1));
+            low = _mm512_mask_sub_epi8(low, first_of_pair, bits, all(0x40));
+            high = _mm512_mask_mov_epi8(_mm512_mask_mov_epi8(high, fourth, second_high), first_of_pair, first_high);
+        }
+        const std::uint64_t ends = ~(expected >> 1 | std::uint64_t{is_cut} << 63);
+        return {_mm512_mask_mov_epi8(text, continues, low), _mm512_maskz_mov_epi8(continues, high),
+                (ends | first_of_pair) & inside, (wrong & inside) == 0};
+    }
+};
+
+/// Stores the units of up to 64 marks.
+template <order Order>
+void store_units(uchar* dst, __m512i low, __m512i high, std::size_t count, std::size_t room) {
+    const auto half = [](__m512i bytes, int which) {
+        return _mm512_cvtepu8_epi16(which == 0 ? _mm512_castsi512_si256(bytes) : _mm512_extracti64x4_epi64(bytes, 1));
+    };
+    for (int which = 0; which < 2; ++which) {
+        __m512i units = Order == order::big
+                            ? _mm512_or_si512(half(high, which), _mm512_slli_epi16(half(low, which), 8))
+                            : _mm512_or_si512(half(low, which), _mm512_slli_epi16(half(high, which), 8));
+        if (room >= 32)
+            _mm512_storeu_si512(dst, units);
+        else
+            _mm512_mask_storeu_epi16(dst, static_cast<__mmask32>(first_bits(count)), units);
+        if (count <= 32) return;
+        dst += 64, count -= 32, room -= 32;
+    }
+}
+
+/// Decodes whole blocks, up to the one with something malformed in it (in UCS-2: or beyond the BMP) or without room, and
+/// the rest of the text; what the end of the text cuts stays.
+template <bool Pairs, order Order>
+moved decode_utf8_units(const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
+    std::size_t base = 0, done = 0;
+    bool goes_on = false; // a character of the block before
+    while (base < n) {
+        const uchar* const p = src + base;
+        const std::size_t taken = std::min(n - base, std::size_t{64});
+        const std::uint64_t inside = first_bits(taken);
+        const bool at_edge = base == 0 || taken < 64;
+        const __m512i text = at_edge ? load_edge<0>(p, base, taken) : _mm512_loadu_si512(p);
+        if (_mm512_movepi8_mask(text) == 0 && !goes_on && units - done >= taken) {
+            store_units<Order>(dst + 2 * done, text, _mm512_setzero_si512(), taken, units - done);
+            base += taken;
+            done += taken;
+            continue;
+        }
+        const __m512i back_1 = at_edge ? load_edge<1>(p, base, taken) : _mm512_loadu_si512(p - 1);
+        const __m512i back_2 = at_edge ? load_edge<2>(p, base, taken) : _mm512_loadu_si512(p - 2);
+        const __m512i back_3 = at_edge ? load_edge<3>(p, base, taken) : _mm512_loadu_si512(p - 3);
+        const bool is_cut = taken == 64 && ((p[63] >= 0xC0) | (p[62] >= 0xE0) | (p[61] >= 0xF0)) != 0;
+        const joined_units joined = joined_units::of<Pairs>(text, back_1, back_2, back_3, inside, is_cut);
+        const auto count = static_cast<std::size_t>(std::popcount(joined.marks));
+        if (!joined.well_formed || count > units - done) break;
+        store_units<Order>(dst + 2 * done, _mm512_maskz_compress_epi8(joined.marks, joined.low),
+                           _mm512_maskz_compress_epi8(joined.marks, joined.high), count, units - done);
+        base += taken;
+        done += count;
+        goes_on = is_cut;
+    }
+    // A character that goes on behind the last block is taken back, and the first unit of its pair with it.
+    const std::size_t cut = bytes_of_cut(src, base);
+    return {base - cut, 2 * (done - (cut == 3 ? 1 : 0))};
+}
+
+// ---- Decoding the marked characters of a block -----------------------------------------------------------------------
+
+/// Stores the 16 code points of a group in the asked form, the first `count` of them.
+template <form Form, order Order>
+void store_group(uchar* dst, __m512i c, std::size_t count) {
+    const auto lanes = static_cast<__mmask16>(first_bits(count));
+    if constexpr (Form == form::ucs4) {
+        if constexpr (Order == order::big)
+            c = _mm512_shuffle_epi8(
+                c, _mm512_broadcast_i32x4(_mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12)));
+        _mm512_mask_storeu_epi32(dst, lanes, c);
+    } else {
+        __m256i units = _mm512_cvtepi32_epi16(c);
+        if constexpr (Order == order::big)
+            units = _mm256_shuffle_epi8(units, _mm256_broadcastsi128_si256(_mm_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8,
+                                                                                         11, 10, 13, 12, 15, 14)));
+        _mm256_mask_storeu_epi16(dst, lanes, units);
+    }
+}
+
+/// By the high half of a lead: the payload bits of its character, and how far they must be shifted down.
+alignas(64) constexpr std::uint32_t payload_of_lead[16] = {0x7F,      0x7F,   0x7F, 0x7F,
+                                                           0x7F,      0x7F,   0x7F, 0x7F, // one byte
+                                                           0,         0,      0,    0,    // no lead
+                                                           0x3F1F,    0x3F1F,             // two
+                                                           0x3F3F0F,                      // three
+                                                           0x3F3F3F07};
+alignas(64) constexpr std::uint32_t shift_of_lead[16] = {18, 18, 18, 18, 18, 18, 18, 18, 0, 0, 0, 0, 12, 12, 6, 0};
+
+/// Decodes the marked characters, 16 at a time: their bytes are brought into one lane each and joined by multiplication.
+template <form Form, order Order>
+void decode_marked(const uchar* p, std::uint64_t starts, std::size_t bytes, uchar* dst, bool) {
+    const __m512i text = _mm512_maskz_loadu_epi8(first_bits(bytes), p);
+    const __m512i iota =
+        _mm512_set_epi8(63, 62, 61, 60, 59, 58, 57, 56, 55, 54, 53, 52, 51, 50, 49, 48, 47, 46, 45, 44, 43, 42, 41, 40,
+                        39, 38, 37, 36, 35, 34, 33, 32, 31, 30, 29, 28, 27, 26, 25, 24, 23, 22, 21, 20, 19, 18, 17, 16,
+                        15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0);
+    __m512i positions = _mm512_maskz_compress_epi8(starts, iota);
+    const __m512i four_times = _mm512_set_epi8(15, 15, 15, 15, 14, 14, 14, 14, 13, 13, 13, 13, 12, 12, 12, 12, 11, 11,
+                                               11, 11, 10, 10, 10, 10, 9, 9, 9, 9, 8, 8, 8, 8, 7, 7, 7, 7, 6, 6, 6, 6,
+                                               5, 5, 5, 5, 4, 4, 4, 4, 3, 3, 3, 3, 2, 2, 2, 2, 1, 1, 1, 1, 0, 0, 0, 0);
+    const __m512i payloads = _mm512_load_si512(payload_of_lead), shifts = _mm512_load_si512(shift_of_lead);
+    for (int left = std::popcount(starts); left > 0; left -= 16) {
+        const __m512i at =
+            _mm512_add_epi8(_mm512_permutexvar_epi8(four_times, positions), _mm512_set1_epi32(0x03020100));
+        const __m512i raw = _mm512_permutexvar_epi8(at, text);
+        const __m512i lead = _mm512_srli_epi32(raw, 4);
+        const __m512i payload = _mm512_and_si512(raw, _mm512_permutexvar_epi32(lead, payloads));
+        const __m512i halves = _mm512_maddubs_epi16(payload, _mm512_set1_epi16(0x0140));
+        const __m512i joined = _mm512_madd_epi16(halves, _mm512_set1_epi32(0x00011000));
+        const __m512i c = _mm512_srlv_epi32(joined, _mm512_permutexvar_epi32(lead, shifts));
+        store_group<Form, Order>(dst, c, static_cast<std::size_t>(std::min(left, 16)));
+        dst += 16 * unit_size<Form>;
+        positions = _mm512_alignr_epi32(positions, positions, 4);
+    }
+}
+
+// ---- Encoding -------------------------------------------------------------------------------------------------------
+
+/// Units of 16 bits.
+template <order Order>
+__m512i in_host_order(__m512i units) {
+    if constexpr (Order == order::little) return units;
+    return _mm512_shuffle_epi8(
+        units, _mm512_broadcast_i32x4(_mm_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14)));
+}
+
+/// Up to 16 code points.
+template <form Form, order Order>
+__m512i load_group(const uchar* src, std::size_t count) {
+    const auto lanes = static_cast<__mmask16>(first_bits(count));
+    if constexpr (Form == form::ucs4) {
+        const __m512i c = _mm512_maskz_loadu_epi32(lanes, src);
+        if constexpr (Order == order::little) return c;
+        return _mm512_shuffle_epi8(
+            c, _mm512_broadcast_i32x4(_mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12)));
+    } else {
+        const __m512i c = _mm512_cvtepu16_epi32(_mm256_maskz_loadu_epi16(lanes, src));
+        if constexpr (Order == order::little) return c;
+        return _mm512_shuffle_epi8(
+            c, _mm512_broadcast_i32x4(_mm_setr_epi8(1, 0, -1, -1, 5, 4, -1, -1, 9, 8, -1, -1, 13, 12, -1, -1)));
+    }
+}
+
+/// UTF-8 bytes in their order, of which only those marked count.
+struct spread_bytes {
+    __m512i bytes;
+    std::uint64_t marks;
+
+    std::size_t store(uchar* dst) const {
+        _mm512_storeu_si512(dst, _mm512_maskz_compress_epi8(marks, bytes));
+        return static_cast<std::size_t>(std::popcount(marks));
+    }
+};
+
+/// 16 code points in the four bytes of a lane each, last byte last, by masks of those that take two bytes, three, four.
+inline spread_bytes spread_group(__m512i c, __mmask16 two, __mmask16 three, __mmask16 four) {
+    const auto all = [](unsigned v) { return _mm512_set1_epi32(static_cast<int>(v)); };
+    const __m512i fields = _mm512_set1_epi64(0x20262C32'00060C12);
+    // (field & 3F) | 80 in every byte; the lead then gets the rest of its prefix.
+    __m512i out =
+        _mm512_ternarylogic_epi32(_mm512_multishift_epi64_epi8(fields, c), all(0x3F3F3F3F), all(0x80808080), 0xEA);
+    out = _mm512_mask_or_epi32(out, two & ~three, out, all(0x00400000));
+    out = _mm512_mask_or_epi32(out, three & ~four, out, all(0x00006000));
+    out = _mm512_mask_or_epi32(out, four, out, all(0x00000070));
+    out = _mm512_mask_slli_epi32(out, static_cast<__mmask16>(~two), c, 24);
+    return {out, _pdep_u64(two, 0x4444444444444444) | _pdep_u64(three, 0x2222222222222222) |
+                     _pdep_u64(four, 0x1111111111111111) | 0x8888888888888888};
+}
+
+/// 32 units below 0x800 in their two bytes.
+inline spread_bytes spread_twos(__m512i c, __mmask32 two) {
+    const __m512i both =
+        _mm512_ternarylogic_epi32(_mm512_slli_epi16(c, 8), _mm512_set1_epi16(0x3F00), _mm512_srli_epi16(c, 6), 0xEA);
+    const __m512i marked = _mm512_or_si512(both, _mm512_set1_epi16(static_cast<short>(0x80C0)));
+    return {_mm512_mask_slli_epi16(marked, ~two, c, 8), _pdep_u64(two, 0x5555555555555555) | 0xAAAAAAAAAAAAAAAA};
+}
+
+/// Encodes 32 units at a time while there is room for what any may become; in UTF-16 up to surrogates.
+template <form Form, order Order>
+void encode_full_groups(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t& i,
+                        std::size_t& written) {
+    constexpr std::size_t group = 32;
+    const auto unit = [](unsigned v) { return _mm512_set1_epi16(static_cast<short>(v)); };
+    while (n - i >= group && room - written >= 4 * group) {
+        const __m512i c = in_host_order<Order>(_mm512_loadu_si512(src + 2 * i));
+        const __mmask32 two = _mm512_cmpgt_epu16_mask(c, unit(0x7F)), three = _mm512_cmpgt_epu16_mask(c, unit(0x7FF));
+        uchar* const out = dst + written;
+        if (two == 0) {
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), _mm512_cvtepi16_epi8(c));
+            written += group;
+        } else if (three == 0) {
+            written += spread_twos(c, two).store(out);
+        } else {
+            if constexpr (Form == form::utf16)
+                if (_mm512_cmpeq_epi16_mask(_mm512_and_si512(c, unit(0xF800)), unit(0xD800)) != 0) return;
+            const auto half = [](__m256i units) { return _mm512_cvtepu16_epi32(units); };
+            const auto second = [](__mmask32 mask) { return static_cast<__mmask16>(mask >> 16); };
+            const auto first = [](__mmask32 mask) { return static_cast<__mmask16>(mask); };
+            written += spread_group(half(_mm512_castsi512_si256(c)), first(two), first(three), 0).store(out);
+            written +=
+                spread_group(half(_mm512_extracti64x4_epi64(c, 1)), second(two), second(three), 0).store(dst + written);
+        }
+        i += group;
+    }
+}
+
+/// The code points of surrogate pairs in the lanes of their first units; `count` loses what is no pair or not whole.
+/// Returns the lanes of second units.
+inline __mmask16 join_pairs(__m512i& c, std::size_t& count) {
+    const auto all = [](unsigned v) { return _mm512_set1_epi32(static_cast<int>(v)); };
+    const auto inside = static_cast<__mmask16>(first_bits(count));
+    const __m512i kind = _mm512_and_si512(c, all(0xFC00));
+    const __mmask16 first = _mm512_mask_cmpeq_epi32_mask(inside, kind, all(0xD800));
+    const __mmask16 second = _mm512_mask_cmpeq_epi32_mask(inside, kind, all(0xDC00));
+    if ((first | second) == 0) return 0;
+    const auto alone = static_cast<__mmask16>((first & ~(second >> 1)) | (second & ~(first << 1)));
+    count = std::min(count, lowest(alone));
+    const __m512i next = _mm512_alignr_epi32(c, c, 1);
+    c = _mm512_mask_sub_epi32(c, first, _mm512_add_epi32(_mm512_slli_epi32(c, 10), next), all(0x35FDC00));
+    return second;
+}
+
+/// Encodes until something is no code point, or the target has no room for the next group.
+template <form Form, order Order>
+moved encode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+    constexpr std::size_t unit = unit_size<Form>;
+    std::size_t i = 0, written = 0;
+    while (i < n) {
+        if constexpr (Form != form::ucs4) encode_full_groups<Form, Order>(src, n, dst, room, i, written);
+        std::size_t count = std::min<std::size_t>(n - i, 16);
+        __m512i c = load_group<Form, Order>(src + i * unit, count);
+        __mmask16 dropped = 0;
+        if constexpr (Form == form::ucs4) {
+            const __mmask16 too_high = _mm512_cmpgt_epu32_mask(c, _mm512_set1_epi32(0x10FFFF));
+            count = std::min(count, lowest(too_high));
+        }
+        if constexpr (Form == form::utf16) dropped = join_pairs(c, count);
+        const __mmask16 two = _mm512_cmpgt_epu32_mask(c, _mm512_set1_epi32(0x7F));
+        if (two == 0) {
+            const std::size_t run = QZSTR_LEVEL::narrow_ascii(layout_of<Form, Order>, src + i * unit,
+                                                              std::min(n - i, room - written), dst + written);
+            i += run;
+            written += run;
+            if (run < count) break;
+            continue;
+        }
+        const __mmask16 three = _mm512_cmpgt_epu32_mask(c, _mm512_set1_epi32(0x7FF));
+        const __mmask16 four = _mm512_cmpgt_epu32_mask(c, _mm512_set1_epi32(0xFFFF));
+        spread_bytes spread = spread_group(c, two, three, four);
+        spread.marks &= first_bits(4 * count) & ~(_pdep_u64(dropped, 0x1111111111111111) * 15);
+        const auto length = static_cast<std::size_t>(std::popcount(spread.marks));
+        if (room - written >= 64)
+            spread.store(dst + written);
+        else if (length <= room - written)
+            _mm512_mask_storeu_epi8(dst + written, first_bits(length),
+                                    _mm512_maskz_compress_epi8(spread.marks, spread.bytes));
+        else
+            break;
+        i += count;
+        written += length;
+        if (count == 0) break;
+    }
+    return {i * unit, written};
+}
+
+} // namespace
+} // namespace qzstr::core::QZSTR_LEVEL
