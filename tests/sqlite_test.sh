@@ -94,6 +94,9 @@ expect 'scan by row' '4|0|1|B0|truncated
 expect 'a scan of many findings' '300000|400000|399999' \
     "SELECT count(*), max(character), max(\"offset\") FROM qz_scan(zeroblob(100000) || replace(hex(zeroblob(100000)), '00', '가'),
         'CL8KOI8R', 'ASCII')"
+expect 'scan with its arguments' 'é|UTF8|ASCII
+0' "SELECT text, from_charset, to_charset FROM qz_scan('é', 'UTF8', 'ASCII') WHERE from_charset = 'UTF8';
+    SELECT count(*) FROM qz_scan('é', 'UTF8', 'ASCII') WHERE from_charset = 'EUCKR'"
 expect 'charsets' '35|33|3' \
     "SELECT count(*), sum(has_positions), max(id) FILTER (WHERE canonical_name = 'UTF-8') FROM qz_charsets"
 expect 'deterministic' '' "CREATE INDEX upper ON t (qz_upper(s, 'UTF8'))"

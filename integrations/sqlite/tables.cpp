@@ -4,6 +4,7 @@
 #include <catalogue.h>
 #include <scan.h>
 
+#include <array>
 #include <memory>
 #include <new>
 #include <optional>
@@ -25,6 +26,7 @@ public:
         "oracle_id INTEGER, max_bytes INTEGER, is_superset_of_ascii INTEGER, "
         "is_national INTEGER, has_positions INTEGER)";
     static constexpr int first_argument = 9, arguments = 0;
+    static constexpr const char* usage = "qz_charsets takes no arguments";
 
     void start(sqlite3_value**) { id_ = 0; }
     void next() { ++id_; }
@@ -33,25 +35,25 @@ public:
 
     void column(sqlite3_context* context, int index) const {
         const qzstr_charset_info_t& info = _charset_info[id_];
-        const bool has_positions = qzconv::has_positions(static_cast<qzstr_charset_t>(id_));
         switch (index) {
+        case 0:
+            return sqlite3_result_int(context, id_);
         case 1:
             return give_text(context, info.name);
         case 2:
             return give_text(context, info.canonical_name);
         case 3:
             return give_text(context, info.ora_compat_name);
+        case 4:
+            return sqlite3_result_int(context, info.ora_charset_id);
+        case 5:
+            return sqlite3_result_int(context, info.max_bytes_per_char);
+        case 6:
+            return sqlite3_result_int(context, info.is_superset_of_ascii);
+        case 7:
+            return sqlite3_result_int(context, info.usable_national_charset);
         default:
-            const int numbers[] = {id_,
-                                   0,
-                                   0,
-                                   0,
-                                   info.ora_charset_id,
-                                   info.max_bytes_per_char,
-                                   info.is_superset_of_ascii,
-                                   info.usable_national_charset,
-                                   has_positions};
-            return sqlite3_result_int(context, numbers[index]);
+            return sqlite3_result_int(context, qzconv::has_positions(static_cast<qzstr_charset_t>(id_)));
         }
     }
 
@@ -66,13 +68,17 @@ public:
         "CREATE TABLE x(offset INTEGER, character INTEGER, line INTEGER, column INTEGER, bytes BLOB, reason TEXT, "
         "text HIDDEN, from_charset TEXT HIDDEN, to_charset TEXT HIDDEN)";
     static constexpr int first_argument = 6, arguments = 3;
+    static constexpr const char* usage = "qz_scan takes three arguments: text, from, to";
 
     void start(sqlite3_value** values) {
         scanner_.reset();
         rest_ = {};
         row_ = at_ = 0;
-        for (int index = 0; index < arguments; ++index)
+        for (std::size_t index = 0; index < given_.size(); ++index) {
             if (sqlite3_value_type(values[index]) == SQLITE_NULL) return;
+            given_[index].reset(sqlite3_value_dup(values[index]));
+            if (given_[index] == nullptr) throw std::bad_alloc();
+        }
         scanner_.emplace(charset_named(values[1]), charset_named(values[2]));
         text_ = Value(values[0]).bytes;
         rest_ = text_;
@@ -91,10 +97,14 @@ public:
         if (index < 4) return sqlite3_result_int64(context, static_cast<std::int64_t>(numbers[index]));
         if (index == 4) return sqlite3_result_blob64(context, bytes.data(), bytes.size(), SQLITE_TRANSIENT);
         if (index == 5) return give_text(context, name_of(reason));
-        sqlite3_result_null(context);
+        sqlite3_result_value(context, given_[static_cast<std::size_t>(index - first_argument)].get());
     }
 
 private:
+    struct FreeValue {
+        void operator()(sqlite3_value* value) const { sqlite3_value_free(value); }
+    };
+
     void refill() {
         at_ = 0;
         scanner_->findings.clear();
@@ -102,6 +112,7 @@ private:
             rest_.remove_prefix(scanner_->step(rest_, true));
     }
 
+    std::array<std::unique_ptr<sqlite3_value, FreeValue>, arguments> given_;
     std::string text_;
     std::string_view rest_;
     std::optional<qzscan::Scanner> scanner_;
@@ -141,22 +152,24 @@ struct Table {
         delete table;
         return SQLITE_OK;
     }
-    /// Every argument is an equality with a hidden column.
+    /// Every argument is an equality with a hidden column. A second one with the same column is SQLite's to look at.
     static int best_index(sqlite3_vtab* table, sqlite3_index_info* index) {
         int given = 0;
+        bool waits = false;
         for (int i = 0; i < index->nConstraint; ++i) {
             const auto& constraint = index->aConstraint[i];
             const int argument = constraint.iColumn - Rows::first_argument;
             if (argument < 0 || argument >= Rows::arguments || constraint.op != SQLITE_INDEX_CONSTRAINT_EQ) continue;
-            if (!constraint.usable) return SQLITE_CONSTRAINT;
+            waits |= !constraint.usable;
+            if (!constraint.usable || (given & 1 << argument) != 0) continue;
             index->aConstraintUsage[i].argvIndex = argument + 1;
             index->aConstraintUsage[i].omit = 1;
             given |= 1 << argument;
         }
         index->estimatedCost = 1000;
-        return guard(table, [given] {
-            if (given != (1 << Rows::arguments) - 1) throw SqlError("qz_scan takes three arguments: text, from, to");
-        });
+        if (given == (1 << Rows::arguments) - 1) return SQLITE_OK;
+        if (waits) return SQLITE_CONSTRAINT; // another order of the tables may supply the argument
+        return guard(table, [] { throw SqlError(Rows::usage); });
     }
     static int open(sqlite3_vtab*, sqlite3_vtab_cursor** cursor) {
         *cursor = new (std::nothrow) Cursor{};
