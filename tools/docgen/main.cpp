@@ -104,6 +104,7 @@ std::string page(const fs::path& root, int charset, const round_trip& moved) {
     const auto& row = _charset_info[charset];
     const std::vector<family_sources> sources = sources_of(root, charset);
     std::vector<std::string> source_names;
+    source_names.reserve(sources.size());
     for (const family_sources& source : sources)
         source_names.push_back(source.name());
     std::ostringstream out;

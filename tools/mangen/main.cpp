@@ -129,7 +129,7 @@ std::vector<Declaration> declarations(const std::string& header) {
         for (const char* prefix : {"extern ", "QZSTR_API "})
             if (code.rfind(prefix, 0) == 0) code.erase(0, std::string(prefix).size());
         if (const auto macro = code.find("QZSTR_CELL_PARAMETERS"); macro != std::string::npos)
-            code = code.substr(0, macro - 1) + cell_parameters;
+            code.replace(macro - 1, std::string::npos, cell_parameters);
         const auto name_end = std::min(code.find('('), code.find('['));
         const std::string head = code.substr(0, name_end);
         found.push_back({head.substr(head.find_last_of(" *") + 1), code + ";", flat(text)});
@@ -150,7 +150,7 @@ std::string output_of(const std::string& command) {
 
 class Manual {
 public:
-    Manual(fs::path directory, int section)
+    Manual(const fs::path& directory, int section)
         : directory_(directory / ("man" + std::to_string(section))), section_(section) {
         fs::create_directories(directory_);
     }
@@ -262,7 +262,8 @@ void charsets_page(const Manual& manual) {
 }
 
 void tool_page(const Manual& manual, const std::string& qzconv) {
-    const std::string help = output_of("'" + qzconv + "' --help");
+    const auto help_of = [&](const std::string& command) { return output_of("'" + qzconv + "' " + command + " --help"); };
+    const std::string help = help_of("");
     std::vector<std::pair<std::string, std::string>> sections = {
         {"SYNOPSIS", ".B qzconv\n.I COMMAND\n[options] [FILE...]"}, {"DESCRIPTION", verbatim(help)}};
     std::istringstream lines(help.substr(help.find("Subcommands:")));
@@ -271,7 +272,7 @@ void tool_page(const Manual& manual, const std::string& qzconv) {
     while (std::getline(lines, line) && line.rfind("  ", 0) == 0) {
         std::string command = flat(line);
         command.resize(command.find(' '));
-        sections.push_back({"qzconv " + command, verbatim(output_of("'" + qzconv + "' " + command + " --help"))});
+        sections.push_back({"qzconv " + command, verbatim(help_of(command))});
     }
     sections.push_back({"SEE ALSO", see_also});
     manual.page("qzconv", "convert and examine text in database charsets", sections);
