@@ -56,6 +56,10 @@ expect 'instr' '1|4|7|0|7|1|0|2|0|1|2|0' \
         qz_instr(x'B0A1B0A2', 'EUCKR', x'A1B0'), qz_instr(x'B0A1B0A2', 'EUCKR', '각'), qz_instr(s, 'UTF8', ''),
         qz_instr('aaa', 'UTF8', 'aa'), qz_instr('aaa', 'UTF8', 'aa', 2), qz_instr('', 'UTF8', 'a')
     FROM (SELECT 'ab가ab🍣ab' AS s)"
+expect 'instr gives positions of substr' '2|61|2|62|3' \
+    "SELECT qz_instr(a, 'GB18030', 'a'), hex(qz_substr(a, 'GB18030', 2, 1)), qz_instr(b, 'TH8TISASCII', 'b'),
+        hex(qz_substr(b, 'TH8TISASCII', 2, 1)), qz_length(x'610062', 'TH8TISASCII')
+    FROM (SELECT x'8139EF3061' AS a, x'0E6162' AS b)"
 expect 'like' '1|1|0|1|1|0|1|0|1|1|0|1|1' \
     "SELECT qz_like('🍣안_b%', 'UTF8', '_안!__!%', '!'), qz_like('abcabc', 'UTF8', 'a%b_'), qz_like('abc', 'UTF8', 'ab'),
         qz_like('', 'UTF8', '%'), qz_like('abc', 'UTF8', '%%'), qz_like('abc', 'UTF8', 'A%'),

@@ -72,11 +72,6 @@ void Call::give_null() const {
     sqlite3_result_null(context_);
 }
 
-std::int64_t count_characters(qzstr_charset_t charset, std::string_view text) {
-    if (info(charset).max_bytes_per_char == 1) return static_cast<std::int64_t>(text.size()); // a NUL is one too
-    return info(charset).qzstr_count_char_fn(const_cast<char*>(text.data()), static_cast<int>(text.size()));
-}
-
 namespace {
 
 /// The first thing in a text that a conversion replaces or leaves behind.
@@ -133,8 +128,14 @@ void convert(Call& call) {
     call.give(convert_all(from, to, text.bytes), to == QZSTR_CHARSET_UTF8);
 }
 
+/// As the library counts, but on to the end of single-byte text: there its count ends at a NUL, and positions do not.
 void length(Call& call) {
-    call.give(count_characters(call.charset_with_positions(1), call.value(0).bytes));
+    const Value text = call.value(0);
+    const qzstr_charset_t charset = call.charset_with_positions(1);
+    if (info(charset).max_bytes_per_char == 1)
+        return call.give(static_cast<std::int64_t>(qzscan::Characters(charset, text.bytes).count()));
+    call.give(
+        info(charset).qzstr_count_char_fn(const_cast<char*>(text.bytes.data()), static_cast<int>(text.bytes.size())));
 }
 
 /// As SQLite's substr: the start counts from 1, from the end when negative; a negative count takes what is before it.

@@ -2,6 +2,7 @@
 #include "sql.h"
 
 #include <catalogue.h>
+#include <cut.h>
 #include <scan.h>
 
 #include <map>
@@ -137,7 +138,8 @@ void find(Call& call) {
     if (position < 0) return call.give(0);
     qzscan::Decoder decoder(charset, true); // a character may have two code points
     const auto before = position == 0 ? 0 : decoder.decode(text.bytes, static_cast<std::size_t>(position), {}).read;
-    call.give(1 + count_characters(charset, std::string_view(text.bytes).substr(0, before)));
+    const qzscan::Characters passed(charset, std::string_view(text.bytes).substr(0, before));
+    call.give(1 + static_cast<std::int64_t>(passed.count()));
 }
 
 void like(Call& call) {

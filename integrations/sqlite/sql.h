@@ -51,9 +51,6 @@ private:
 
 qzstr_charset_t charset_named(sqlite3_value* name);
 
-/// Characters of a text, as many as SQL positions count.
-std::int64_t count_characters(qzstr_charset_t charset, std::string_view text);
-
 void find(Call& call);
 void like(Call& call);
 
