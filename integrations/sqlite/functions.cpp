@@ -81,10 +81,7 @@ std::string first_loss(qzstr_charset_t from, qzstr_charset_t to, std::string_vie
         text.remove_prefix(scanner.step(text, true));
         for (const qzscan::Finding& finding : scanner.findings) {
             if (finding.reason == qzscan::Reason::altered) continue;
-            std::string bytes;
-            for (const unsigned char byte : finding.bytes)
-                bytes += std::string(" ") + "0123456789ABCDEF"[byte >> 4] + "0123456789ABCDEF"[byte & 15];
-            return std::string(name_of(finding.reason)) + " bytes" + bytes + " at offset " +
+            return std::string(name_of(finding.reason)) + " bytes " + qzscan::hex(finding.bytes, " ") + " at offset " +
                    std::to_string(finding.place.offset);
         }
         scanner.findings.clear();

@@ -48,9 +48,9 @@ std::uint64_t number(const std::string& code) {
     return n;
 }
 
-void extend(std::vector<code_run>& runs, const std::string& code, char32_t c, const std::string& instead) {
+void extend(std::vector<CodeRun>& runs, const std::string& code, char32_t c, const std::string& instead) {
     if (!runs.empty()) {
-        code_run& run = runs.back();
+        CodeRun& run = runs.back();
         const auto length = run.last - run.first;
         const bool next_code = number(code) == number(run.last_code) + 1 && c == run.last + 1;
         const bool same_kind = instead.empty()
@@ -105,8 +105,8 @@ std::string hex(const std::string& bytes) {
     return text;
 }
 
-round_trip move_everything(int charset) {
-    round_trip found;
+RoundTrip move_everything(int charset) {
+    RoundTrip found;
     if (charset != QZSTR_CHARSET_UTF8 && charset != QZSTR_CHARSET_UTF16 && charset != QZSTR_CHARSET_ISO2022KR)
         each_code(charset, [&](const std::string& code) {
             const auto text = exactly(charset, QZSTR_CHARSET_UTF8, code);

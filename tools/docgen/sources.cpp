@@ -15,8 +15,8 @@ namespace docgen {
 
 namespace {
 
-using lines = std::vector<std::string>;
-using words = std::set<std::string>;
+using Lines = std::vector<std::string>;
+using Words = std::set<std::string>;
 
 std::string read_file(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
@@ -24,15 +24,15 @@ std::string read_file(const fs::path& path) {
     return {std::istreambuf_iterator<char>(in), {}};
 }
 
-lines lines_of(const std::string& text) {
-    lines all;
+Lines lines_of(const std::string& text) {
+    Lines all;
     std::istringstream in(text);
     for (std::string line; std::getline(in, line);)
         all.push_back(line);
     return all;
 }
 
-void add_words(const std::string& text, words& found) {
+void add_words(const std::string& text, Words& found) {
     std::string word;
     for (const char c : text + ' ')
         if (std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_')
@@ -42,13 +42,13 @@ void add_words(const std::string& text, words& found) {
 }
 
 /// Part of a source: a struct at the left margin, or what is outside of all.
-struct block {
+struct Block {
     std::string name; ///< of the struct
-    lines text;
+    Lines text;
 };
 
-std::vector<block> blocks_of(const std::string& text) {
-    std::vector<block> blocks(1);
+std::vector<Block> blocks_of(const std::string& text) {
+    std::vector<Block> blocks(1);
     for (const std::string& line : lines_of(text)) {
         if (line.rfind("struct ", 0) == 0) blocks.push_back({line.substr(7, line.find_first_of(" :{", 7) - 7), {}});
         blocks.back().text.push_back(line);
@@ -66,28 +66,28 @@ std::string comment(const std::string& line) {
 }
 
 /// A reason may go on in the comment lines below it.
-void add_reasons(const lines& text, lines& reasons) {
+void add_reasons(const Lines& text, Lines& reasons) {
     const std::string kept = "KEPT: ", chosen = "CHOSEN: ";
     bool goes_on = false;
     for (const std::string& line : text) {
-        const std::string words = comment(line);
-        if (words.rfind(kept, 0) == 0) {
-            reasons.push_back(words.substr(kept.size()));
+        const std::string said = comment(line);
+        if (said.rfind(kept, 0) == 0) {
+            reasons.push_back(said.substr(kept.size()));
             goes_on = true;
-        } else if ((goes_on = goes_on && !words.empty() && words.rfind(chosen, 0) != 0)) {
-            reasons.back() += " " + words;
+        } else if ((goes_on = goes_on && !said.empty() && said.rfind(chosen, 0) != 0)) {
+            reasons.back() += " " + said;
         }
     }
 }
 
 } // namespace
 
-family_sources::family_sources(const fs::path& root, const std::string& family)
+FamilySources::FamilySources(const fs::path& root, const std::string& family)
     : name_("common/qzstr/qzstr_" + family + ".cpp"), texts_{read_file(root / name_)} {
     add_headers_of(root / "common/qzstr", std::string(texts_[0]));
 }
 
-void family_sources::add_headers_of(const fs::path& directory, const std::string& text) {
+void FamilySources::add_headers_of(const fs::path& directory, const std::string& text) {
     for (const std::string& line : lines_of(text)) {
         if (line.rfind("#include \"", 0) != 0) continue;
         const std::string name = line.substr(10, line.rfind('"') - 10);
@@ -99,30 +99,30 @@ void family_sources::add_headers_of(const fs::path& directory, const std::string
     }
 }
 
-lines family_sources::kept() const {
-    lines reasons;
+Lines FamilySources::kept() const {
+    Lines reasons;
     add_reasons(lines_of(texts_[0]), reasons);
-    words known;
+    Words known;
     add_words(texts_[0], known);
-    std::vector<block> shared;
+    std::vector<Block> shared;
     for (std::size_t i = 1; i < texts_.size(); ++i)
-        for (block& b : blocks_of(texts_[i]))
+        for (Block& b : blocks_of(texts_[i]))
             shared.push_back(std::move(b));
-    const auto is_part = [&](const block& b) { return b.name.empty() || known.count(b.name) != 0; };
+    const auto is_part = [&](const Block& b) { return b.name.empty() || known.count(b.name) != 0; };
     for (std::size_t before = 0; before != known.size();) { // structs that are made of others
         before = known.size();
-        for (const block& b : shared)
+        for (const Block& b : shared)
             if (!b.name.empty() && is_part(b))
                 for (const std::string& line : b.text)
                     add_words(line, known);
     }
-    for (const block& b : shared)
+    for (const Block& b : shared)
         if (is_part(b)) add_reasons(b.text, reasons);
     return reasons;
 }
 
-lines family_sources::mappings() const {
-    lines files;
+Lines FamilySources::mappings() const {
+    Lines files;
     for (std::size_t i = 0; i < header_names_.size(); ++i) {
         std::istringstream head(lines_of(texts_[i + 1]).at(0)); // "... from a.txt, b.txt. Do not edit."
         for (std::string word; head >> word;) {

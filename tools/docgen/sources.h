@@ -8,10 +8,10 @@
 namespace docgen {
 
 /// A family's source with the headers that its rules and tables come from, and what they say.
-class family_sources {
+class FamilySources {
 public:
     /// `family` is the file's name behind "qzstr_".
-    family_sources(const std::filesystem::path& root, const std::string& family);
+    FamilySources(const std::filesystem::path& root, const std::string& family);
 
     /// Path of the family's own source below the root.
     const std::string& name() const { return name_; }

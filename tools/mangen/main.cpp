@@ -262,7 +262,9 @@ void charsets_page(const Manual& manual) {
 }
 
 void tool_page(const Manual& manual, const std::string& qzconv) {
-    const auto help_of = [&](const std::string& command) { return output_of("'" + qzconv + "' " + command + " --help"); };
+    const auto help_of = [&](const std::string& command) {
+        return output_of("'" + qzconv + "' " + command + " --help");
+    };
     const std::string help = help_of("");
     std::vector<std::pair<std::string, std::string>> sections = {
         {"SYNOPSIS", ".B qzconv\n.I COMMAND\n[options] [FILE...]"}, {"DESCRIPTION", verbatim(help)}};

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
 
 namespace qzconv {
 
@@ -18,20 +17,6 @@ constexpr std::size_t worst_growth = 8, slack = 64;
 constexpr std::size_t held_back = 16;
 /// No real text has this many bytes of nothing but joining characters: from here on they are parted.
 constexpr std::size_t longest_search = 4 << 20;
-
-bool is_japanese(qzstr_charset_t charset) {
-    switch (charset) {
-    case QZSTR_CHARSET_SJIS:
-    case QZSTR_CHARSET_SJIS_TILDE:
-    case QZSTR_CHARSET_MSWIN932:
-    case QZSTR_CHARSET_MSWIN932_TILDE:
-    case QZSTR_CHARSET_EUCJP:
-    case QZSTR_CHARSET_EUCJP_TILDE:
-        return true;
-    default:
-        return false;
-    }
-}
 
 bool is_big5_like(qzstr_charset_t charset) {
     return charset == QZSTR_CHARSET_MSWIN950 || charset == QZSTR_CHARSET_ZHT16BIG5 ||
@@ -70,20 +55,13 @@ void BlockConverter::reserve(std::size_t source_size) {
     target_size_ = size;
 }
 
-BlockConverter::Step BlockConverter::run(std::string_view text, char* target, std::size_t target_size) {
-    char* source = const_cast<char*>(text.data()); // the interface has no const; one cell rewrites its source
-    const bool rewrites_source = from_ == QZSTR_CHARSET_ASCII && to_ == QZSTR_CHARSET_US8ICL;
-    if (rewrites_source) source = rewritten_.assign(text).data();
-    int read = 0, written = 0;
-    const conv_status_t status = cell_(from_, source, static_cast<int>(text.size()), to_, target,
-                                       static_cast<int>(target_size), &read, &written);
-    if (rewrites_source) std::memcpy(target, source, static_cast<std::size_t>(written));
-    return {status, static_cast<std::size_t>(read), static_cast<std::size_t>(written)};
+Step BlockConverter::run(std::string_view text, char* target, std::size_t target_size) const {
+    return convert_cell(from_, to_, text, target, target_size);
 }
 
 /// The Big5-like reductions to ASCII repeat "?" for a high byte that is no lead until the target is full. Each such byte
 /// becomes one "?" here. The windows keep the cost of finding one small.
-BlockConverter::Step BlockConverter::run_stepping_over_stuck_bytes(std::string_view text) {
+Step BlockConverter::run_stepping_over_stuck_bytes(std::string_view text) {
     constexpr std::size_t first_window = 64, last_window = 64 * 1024;
     Step all{0, 0, 0};
     for (std::size_t window = first_window; all.read < text.size();) {
@@ -147,16 +125,14 @@ Block BlockConverter::convert(std::string_view text, bool at_end) {
 }
 
 std::size_t BlockConverter::count_characters(std::string_view text) {
-    char* const bytes = const_cast<char*>(text.data());
-    const int length = static_cast<int>(text.size());
     if (from_ == QZSTR_CHARSET_ISO2022KR) {
         std::string units(text.size() * 2 + 2, '\0');
         int read = 0, written = 0;
-        info(from_).qzstr_to_ucs2_fn(bytes, length, units.data(), static_cast<int>(units.size()), &read, &written, 1);
+        info(from_).qzstr_to_ucs2_fn(const_cast<char*>(text.data()), static_cast<int>(text.size()), units.data(),
+                                     static_cast<int>(units.size()), &read, &written, 1);
         return static_cast<std::size_t>(written) / 2;
     }
-    if (info(from_).max_bytes_per_char == 1) return text.size(); // their count_char ends at a NUL
-    return static_cast<std::size_t>(info(from_).qzstr_count_char_fn(bytes, length));
+    return qzconv::count_characters(from_, text);
 }
 
 /// The Japanese rows join five marks with a character before them; two of the marks, but not the others, may be that

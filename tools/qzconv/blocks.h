@@ -1,6 +1,7 @@
 // Conversion of a text of any length, block by block, with the result of one pass over the whole.
 #pragma once
 
+#include "cell.h"
 #include "shift_state.h"
 
 #include <qzstr.h>
@@ -35,12 +36,7 @@ public:
     std::size_t safe_cut(std::string_view text);
 
 private:
-    struct Step {
-        conv_status_t status;
-        std::size_t read, written;
-    };
-
-    Step run(std::string_view text, char* target, std::size_t target_size);
+    Step run(std::string_view text, char* target, std::size_t target_size) const;
     Step run_stepping_over_stuck_bytes(std::string_view text);
     void reserve(std::size_t source_size);
     std::string prefix() const;
@@ -60,7 +56,6 @@ private:
     std::optional<TargetShift> target_shift_;
     std::unique_ptr<char[]> target_;
     std::size_t target_size_ = 0;
-    std::string rewritten_; ///< the source of the one cell that rewrites it
 };
 
 } // namespace qzconv

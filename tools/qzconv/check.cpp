@@ -17,13 +17,6 @@ struct Options {
     bool json = false;
 };
 
-std::string hex(std::string_view bytes, const char* separator) {
-    std::string digits;
-    for (const unsigned char byte : bytes)
-        digits += fmt::format("{}{:02X}", digits.empty() ? "" : separator, byte);
-    return digits;
-}
-
 void print(const nlohmann::ordered_json& object) {
     fmt::print("{}\n", object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
 }
@@ -36,11 +29,11 @@ void print_finding(const Options& options, const std::string& name, const qzscan
                {"character", character},
                {"line", line},
                {"column", column},
-               {"bytes", hex(finding.bytes, "")},
+               {"bytes", qzscan::hex(finding.bytes)},
                {"reason", name_of(finding.reason)}});
     else
         fmt::print("{}:{}:{}: byte {}, character {}: {}: {}\n", name, line, column, offset, character,
-                   hex(finding.bytes, " "), name_of(finding.reason));
+                   qzscan::hex(finding.bytes, " "), name_of(finding.reason));
 }
 
 void print_totals(const Options& options, const std::string& name, const qzscan::Scanner& scanner) {

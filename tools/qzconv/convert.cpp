@@ -165,7 +165,8 @@ void print_json(const Options& options, const Outcome& outcome, double seconds) 
         if (!job.failed) file.update(to_json(job.totals));
         summary["files"].push_back(file);
     }
-    fmt::print(stderr, "{}\n", summary.dump());
+    // File names are bytes, which need not be text.
+    fmt::print(stderr, "{}\n", summary.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
 }
 
 void print_line(const Options& options, const std::string& what, const Totals& totals) {

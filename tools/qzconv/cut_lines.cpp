@@ -26,11 +26,7 @@ public:
                  : by_columns_  ? options.columns
                                 : options.bytes) {}
 
-    std::string_view line_feed() const {
-        return charset_ == QZSTR_CHARSET_UTF16    ? std::string_view("\0\n", 2)
-               : charset_ == QZSTR_CHARSET_US8ICL ? "\x25"
-                                                  : "\n";
-    }
+    qzstr_charset_t charset() const { return charset_; }
 
     std::string cut(std::string_view line) {
         std::string framed;
@@ -53,26 +49,18 @@ private:
     SourceShift shift_;
 };
 
-/// Offset of the next line feed, at a whole unit, or npos.
-std::size_t find_unit(std::string_view text, std::string_view unit) {
-    std::size_t at = text.find(unit);
-    while (at != std::string_view::npos && at % unit.size() != 0)
-        at = text.find(unit, at + 1);
-    return at;
-}
-
 void cut_file(LineCutter& cutter, const std::string& path, Output& output) {
-    const std::string_view line_feed = cutter.line_feed();
+    const std::string_view end_of_line = line_feed(cutter.charset());
     Input input(path);
     Reader reader(input, 256 * 1024);
     while (reader.fill()) {
         std::string lines;
         for (std::string_view text = reader.text(); !text.empty(); text = reader.text()) {
-            const std::size_t end = find_unit(text, line_feed);
+            const std::size_t end = find_line_feed(cutter.charset(), text);
             if (end == std::string_view::npos && !reader.at_end()) break;
             lines += cutter.cut(text.substr(0, end));
-            if (end != std::string_view::npos) lines += line_feed;
-            reader.consume(end == std::string_view::npos ? text.size() : end + line_feed.size());
+            if (end != std::string_view::npos) lines += end_of_line;
+            reader.consume(end == std::string_view::npos ? text.size() : end + end_of_line.size());
         }
         output.write(lines);
     }
@@ -100,6 +88,7 @@ void add_cut(CLI::App& app, int&) {
         Output output("-");
         for (const std::string& path : options->inputs)
             cut_file(cutter, path, output);
+        output.commit();
     });
 }
 

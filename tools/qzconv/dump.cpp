@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <scan.h>
 
 namespace qzconv {
 
@@ -28,27 +29,6 @@ void dump_bytes(Input& input) {
     fmt::print("\n");
 }
 
-struct Character {
-    std::size_t bytes;
-    std::vector<std::uint32_t> code_points;
-};
-
-Character decode(qzstr_charset_t charset, std::string_view text) {
-    unsigned char units[8];
-    for (const int room : {4, 8}) { // two units for the characters that stand for a pair
-        int read = 0, written = 0;
-        info(charset).qzstr_to_ucs4_fn(const_cast<char*>(text.data()), static_cast<int>(text.size()),
-                                       reinterpret_cast<char*>(units), room, &read, &written, 1);
-        if (read <= 0) continue;
-        Character character{std::min(static_cast<std::size_t>(read), text.size()), {}};
-        for (int at = 0; at < written; at += 4)
-            character.code_points.push_back(static_cast<std::uint32_t>(units[at]) << 24 | units[at + 1] << 16 |
-                                            units[at + 2] << 8 | units[at + 3]);
-        return character;
-    }
-    return {text.size(), {}}; // the text ends inside a character
-}
-
 std::string glyph(std::uint32_t code_point) {
     char unit[] = {static_cast<char>(code_point >> 24), static_cast<char>(code_point >> 16),
                    static_cast<char>(code_point >> 8), static_cast<char>(code_point)};
@@ -59,27 +39,29 @@ std::string glyph(std::uint32_t code_point) {
     return {utf8, static_cast<std::size_t>(written)};
 }
 
-void print_character(std::uint64_t offset, std::string_view bytes, const Character& character) {
-    std::string hex, names, glyphs;
-    for (const unsigned char byte : bytes)
-        hex += fmt::format("{:02X} ", byte);
-    for (const std::uint32_t code_point : character.code_points) {
+void print_character(std::uint64_t offset, std::string_view bytes, std::u32string_view code_points) {
+    std::string names, glyphs;
+    for (const std::uint32_t code_point : code_points) {
         names += fmt::format("U+{:04X} ", code_point);
         glyphs += glyph(code_point);
     }
-    fmt::print("{:08X}  {:<12} {:<16} {}\n", offset, hex, names.empty() ? "incomplete" : names, glyphs);
+    fmt::print("{:08X}  {:<12} {:<16} {}\n", offset, qzscan::hex(bytes, " "), names.empty() ? "incomplete" : names,
+               glyphs);
 }
 
 void dump_characters(qzstr_charset_t charset, Input& input) {
     Reader reader(input, block_size);
+    qzscan::Decoder decoder(charset, true);
     std::uint64_t offset = 0;
     while (reader.fill()) {
         const std::size_t held_back = reader.at_end() ? 0 : longest_form;
         for (std::string_view text = reader.text(); text.size() > held_back; text = reader.text()) {
-            const Character character = decode(charset, text);
-            print_character(offset, text.substr(0, character.bytes), character);
-            reader.consume(character.bytes);
-            offset += character.bytes;
+            const qzscan::Decoder::Result character = decoder.decode_one(text, {});
+            // Nothing read: the text ends inside the character. It may also count one byte that is not there.
+            const std::size_t size = character.read != 0 ? std::min(character.read, text.size()) : text.size();
+            print_character(offset, text.substr(0, size), character.points);
+            reader.consume(size);
+            offset += size;
         }
     }
 }

@@ -8,6 +8,7 @@
 #include <limits>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <scan.h>
 
 namespace qzconv {
 
@@ -24,34 +25,22 @@ struct Options {
     bool like = false, overlap = false, backward = false, count = false, json = false;
 };
 
-struct Conversion {
-    conv_status_t status;
-    std::string text;
-};
-
-Conversion convert(qzstr_charset_t from, std::string text, qzstr_charset_t to) {
-    std::string result(text.size() * 8 + 64, '\0');
-    int read = 0, written = 0;
-    const conv_status_t status = info(from).qzstr_get_another_charset_str_fn[to](
-        from, text.data(), static_cast<int>(text.size()), to, result.data(), static_cast<int>(result.size()), &read,
-        &written);
-    result.resize(static_cast<std::size_t>(written));
-    return {status, result};
-}
-
 std::string units_of(const std::string& utf8, const char* what) {
     if (utf8.empty()) throw Failure(fmt::format("{} is empty", what));
-    const Conversion units = convert(QZSTR_CHARSET_UTF8, utf8, QZSTR_CHARSET_UTF16);
+    qzscan::Buffer there, back;
+    const qzscan::Converted units = qzscan::convert(QZSTR_CHARSET_UTF8, QZSTR_CHARSET_UTF16, utf8, there);
     // A form that the text ends inside shows only by not coming back.
-    if (units.status != 0 || convert(QZSTR_CHARSET_UTF16, units.text, QZSTR_CHARSET_UTF8).text != utf8)
+    if (units.status != 0 ||
+        qzscan::convert(QZSTR_CHARSET_UTF16, QZSTR_CHARSET_UTF8, units.output, back).output != utf8)
         throw Failure(fmt::format("{} is not UTF-8", what));
-    return units.text;
+    return std::string(units.output);
 }
 
 /// A character beyond the Basic Multilingual Plane, as a surrogate pair, comes back from text of the charset.
 bool can_hold(qzstr_charset_t charset, std::string_view pair) {
-    const std::string there = convert(QZSTR_CHARSET_UTF16, std::string(pair), charset).text;
-    return convert(charset, there, QZSTR_CHARSET_UTF16).text == pair;
+    qzscan::Buffer there, back;
+    const std::string_view text = qzscan::convert(QZSTR_CHARSET_UTF16, charset, pair, there).output;
+    return qzscan::convert(charset, QZSTR_CHARSET_UTF16, text, back).output == pair;
 }
 
 class Pattern {

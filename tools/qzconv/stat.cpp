@@ -19,14 +19,13 @@ public:
     explicit Measure(qzstr_charset_t charset) : charset_(charset) {}
 
     void add(std::string_view text) {
-        const std::string_view line_feed = charset_ == QZSTR_CHARSET_UTF16 ? std::string_view("\0\n", 2) : "\n";
         while (!text.empty()) {
-            const std::size_t end = find(text, line_feed);
+            const std::size_t end = std::min(find_line_feed(charset_, text), text.size());
             const std::string_view line = text.substr(0, end);
             add_columns(line);
-            characters += count(line);
+            characters += count_characters(charset_, line);
             if (end == text.size()) break;
-            text.remove_prefix(end + line_feed.size());
+            text.remove_prefix(end + line_feed(charset_).size());
             characters += 1;
             lines += 1;
             line_columns_ = 0;
@@ -36,20 +35,6 @@ public:
     std::uint64_t characters = 0, columns = 0, widest = 0, lines = 0;
 
 private:
-    /// Offset of the next line feed, or the end. LF is no trail byte; a UTF-16 unit begins at an even offset.
-    static std::size_t find(std::string_view text, std::string_view line_feed) {
-        std::size_t at = text.find(line_feed);
-        while (at != std::string_view::npos && at % line_feed.size() != 0)
-            at = text.find(line_feed, at + 1);
-        return std::min(at, text.size());
-    }
-
-    std::uint64_t count(std::string_view text) const {
-        if (info(charset_).max_bytes_per_char == 1) return text.size(); // their count_char ends at a NUL
-        return static_cast<std::uint64_t>(
-            info(charset_).qzstr_count_char_fn(const_cast<char*>(text.data()), static_cast<int>(text.size())));
-    }
-
     void add_columns(std::string_view text) {
         int bytes = 0, width = 0;
         uchar cut = 0;

@@ -1,9 +1,9 @@
 #include "scan.h"
 
 #include <catalogue.h>
+#include <cell.h>
 
 #include <algorithm>
-#include <cstring>
 #include <stdexcept>
 
 namespace qzscan {
@@ -11,6 +11,7 @@ namespace qzscan {
 namespace {
 
 using qzconv::info;
+using qzconv::is_japanese;
 
 /// Units of a stretch that is converted at once, and below which characters are looked at one by one.
 constexpr std::size_t stretch = 4096, few = 8;
@@ -24,11 +25,6 @@ constexpr std::u32string_view marks = U"\u309A\u0300\u0301\u02E5\u02E9";
 
 bool is_unicode(qzstr_charset_t charset) {
     return charset == QZSTR_CHARSET_UTF8 || charset == QZSTR_CHARSET_UTF16 || charset == QZSTR_CHARSET_GB18030;
-}
-
-bool is_japanese(qzstr_charset_t charset) {
-    return (charset >= QZSTR_CHARSET_SJIS && charset <= QZSTR_CHARSET_EUCJP_TILDE) ||
-           charset == QZSTR_CHARSET_SJIS_TILDE;
 }
 
 bool holds_supplementary(qzstr_charset_t charset) {
@@ -82,15 +78,18 @@ char* Buffer::of_size(std::size_t size) {
 Converted convert(qzstr_charset_t from, qzstr_charset_t to, std::string_view text, Buffer& target) {
     const std::size_t size = text.size() * worst_growth + slack;
     char* const output = target.of_size(size);
-    char* source = const_cast<char*>(text.data()); // the interface has no const
-    std::string rewritten;
-    const bool rewrites_source = from == QZSTR_CHARSET_ASCII && to == QZSTR_CHARSET_US8ICL;
-    if (rewrites_source) source = rewritten.assign(text).data();
-    int read = 0, written = 0;
-    const conv_status_t status = info(from).qzstr_get_another_charset_str_fn[to](
-        from, source, checked_length(text.size()), to, output, checked_length(size), &read, &written);
-    if (rewrites_source) std::memcpy(output, source, static_cast<std::size_t>(written));
-    return {status, static_cast<std::size_t>(read), {output, static_cast<std::size_t>(written)}};
+    const qzconv::Step step = qzconv::convert_cell(from, to, text, output, size);
+    return {step.status, step.read, {output, step.written}};
+}
+
+std::string hex(std::string_view bytes, std::string_view separator) {
+    std::string digits;
+    for (const unsigned char byte : bytes) {
+        if (!digits.empty()) digits += separator;
+        digits += "0123456789ABCDEF"[byte >> 4];
+        digits += "0123456789ABCDEF"[byte & 15];
+    }
+    return digits;
 }
 
 Decoder::Result Decoder::decode(std::string_view text, std::size_t units, const qzconv::SourceShift& shift) {
@@ -161,7 +160,7 @@ Decoder::Result Scanner::decode_stretch(std::string_view text, std::size_t units
     const Decoder::Result decoded = decoder_.decode(text, units, shift_);
     if (!is_japanese(from_) && !is_japanese(to_)) return decoded;
     const bool splits = decoded.read != 0 && mark_follows(text, decoded.read, marks);
-    return decoder_.decode(text, splits ? units + 1 : units, shift_);
+    return decoder_.decode(text, splits ? units + 1 : units, shift_); // again: looking ahead took its result away
 }
 
 Scanner::Verdict Scanner::judge(std::string_view bytes, const Decoder::Result& decoded) {

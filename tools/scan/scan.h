@@ -60,8 +60,11 @@ struct Converted {
     std::string_view output;
 };
 
-/// One cell of the conversion matrix with a target that is large enough. The one cell that rewrites its source gets a copy.
+/// One cell of the conversion matrix with a target that is large enough.
 Converted convert(qzstr_charset_t from, qzstr_charset_t to, std::string_view text, Buffer& target);
+
+/// Two digits a byte.
+std::string hex(std::string_view bytes, std::string_view separator = {});
 
 /// Decodes text of any charset unit by unit. The state of ISO-2022-KR is the caller's.
 class Decoder {
