@@ -106,6 +106,9 @@ TEST(Utf8, Width) {
     for (const auto& [triple, columns] :
          {std::pair{"E3 80 BF", 1}, {"E3 80 C0", 2}, {"E3 81 7F", 2}, {"E9 41 41", 2}, {"EA 93 90", 1}})
         EXPECT_EQ(qzstr_calc_utf8_disp_size(unhex(triple).data()), columns) << triple;
+    for (int k = 58; k < 66; ++k) // and across the border of a block
+        EXPECT_EQ(fit(utf8, std::string(k, 'a') + "\xEA\xB0" + std::string(99, 'A'), 999), (ints{k + 101, k + 99, 0}))
+            << k;
 }
 
 std::string cased(qzstr_case_t mode, std::string text) {

@@ -160,10 +160,17 @@ struct utf8 : multibyte<utf8>, decoders<utf8>, encoders<utf8>, ascii_reduction<u
     static int columns(const uchar* p) { return p[0] >= 0xE1 && p[0] <= 0xEF ? 1 + is_wide_triple(p) : 1; }
 
     static prefix fit(const uchar* p, offset_t len, offset_t limit) {
-        const moved fast = fit_utf8(p, static_cast<std::size_t>(len), static_cast<std::size_t>(limit));
-        const auto from = static_cast<offset_t>(fast.read), before = static_cast<offset_t>(fast.written);
-        const prefix rest = cut_to_columns(p + from, len - from, limit - before, step, columns);
-        return {rest.bytes + from, rest.columns + before, rest.reached};
+        prefix cut;
+        for (;;) {
+            const uchar* const at = p + cut.bytes;
+            const moved fast =
+                fit_utf8(at, static_cast<std::size_t>(len - cut.bytes), static_cast<std::size_t>(limit - cut.columns));
+            const auto from = static_cast<offset_t>(fast.read), before = static_cast<offset_t>(fast.written);
+            const prefix more = cut_to_columns(at + from, len - cut.bytes - from, limit - cut.columns - before, step,
+                                               columns, from > 0 ? 4 : 64);
+            cut = {cut.bytes + from + more.bytes, cut.columns + before + more.columns, more.reached};
+            if (more.reached || more.bytes == 0) return cut;
+        }
     }
 
     static void convert_case(qzstr_case_t case_type, char* str, int str_len);
@@ -200,16 +207,11 @@ offset_t each_character(uchar* p, offset_t n, offset_t len, Each each) {
 
 template <letter_change To>
 void change_all(uchar* p, offset_t len) {
+    constexpr bool lower = To == letter_change::lower;
     for (offset_t at = 0; at < len;) {
-        const letter_stretch s =
-            flip_letters_utf8(To == letter_change::lower ? 'A' : 'a', p + at, static_cast<std::size_t>(len - at));
-        at += static_cast<offset_t>(s.start);
-        for (std::uint64_t letters = s.letters; letters != 0; letters &= letters - 1) {
-            uchar* const c = p + at + std::countr_zero(letters);
-            change<To>(c, length_of(*c));
-        }
-        at += static_cast<offset_t>(s.bytes);
-        if (s.bytes == 0) at += each_character(p + at, len - at < 64 ? len - at : 64, len - at, change<To>);
+        at += static_cast<offset_t>(change_letters_utf8(lower ? utf8_to_lower : utf8_to_upper, lower ? 'A' : 'a',
+                                                        p + at, static_cast<std::size_t>(len - at)));
+        at += each_character(p + at, len - at < 64 ? len - at : 64, len - at, change<To>);
     }
 }
 

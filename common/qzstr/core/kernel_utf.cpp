@@ -2,6 +2,7 @@
 // stand exactly where the leads ask for them, its characters are the bytes that continue nothing. From the first malformed
 // character on, a block is the exact routine's.
 #include "core/kernels.h"
+#include "core/letter_pages.h"
 #include "core/units.h"
 #include "core/utf8_width.h"
 #include "core/vector.h"
@@ -36,8 +37,8 @@ moved skip_utf8(const uchar*, std::size_t, std::size_t) {
 moved fit_utf8(const uchar*, std::size_t, std::size_t) {
     return {};
 }
-letter_stretch flip_letters_utf8(uchar, uchar*, std::size_t) {
-    return {};
+std::size_t change_letters_utf8(const letter_pages&, uchar, uchar*, std::size_t) {
+    return 0;
 }
 moved utf16_to_ucs4(unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
     return {};
@@ -54,10 +55,6 @@ constexpr std::size_t block_size = 64;
 /// Bytes behind a block that may be read with it.
 constexpr std::size_t beyond = 16;
 
-std::uint64_t inside(const uchar* p, uchar first, uchar last) {
-    return mask_64(p, [first, last](block b) { return b.within({first, last}); });
-}
-
 /// The last bytes of a text, with room to read a block and a character.
 struct padded {
     alignas(64) uchar bytes[block_size + beyond];
@@ -73,27 +70,56 @@ struct padded {
     }
 };
 
-std::uint64_t from(const uchar* p, uchar first) {
-    return mask_64(p, [first](block b) { return b.at_least(first); });
+/// Runs work(text) over the block at p, where `left` bytes are left of the text.
+template <class Work>
+auto over_block(const uchar* p, std::size_t left, Work work) {
+    if (left >= block_size + beyond) return work(text_at{p});
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+    return work(text_end{p, left});
+#else
+    const padded last(p, std::min(left, block_size));
+    return work(text_at{last.bytes});
+#endif
 }
-std::uint64_t equal(const uchar* p, uchar value) {
-    return mask_64(p, [value](block b) { return b.equal_to(value); });
+
+template <class Text>
+std::uint64_t inside(Text p, uchar first, uchar last) {
+    return p.mask([=](block b) { return b.within({first, last}); });
+}
+template <class Text>
+std::uint64_t from(Text p, uchar first) {
+    return p.mask([=](block b) { return b.at_least(first); });
+}
+template <class Text>
+std::uint64_t equal(Text p, uchar value) {
+    return p.mask([=](block b) { return b.equal_to(value); });
 }
 
 /// The structure of 64 bytes: what continues a character, where continuations must stand, what can be neither.
 struct structure {
-    std::uint64_t continuations, expected, impossible, four;
+    std::uint64_t continuations, expected, impossible, three, four;
     uchar spill; ///< continuations that the next block must begin with, as low bits
 
-    static structure of(const uchar* p, std::uint64_t carry) {
-        const std::uint64_t high = mask_64(p, [](block b) { return b.high_bits(); });
+    template <class Text>
+    static structure of(Text p, std::uint64_t carry) {
+        const std::uint64_t high = p.mask([](block b) { return b.high_bits(); });
         const std::uint64_t c0 = from(p, 0xC0), c2 = from(p, 0xC2), f5 = from(p, 0xF5);
         const std::uint64_t two = c2 & ~f5, three = from(p, 0xE0) & ~f5, four = from(p, 0xF0) & ~f5;
-        return {high & ~c0, two << 1 | three << 2 | four << 3 | carry, (c0 & ~c2) | f5, four,
+        return {high & ~c0,
+                two << 1 | three << 2 | four << 3 | carry,
+                (c0 & ~c2) | f5,
+                three & ~four,
+                four,
                 static_cast<uchar>(two >> 63 | three >> 62 | four >> 61)};
     }
     std::uint64_t starts() const { return ~continuations; }
     std::uint64_t misplaced() const { return continuations ^ expected; }
+    /// Of the first n bytes, those before a character that they cut.
+    std::size_t whole_bytes(std::size_t n) const {
+        if (n < block_size ? (expected >> n & 1) == 0 : spill == 0) return n;
+        const std::uint64_t begun = starts() & first_bits(n);
+        return begun == 0 ? 0 : 63 - static_cast<std::size_t>(std::countl_zero(begun));
+    }
 };
 
 /// The characters of a block that begins with one: well-formed ones up to the first that is not, or that the end cuts.
@@ -101,7 +127,8 @@ struct well_formed {
     std::uint64_t starts;
     std::size_t bytes;
 
-    static well_formed of(const uchar* p, std::size_t n, bool four_bytes) {
+    static well_formed of(const uchar* block, std::size_t n, bool four_bytes) {
+        const text_at p{block};
         const std::uint64_t text = first_bits(n);
         const structure s = structure::of(p, 0);
         const std::uint64_t upper_half = from(p, 0xA0);
@@ -414,7 +441,7 @@ constexpr std::size_t unit_group = 32;
 template <order Order>
 bool widen_units(const uchar* src, uchar* dst) {
     constexpr std::uint64_t high_bytes = Order == order::big ? 0x5555555555555555 : 0xAAAAAAAAAAAAAAAA;
-    if ((inside(src, 0xD8, 0xDF) & high_bytes) != 0) return false;
+    if ((inside(text_at{src}, 0xD8, 0xDF) & high_bytes) != 0) return false;
     std::uint16_t raw[unit_group];
     std::uint32_t wide[unit_group];
     std::memcpy(raw, src, sizeof raw);
@@ -429,7 +456,7 @@ template <order Order>
 bool narrows(const uchar* p) {
     constexpr std::uint64_t upper_halves = Order == order::big ? 0x3333333333333333 : 0xCCCCCCCCCCCCCCCC;
     constexpr std::uint64_t high_bytes = Order == order::big ? 0x4444444444444444 : 0x2222222222222222;
-    return (equal(p, 0) & upper_halves) == upper_halves && (inside(p, 0xD8, 0xDF) & high_bytes) == 0;
+    return (equal(text_at{p}, 0) & upper_halves) == upper_halves && (inside(text_at{p}, 0xD8, 0xDF) & high_bytes) == 0;
 }
 
 /// Narrows a group of the BMP without surrogates to big-endian units.
@@ -497,21 +524,91 @@ moved ucs4_to_utf16_as(const uchar* src, std::size_t n, uchar* dst, std::size_t 
     return {i * 4, written};
 }
 
-/// The three-byte characters that take two columns, as far as their leads and second bytes tell; `ask` marks leads that
-/// need a closer look.
-struct wide_characters {
-    std::uint64_t certain, asked;
+/// The characters among `triples` that take two columns. Reads two bytes behind the block.
+template <class Text>
+std::uint64_t wide_triples_of(Text p, std::uint64_t triples) {
+    if (triples == 0) return 0;
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+    return wide_by_classes(p, triples);
+#else
+    const std::uint64_t ea = equal(p, 0xEA), ed = equal(p, 0xED), e3 = equal(p, 0xE3), ef = equal(p, 0xEF);
+    const std::uint64_t ideographs = inside(p, 0xE4, 0xE9) | inside(p, 0xEB, 0xEC);
+    const std::uint64_t symbols = inside(p + 1, 0x80, 0x83), full_width = equal(p + 1, 0xBC);
+    std::uint64_t wide = ideographs | (ea & inside(p + 1, 0xB0, 0xBF)) | (ed & inside(p + 1, 0x80, 0x9D)) |
+                         (e3 & ~(equal(p + 1, 0x80) & equal(p + 2, 0xBF))) | (ef & full_width);
+    for (std::uint64_t asked = triples & ~wide & ~(equal(p, 0xE2) & symbols); asked != 0; asked &= asked - 1)
+        if (is_wide_triple(p.p + lowest(asked))) wide |= asked & ~(asked - 1);
+    return wide & triples;
+#endif
+}
 
-    /// Reads two bytes beyond the block.
-    static wide_characters of(const uchar* p) {
-        const std::uint64_t ea = inside(p, 0xEA, 0xEA), ed = inside(p, 0xED, 0xED), e3 = inside(p, 0xE3, 0xE3);
-        const std::uint64_t from_b0 = inside(p + 1, 0xB0, 0xBF), below_9e = inside(p + 1, 0x80, 0x9D);
-        const std::uint64_t symbols = inside(p + 1, 0x80, 0x80);
-        const std::uint64_t certain =
-            inside(p, 0xE4, 0xE9) | inside(p, 0xEB, 0xEC) | (ea & from_b0) | (ed & below_9e) | (e3 & ~symbols);
-        return {certain, inside(p, 0xE1, 0xEF) & ~certain};
+/// The characters of a block and what they take, one column or two.
+struct block_columns {
+    std::uint64_t starts, wide;
+
+    std::size_t before(std::size_t byte) const {
+        return static_cast<std::size_t>(std::popcount(starts & first_bits(byte)) +
+                                        std::popcount(wide & first_bits(byte)));
+    }
+    /// Where the character begins with which `limit` columns are reached; they are reached in the block.
+    std::size_t place_of(std::size_t limit) const {
+        std::size_t at = 0;
+        for (std::size_t step = block_size / 2; step > 0; step /= 2)
+            if (before(at + step) < limit) at += step;
+        return at;
     }
 };
+
+/// Whether the bytes at p continue a character, as many as low bits are set in `expected`. Reads four bytes.
+bool continues(const uchar* p, unsigned expected) {
+    std::uint32_t bytes;
+    std::memcpy(&bytes, p, 4);
+    const std::uint32_t asked = (std::uint32_t{1} << 8 * std::popcount(expected)) - 1;
+    return ((bytes ^ 0x80808080) & 0xC0C0C0C0 & asked) == 0;
+}
+
+/// The bytes of whole characters in a block that begins with one and of which n bytes count (0 where there is something
+/// malformed), and the leads among them that letters may follow.
+struct letters_of_block {
+    std::size_t bytes;
+    std::uint64_t leads;
+
+    template <class Text>
+    static letters_of_block of(Text p, std::size_t n) {
+        const structure s = structure::of(p, 0);
+        if ((s.misplaced() & first_bits(n)) != 0) return {0, 0};
+        // No letters follow leads C2 and D6 to DF; in E2 and EF there is much punctuation, in EA much Hangul.
+        std::uint64_t leads = inside(p, 0xC3, 0xD5);
+        if (s.three != 0) {
+            leads |= equal(p, 0xE1) | (equal(p, 0xE2) & from(p + 1, 0x84)) | (equal(p, 0xEA) & ~from(p + 1, 0xB0));
+            leads |= equal(p, 0xEF) & (equal(p + 1, 0xBD) | (equal(p + 1, 0xBC) & from(p + 2, 0xA0)));
+        }
+        const std::size_t whole = s.whole_bytes(n);
+        return {whole, leads & first_bits(whole)};
+    }
+};
+
+/// Changes the characters of such a block; returns its whole bytes.
+std::size_t change_block(const letter_pages& letters, uchar first, uchar* p, std::size_t left) {
+    const std::size_t n = std::min(left, block_size);
+    return over_block(p, left, [&](auto text) {
+        letters_of_block found = letters_of_block::of(text, n);
+        if (found.bytes == 0) return found.bytes;
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+        const __m512i changed = change_letters_by_pages(letters, first, text, found.leads);
+        _mm512_mask_storeu_epi8(p, first_bits(n), changed);
+#else
+        alignas(64) uchar flipped[block_size];
+        uchar* const to = left >= block_size + beyond ? p : flipped;
+        for (std::size_t i = 0; i < block_size; i += block::size)
+            block::load(text.p + i).flip_letters(first).store(to + i);
+        for (; found.leads != 0; found.leads &= found.leads - 1)
+            change_letter(letters, to + lowest(found.leads), to[lowest(found.leads)] < 0xE0 ? 2 : 3);
+        if (to != p) std::memcpy(p, flipped, found.bytes);
+#endif
+        return found.bytes;
+    });
+}
 
 } // namespace
 
@@ -578,11 +675,10 @@ moved skip_utf8(const uchar* p, std::size_t n, std::size_t chars) {
     return leaving([&]() -> moved {
         std::size_t base = 0, passed = 0;
         std::uint64_t carry = 0;
-        const auto behind = [&] { return base + static_cast<std::size_t>(std::popcount(carry)); };
         while (base < n && passed < chars) {
             const std::size_t taken = std::min(n - base, block_size);
-            const structure s = taken < block_size ? structure::of(padded(p + base, taken).bytes, carry)
-                                                   : structure::of(p + base, carry);
+            const structure s =
+                over_block(p + base, n - base, [carry](auto text) { return structure::of(text, carry); });
             if ((s.misplaced() & first_bits(taken)) != 0) break;
             const std::uint64_t starts = s.starts() & first_bits(taken);
             const auto here = static_cast<std::size_t>(std::popcount(starts));
@@ -591,7 +687,7 @@ moved skip_utf8(const uchar* p, std::size_t n, std::size_t chars) {
             base += taken;
             carry = taken < block_size ? s.expected >> taken | std::uint64_t{s.spill} << (block_size - taken) : s.spill;
         }
-        return {behind(), passed};
+        return {base + static_cast<std::size_t>(std::popcount(carry)), passed};
     });
 }
 
@@ -599,41 +695,44 @@ moved fit_utf8(const uchar* p, std::size_t n, std::size_t limit) {
     return leaving([&]() -> moved {
         std::size_t base = 0, columns = 0;
         std::uint64_t carry = 0;
-        while (n - base >= block_size + 4) {
-            const uchar* const at = p + base;
-            const structure s = structure::of(at, carry);
-            if (s.misplaced() != 0) break;
-            wide_characters wide = wide_characters::of(at);
-            for (std::uint64_t asked = wide.asked; asked != 0; asked &= asked - 1)
-                if (is_wide_triple(at + lowest(asked))) wide.certain |= asked & ~(asked - 1);
-            const auto here = static_cast<std::size_t>(std::popcount(s.starts()) + std::popcount(wide.certain));
-            if (here >= limit - columns) break;
+        while (base < n && columns < limit) {
+            const std::size_t left = n - base;
+            // What goes on behind a block counts in it where its bytes are there; in the last ones it is left.
+            const bool goes_on = left >= block_size + beyond;
+            std::size_t bytes = std::min(left, block_size);
+            uchar spill = 0;
+            const block_columns block = over_block(p + base, left, [&](auto text) -> block_columns {
+                const structure s = structure::of(text, carry);
+                const bool well = (s.misplaced() & first_bits(bytes)) == 0;
+                if (goes_on && well && continues(p + base + block_size, s.spill))
+                    spill = s.spill;
+                else
+                    bytes = well ? s.whole_bytes(bytes) : 0;
+                return {s.starts() & first_bits(bytes), wide_triples_of(text, s.three & first_bits(bytes))};
+            });
+            if (bytes == 0) break;
+            const std::size_t here = block.before(block_size);
+            if (here >= limit - columns) {
+                const std::size_t passed = block.place_of(limit - columns);
+                return {base + passed, columns + block.before(passed)};
+            }
             columns += here;
-            base += block_size;
-            carry = s.spill;
+            base += bytes;
+            carry = spill;
         }
         return {base + static_cast<std::size_t>(std::popcount(carry)), columns};
     });
 }
 
-letter_stretch flip_letters_utf8(uchar first, uchar* p, std::size_t n) {
-    return leaving([&]() -> letter_stretch {
+std::size_t change_letters_utf8(const letter_pages& letters, uchar first, uchar* p, std::size_t n) {
+    return leaving([&] {
         std::size_t base = 0;
-        while (n - base >= block_size + beyond) {
-            uchar* const at = p + base;
-            const structure s = structure::of(at, 0);
-            if (s.misplaced() != 0) break;
-            // Leads C3 to D5, E1, E2, EF, and EA where it leads no Hangul.
-            const std::uint64_t leads = inside(at, 0xC3, 0xD5) | inside(at, 0xE1, 0xE2) | equal(at, 0xEF) |
-                                        (equal(at, 0xEA) & ~inside(at + 1, 0xB0, 0xBF));
-            for (std::size_t i = 0; i < block_size; i += block::size)
-                block::load(at + i).flip_letters(first).store(at + i);
-            const std::size_t bytes =
-                s.spill == 0 ? block_size : 63 - static_cast<std::size_t>(std::countl_zero(s.starts()));
-            if (const std::uint64_t letters = leads & first_bits(bytes); letters != 0) return {base, bytes, letters};
+        while (base < n) {
+            const std::size_t left = n - base, bytes = change_block(letters, first, p + base, left);
             base += bytes;
+            if (bytes == 0 || (bytes != left && left <= block_size)) break;
         }
-        return {base, 0, 0};
+        return base;
     });
 }
 

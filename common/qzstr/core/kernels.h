@@ -72,12 +72,7 @@ struct byte_map {
 /// In pair_decoding: no charset here decodes a pair to U+FFFF.
 inline constexpr std::uint16_t ask = 0xFFFF;
 
-/// A stretch of whole UTF-8 characters: where it begins and how long it is. Bit i: the character at start + i may be a
-/// letter beyond ASCII.
-struct letter_stretch {
-    std::size_t start, bytes;
-    std::uint64_t letters;
-};
+struct letter_pages;
 
 // K(result, name, parameters, arguments)
 #define QZSTR_KERNELS(K)                                                                                               \
@@ -144,8 +139,9 @@ struct letter_stretch {
       (layout, src, n, dst, units))                                                                                    \
     K(moved, ucs4_to_utf16, (unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t room),       \
       (layout, src, n, dst, room))                                                                                     \
-    /* flip_letters over UTF-8 of at most n bytes, up to the end of the first stretch with other letters. */           \
-    K(letter_stretch, flip_letters_utf8, (uchar first, uchar * p, std::size_t n), (first, p, n))                       \
+    /* Changes the case of UTF-8, of ASCII letters from `first` on, up to the first malformed or cut character. */     \
+    K(std::size_t, change_letters_utf8, (const letter_pages& letters, uchar first, uchar* p, std::size_t n),           \
+      (letters, first, p, n))                                                                                          \
     /* Changes the case of the ASCII letters from `first` on, where a lead takes the byte behind it along. */          \
     K(void, flip_letters_pairs, (const byte_set& leads, uchar first, uchar* p, std::size_t n), (leads, first, p, n))   \
     /* Changes the case of ASCII letters in n bytes: of those from `first` to `first` + 25, in the other case. */      \

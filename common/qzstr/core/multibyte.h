@@ -53,10 +53,12 @@ struct prefix {
     bool reached = false;
 };
 
+/// Only characters that begin before `until`.
 template <class Step, class Columns>
-prefix cut_to_columns(const uchar* p, offset_t len, offset_t limit, Step step, Columns columns) {
+prefix cut_to_columns(const uchar* p, offset_t len, offset_t limit, Step step, Columns columns,
+                      offset_t until = unbounded) {
     prefix cut;
-    while (cut.bytes < len) {
+    while (cut.bytes < len && cut.bytes < until) {
         const offset_t size = step(p + cut.bytes, len - cut.bytes);
         if (cut.bytes + size > len) break;
         const offset_t width = columns(p + cut.bytes);

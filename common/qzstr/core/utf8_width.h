@@ -13,7 +13,7 @@ inline constexpr struct {
                     {0xEFBC80, 0xEFBDA0}, {0xEFBFA0, 0xEFBFA6}};
 
 // KEPT: the bytes are compared, not a code point, so that malformed triples keep their column.
-[[gnu::always_inline]] inline bool is_wide_triple(const uchar* p) {
+[[gnu::always_inline]] constexpr bool is_wide_triple(const uchar* p) {
     const std::uint32_t triple = static_cast<std::uint32_t>(p[0] << 16 | p[1] << 8 | p[2]);
     for (const auto& range : wide_triples)
         if (triple >= range.first && triple <= range.last) return true;

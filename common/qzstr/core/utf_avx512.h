@@ -2,7 +2,9 @@
 #pragma once
 
 #include "core/kernels.h"
+#include "core/letter_pages.h"
 #include "core/units.h"
+#include "core/utf8_width.h"
 #include "core/vector.h"
 
 #include <algorithm>
@@ -353,6 +355,106 @@ moved encode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t ro
         if (count == 0) break;
     }
     return {i * unit, written};
+}
+
+// ---- Width and letter case ------------------------------------------------------------------------------------------
+
+/// The wide characters of three bytes as products of sets: a character is wide when its lead, its second and its third
+/// byte share one of 16 classes. By the low six bits of each.
+struct wide_classes {
+    struct sets {
+        alignas(64) uchar lead[64] = {}, second[64] = {}, third[64] = {};
+    };
+    sets half[2];
+    unsigned count = 0;
+
+    consteval wide_classes() {
+        for (unsigned lead = 0xE1; lead <= 0xEF; ++lead) {
+            std::uint64_t all_wide = 0;
+            for (unsigned second = 0; second < 64; ++second) {
+                const std::uint64_t thirds = wide_thirds(lead, second);
+                if (thirds == ~std::uint64_t{0})
+                    all_wide |= std::uint64_t{1} << second;
+                else if (thirds != 0)
+                    add(lead, std::uint64_t{1} << second, thirds);
+            }
+            if (all_wide != 0) add(lead, all_wide, ~std::uint64_t{0});
+        }
+    }
+
+private:
+    static consteval std::uint64_t wide_thirds(unsigned lead, unsigned second) {
+        std::uint64_t wide = 0;
+        for (unsigned third = 0; third < 64; ++third) {
+            const uchar triple[3] = {static_cast<uchar>(lead), static_cast<uchar>(0x80 | second),
+                                     static_cast<uchar>(0x80 | third)};
+            wide |= std::uint64_t{is_wide_triple(triple)} << third;
+        }
+        return wide;
+    }
+    consteval void add(unsigned lead, std::uint64_t seconds, std::uint64_t thirds) {
+        const unsigned lead_bits = lead & 0x3F;
+        unsigned c = 0; // leads with the same followers share a class
+        for (; c < count; ++c)
+            if (members(c, &sets::second) == seconds && members(c, &sets::third) == thirds) break;
+        sets& mine = half[c / 8];
+        const auto bit = static_cast<uchar>(1U << c % 8);
+        mine.lead[lead_bits] |= bit;
+        if (c < count) return;
+        ++count;
+        for (unsigned i = 0; i < 64; ++i) {
+            if ((seconds >> i & 1) != 0) mine.second[i] |= bit;
+            if ((thirds >> i & 1) != 0) mine.third[i] |= bit;
+        }
+    }
+    consteval std::uint64_t members(unsigned c, uchar (sets::*set)[64]) const {
+        std::uint64_t found = 0;
+        for (unsigned i = 0; i < 64; ++i)
+            found |= std::uint64_t{(half[c / 8].*set)[i] >> c % 8 & 1U} << i;
+        return found;
+    }
+};
+constexpr wide_classes wide_by_class;
+static_assert(wide_by_class.count <= 16);
+
+/// Those of the characters of three bytes that take two columns.
+template <class Text>
+std::uint64_t wide_by_classes(Text p, std::uint64_t triples) {
+    const __m512i lead = p.bytes(), second = (p + 1).bytes(), third = (p + 2).bytes();
+    const auto shared = [&](const wide_classes::sets& of) {
+        const auto classes = [](__m512i bytes, const uchar* table) {
+            return _mm512_permutexvar_epi8(bytes, _mm512_load_si512(table));
+        };
+        return _mm512_ternarylogic_epi32(classes(lead, of.lead), classes(second, of.second), classes(third, of.third),
+                                         0x80);
+    };
+    const __m512i both = _mm512_or_si512(shared(wide_by_class.half[0]), shared(wide_by_class.half[1]));
+    return _mm512_mask_test_epi8_mask(triples, both, both);
+}
+
+/// The block at p with its ASCII letters changed and the characters that `leads` marks, those of one page at a time.
+template <class Text>
+__m512i change_letters_by_pages(const letter_pages& letters, uchar first, Text p, std::uint64_t leads) {
+    const __m512i text = p.bytes(), second = (p + 1).bytes(), third = (p + 2).bytes();
+    __m512i changed = block{text}.flip_letters(first).v;
+    const auto all = [](uchar b) { return _mm512_set1_epi8(static_cast<char>(b)); };
+    while (leads != 0) {
+        const uchar* const c = p.p + lowest(leads);
+        const bool three = c[0] >= 0xE0;
+        std::uint64_t same = _mm512_mask_cmpeq_epi8_mask(leads, text, all(c[0]));
+        if (three) same = _mm512_mask_cmpeq_epi8_mask(same, second, all(c[1]));
+        leads &= ~same;
+        const uchar number = letters.page_of[upper_bits(c, three ? 3 : 2)];
+        if (number == 0) continue;
+        const letter_page& page = letters.page[number];
+        const auto change = [&](std::uint64_t where, __m512i last_bytes, const uchar* to) {
+            changed = _mm512_mask_permutexvar_epi8(changed, where, last_bytes, _mm512_load_si512(to));
+        };
+        change(same, three ? third : second, page.first);
+        if (three) change(same << 1, second, page.second);
+        change(same << (three ? 2 : 1), text, page.last);
+    }
+    return changed;
 }
 
 } // namespace

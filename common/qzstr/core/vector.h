@@ -187,6 +187,10 @@ inline auto leaving(Kernel kernel) {
     return result;
 }
 
+constexpr std::uint64_t first_bits(std::size_t n) {
+    return n >= 64 ? ~0ULL : (1ULL << n) - 1;
+}
+
 /// 64 bytes as bit masks, whatever the level's block size.
 template <class Mask>
 inline std::uint64_t mask_64(const uchar* p, Mask mask) {
@@ -196,9 +200,37 @@ inline std::uint64_t mask_64(const uchar* p, Mask mask) {
     return bits;
 }
 
-constexpr std::uint64_t first_bits(std::size_t n) {
-    return n >= 64 ? ~0ULL : (1ULL << n) - 1;
-}
+/// A place in a text, of which 64 bytes and some behind them may be looked at.
+struct text_at {
+    const uchar* p;
+
+    text_at operator+(std::size_t n) const { return {p + n}; }
+    template <class Mask>
+    std::uint64_t mask(Mask mask) const {
+        return mask_64(p, mask);
+    }
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+    __m512i bytes() const {
+        return block::load(p).v;
+    }
+#endif
+};
+
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+/// The same near the end of a text, of which `left` bytes are there; what would follow them reads as zero.
+struct text_end {
+    const uchar* p;
+    std::size_t left;
+
+    text_end operator+(std::size_t n) const { return {p + n, left > n ? left - n : 0}; }
+    __m512i bytes() const { return _mm512_maskz_loadu_epi8(first_bits(left), p); }
+    template <class Mask>
+    std::uint64_t mask(Mask mask) const {
+        return mask(block{bytes()});
+    }
+};
+#endif
+
 constexpr std::size_t lowest(std::uint64_t bits) {
     return static_cast<std::size_t>(std::countr_zero(bits));
 }

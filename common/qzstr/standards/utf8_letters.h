@@ -1,8 +1,7 @@
-// Letter case of two- and three-byte UTF-8 characters: pages of 64 code points, which are a lead byte (or a lead and a second
-// byte) each, derived from the case tables.
+// The pages of letters of UTF-8, derived from the case tables.
 #pragma once
 
-#include "core/contract.h"
+#include "core/letter_pages.h"
 #include "tables/utf8_case.h"
 
 #include <cstddef>
@@ -10,11 +9,11 @@
 
 namespace qzstr {
 
-/// For each character of the BMP, the difference to what it becomes; pages without letters share page 0.
+/// Characters without letters share page 0, which is never read.
 template <std::size_t Pages>
 struct utf8_case_pages {
-    uchar page[1024] = {};
-    std::uint16_t difference[(Pages + 1) * 64] = {};
+    uchar page_of[1024] = {};
+    core::letter_page page[Pages + 1] = {};
 };
 
 namespace utf8_case_detail {
@@ -46,14 +45,26 @@ consteval std::size_t count_pages(Letters letters) {
     return pages;
 }
 
+constexpr void set(core::letter_page& page, char32_t from, char32_t to) {
+    const char32_t i = from & 0x3F;
+    const bool three = from >= 0x800;
+    page.first[i] = static_cast<uchar>(three ? 0xE0 | to >> 12 : 0xC0 | to >> 6);
+    page.second[i] = static_cast<uchar>(0x80 | (to >> 6 & 0x3F));
+    page.last[i] = static_cast<uchar>(0x80 | (to & 0x3F));
+}
+
 template <std::size_t Pages, class Letters>
 consteval utf8_case_pages<Pages> make(Letters letters) {
     utf8_case_pages<Pages> made;
     uchar next = 0;
     letters([&](char32_t from, char32_t to) {
-        uchar& page = made.page[from >> 6];
-        if (page == 0) page = ++next;
-        made.difference[page * 64U + (from & 0x3F)] = static_cast<std::uint16_t>(to - from);
+        uchar& page = made.page_of[from >> 6];
+        if (page == 0) {
+            page = ++next;
+            for (char32_t c = from & ~char32_t{0x3F}, i = 0; i < 64; ++i)
+                set(made.page[page], c + i, c + i);
+        }
+        set(made.page[page], from, to & 0xFFFF);
     });
     return made;
 }
@@ -65,35 +76,14 @@ inline constexpr auto upper_letters = [](auto found) {
     each_letter(tables::utf8_upper_two_byte, tables::qzstr_case_to_upper_table, found);
 };
 
+inline constexpr auto lower_pages = make<count_pages(lower_letters)>(lower_letters);
+inline constexpr auto upper_pages = make<count_pages(upper_letters)>(upper_letters);
+
 } // namespace utf8_case_detail
 
-inline constexpr auto utf8_to_lower =
-    utf8_case_detail::make<utf8_case_detail::count_pages(utf8_case_detail::lower_letters)>(
-        utf8_case_detail::lower_letters);
-inline constexpr auto utf8_to_upper =
-    utf8_case_detail::make<utf8_case_detail::count_pages(utf8_case_detail::upper_letters)>(
-        utf8_case_detail::upper_letters);
-
-/// Changes the character of `length` bytes at p in place; anything malformed, and whatever has no case, stays.
-template <std::size_t Pages>
-inline void change_letter(const utf8_case_pages<Pages>& pages, uchar* p, int length) {
-    if (length > 3 || p[0] == 0xE0)
-        return; // below U+1000 no letter of three bytes has case, and overlong forms have none
-    const bool three = length == 3;
-    const unsigned top = three ? (p[0] & 0x0FU) << 6 | (p[1] & 0x3FU) : p[0] & 0x1FU;
-    const uchar page = pages.page[top];
-    uchar& last = p[length - 1];
-    const bool well_formed = (p[1] & 0xC0) == 0x80 && (last & 0xC0) == 0x80;
-    if (page == 0 || !well_formed) return;
-    const unsigned from = top << 6 | (last & 0x3FU);
-    const unsigned to = (from + pages.difference[page * 64U + (last & 0x3FU)]) & 0xFFFF;
-    if (three) {
-        p[0] = static_cast<uchar>(0xE0 | to >> 12);
-        p[1] = static_cast<uchar>(0x80 | (to >> 6 & 0x3F));
-    } else {
-        p[0] = static_cast<uchar>(0xC0 | to >> 6);
-    }
-    last = static_cast<uchar>(0x80 | (to & 0x3F));
-}
+inline constexpr core::letter_pages utf8_to_lower{utf8_case_detail::lower_pages.page_of,
+                                                  utf8_case_detail::lower_pages.page};
+inline constexpr core::letter_pages utf8_to_upper{utf8_case_detail::upper_pages.page_of,
+                                                  utf8_case_detail::upper_pages.page};
 
 } // namespace qzstr
