@@ -345,7 +345,7 @@ found search_wildcards(const functions& level, std::string_view text, std::strin
                         q.forward, q.pos, q.occ_start, q.occ_count, q.overlapped, &f.count, slots.slots.data(),
                         &f.last_match_bytes);
     } catch (const raised_error& error) {
-        EXPECT_EQ(error.source + " " + error.function, "qzstr qzstr_naive_search_with_wc");
+        EXPECT_EQ(std::string(error.source) + " " + error.function, "qzstr qzstr_naive_search_with_wc");
         EXPECT_EQ(error.code, ERROR_INVALID_USE_OF_ESCCHAR);
         f.raised = true;
     }

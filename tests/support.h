@@ -1,34 +1,16 @@
-// What every test shares: a runtime that records, buffers between guard pages, the library at each vector level, and
-// calls that return everything a slot reports. Include it from the one source of a test program.
+// What every test shares: a runtime that records, and calls that return everything a slot reports. Include it from the one source of a test program.
 #pragma once
 
-#include "qzstr.h"
+#include "levels.h"
 
-#include <cstdlib>
-#include <cstring>
-#include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <string>
-#include <string_view>
-#include <sys/mman.h>
-#include <vector>
 
 /// Assertions reported since the last `take_assertions`, as "expression@source:line".
 inline std::vector<std::string> reported_assertions;
 
-/// Thrown where the library raises an error.
-struct raised_error {
-    std::string source, function;
-    int line, code;
-};
-
 extern "C" {
 void qz_assert_msg(const char* expr, const char* file, int line) {
     reported_assertions.push_back(std::string(expr) + "@" + file + ":" + std::to_string(line));
-}
-void qz_thr_assert_cmd(void) {}
-void qz_err_and_jmp(const char* file, int line, const char* func, int, int, int code) {
-    throw raised_error{file, func, line, code};
 }
 }
 
@@ -37,35 +19,6 @@ namespace support {
 inline std::vector<std::string> take_assertions() {
     return std::exchange(reported_assertions, {});
 }
-
-/// Memory between two inaccessible pages; what is placed touches one of them.
-class guarded {
-public:
-    enum where { at_end, at_start };
-
-    explicit guarded(std::size_t capacity = 1 << 16) : size_((capacity + page - 1) / page * page) {
-        base_ = static_cast<char*>(
-            mmap(nullptr, size_ + 2 * page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
-        if (base_ == MAP_FAILED || mprotect(base_ + page, size_, PROT_READ | PROT_WRITE) != 0) std::abort();
-    }
-    guarded(const guarded&) = delete;
-    ~guarded() { munmap(base_, size_ + 2 * page); }
-
-    char* room(std::size_t n, where side = at_end) const {
-        if (n > size_) std::abort();
-        return base_ + page + (side == at_end ? size_ - n : 0);
-    }
-    char* place(std::string_view text, where side = at_end) const {
-        char* const p = room(text.size(), side);
-        std::memcpy(p, text.data(), text.size());
-        return p;
-    }
-
-private:
-    static constexpr std::size_t page = 4096;
-    std::size_t size_;
-    char* base_;
-};
 
 /// Everything that a conversion reports.
 struct converted {
@@ -185,35 +138,6 @@ inline boundaries boundaries_of(const qzstr_charset_info_t& row, std::string_vie
     return found;
 }
 
-/// The library bound to one set of vector kernels.
-struct level {
-    const char* name;
-    const qzstr_charset_info_t* catalogue;
-    void* module;
-};
-
-/// The levels that this machine can run: `plain` (exact routines only) comes first.
-inline const std::vector<level>& levels() {
-    static const std::vector<level> loaded = [] {
-        std::vector<level> found;
-        for (const char* name : {"plain", "sse2", "avx2", "avx512"}) {
-            const bool runs = std::strcmp(name, "avx2") == 0     ? __builtin_cpu_supports("avx2") != 0
-                              : std::strcmp(name, "avx512") == 0 ? __builtin_cpu_supports("avx512vbmi2") != 0
-                                                                 : true;
-            if (!runs) continue;
-            const std::string path = std::string(LEVEL_MODULES_DIR "/qzstr_level_") + name + ".so";
-            void* const module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-            if (module == nullptr) {
-                ADD_FAILURE() << dlerror();
-                continue;
-            }
-            found.push_back({name, static_cast<const qzstr_charset_info_t*>(dlsym(module, "_charset_info")), module});
-        }
-        return found;
-    }();
-    return loaded;
-}
-
 /// Every operation that counts, cases or trims is refused, by name; where `lines` are given, from these.
 inline void expect_refusals(const qzstr_charset_info_t& row, const std::string& family, const ints& lines = {}) {
     char text[] = "abc";
@@ -225,7 +149,7 @@ inline void expect_refusals(const qzstr_charset_info_t& row, const std::string& 
             call();
             ADD_FAILURE() << operation;
         } catch (const raised_error& error) {
-            EXPECT_EQ(error.source + " " + error.function,
+            EXPECT_EQ(std::string(error.source) + " " + error.function,
                       "common/qzstr/qzstr_" + family + " qzstr_" + family + "_" + operation);
             EXPECT_EQ(error.code, ERROR_NOT_IMPLEMENTED);
             EXPECT_TRUE(lines.empty() || error.line == lines[next]) << operation << " " << error.line;

@@ -1,0 +1,131 @@
+// The faults that converters are known for, a row each. Where a class needs more than one case, the row says which test
+// tries all of them.
+#include "support.h"
+
+#include <climits>
+
+using namespace support;
+
+namespace {
+
+const auto& euckr = _charset_info[QZSTR_CHARSET_EUCKR];
+const auto& utf8 = _charset_info[QZSTR_CHARSET_UTF8];
+const auto& utf16 = _charset_info[QZSTR_CHARSET_UTF16];
+const auto& sjis = _charset_info[QZSTR_CHARSET_SJIS];
+const auto& big5 = _charset_info[QZSTR_CHARSET_ZHT16BIG5];
+const auto& gb18030 = _charset_info[QZSTR_CHARSET_GB18030];
+const auto& euctw = _charset_info[QZSTR_CHARSET_EUCTW];
+const auto& iso2022kr = _charset_info[QZSTR_CHARSET_ISO2022KR];
+
+converted cell(int from, int to, const char* source, int room = -1) {
+    return run_cell(_charset_info, from, to, unhex(source), room);
+}
+std::string cased(const qzstr_charset_info_t& row, qzstr_case_t mode, const char* source) {
+    const guarded memory;
+    const std::string text = unhex(source);
+    char* const p = memory.place(text);
+    row.qzstr_convert_case_fn(mode, p, static_cast<int>(text.size()));
+    return hex({p, text.size()});
+}
+
+const struct {
+    const char* fault;
+    const char* all_cases; ///< the test that tries every case of the class
+    void (*check)();
+} faults[] = {
+    {"escape and shift bytes written without a look at the room", "trust encode, Iso2022kr.EveryTargetSize",
+     [] {
+         for (int room = 0; room < 9; ++room)
+             EXPECT_LE(cell(QZSTR_CHARSET_EUCKR, QZSTR_CHARSET_ISO2022KR, "B0 A1", room).written, room);
+         EXPECT_EQ(run_slot(iso2022kr.qzstr_from_ucs2_fn, unhex("AC 00"), 6), gives(1, 0, ""));
+     }},
+    {"a bad trail byte that reaches a table", "trust forms",
+     [] {
+         for (const char* pair : {"A1 00", "A1 40", "A1 A0", "FE FF", "C9 A1", "FF FF"})
+             EXPECT_EQ(run_slot(euckr.qzstr_to_ucs2_fn, unhex(pair)).bytes.substr(0, 2), "\xFF\xFD") << pair;
+     }},
+    {"a cut tail read on", "trust forms, between guard pages",
+     [] {
+         EXPECT_EQ(run_slot(utf8.qzstr_to_ucs2_fn, unhex("41 F0 9F 92")), gives(1, 1, "00 41"));
+         EXPECT_EQ(run_slot(gb18030.qzstr_to_ucs2_fn, unhex("41 81 30 81")), gives(1, 1, "00 41"));
+     }},
+    {"no progress, so a loop without end", "trust cells, rows_fuzz",
+     [] {
+         for (int to = 0; to < QZSTR_CHARSET_MAX; ++to)
+             for (int from = 0; from < QZSTR_CHARSET_MAX; ++from)
+                 for (const int room : {0, 1})
+                     EXPECT_LE(cell(from, to, "8E A1 80 FF 1B 0E 0E", room).written, room);
+     }},
+    {"an assertion that text can reach", "trust, in every part",
+     [] {
+         for (const auto* row : {&euckr, &utf8, &utf16, &gb18030})
+             row->qzstr_count_char_fn(guarded().place("\xFF"), 1);
+         EXPECT_TRUE(take_assertions().empty());
+     }},
+    {"two outputs of one character, of which one fits", "trust forms",
+     [] {
+         EXPECT_EQ(run_slot(big5.qzstr_to_ucs2_fn, unhex("41 A1 20"), 4), gives(1, 1, "00 41"));
+         EXPECT_EQ(run_slot(sjis.qzstr_to_ucs4_fn, unhex("82 F5"), 7), gives(1, 0, ""));
+     }},
+    {"state lost between chunks", "Pivot.ChunkBordersAreInvisible",
+     [] {
+         const std::string shifted = "\x1B$)C\x0E" + std::string(40000, '0') + "\x0F";
+         EXPECT_EQ(run_cell(_charset_info, QZSTR_CHARSET_ISO2022KR, QZSTR_CHARSET_UTF8, shifted).written, 60000);
+     }},
+    {"a declared maximum below what a walk accepts", "the columns of trust.figures",
+     [] {
+         EXPECT_EQ(utf16.max_bytes_per_char, 2); // and a surrogate pair takes four
+         EXPECT_EQ(position(utf16, unhex("D8 3D DC 96"), 1), (ints{0, 3, 1}));
+         EXPECT_EQ(position(euctw, unhex("8E A2 A1 A1 41"), 1), (ints{0, euctw.max_bytes_per_char - 1, 1}));
+     }},
+    {"a table indexed by a signed char", "trust, built with either sign",
+     [] { EXPECT_EQ(run_slot(_charset_info[QZSTR_CHARSET_KOI8R].qzstr_to_ucs2_fn, "\xFF"), gives(0, 1, "04 2A")); }},
+    {"lengths that overflow", "trust lengths, KmpSearch.AbsurdArgumentsAssertAndStayInsideTheirBuffers",
+     [] {
+         char text[] = "ab", out[16];
+         for (const auto& row : _charset_info)
+             for (const int length : {INT_MIN, -1}) {
+                 int read = 9, written = 9, width = 9;
+                 uchar reached = 9;
+                 EXPECT_EQ(row.qzstr_to_ucs2_fn(text, length, out, 16, &read, &written, 1), 0) << row.name;
+                 EXPECT_EQ((ints{read, written}), (ints{0, 0})) << row.name;
+                 EXPECT_EQ(row.qzstr_from_ucs4_fn(text, 2, out, length, &read, &written, 1), 1) << row.name;
+                 EXPECT_EQ((ints{read, written}), (ints{0, 0})) << row.name;
+                 if (row.max_bytes_per_char == 1 || &row == &utf16 || &row == &iso2022kr) continue;
+                 row.qzstr_get_byte_pos_with_disp_size_fn(text, 2, INT_MAX, &read, &width, &reached);
+                 EXPECT_EQ((ints{read, width, reached}), (ints{2, 2, 0})) << row.name;
+             }
+     }},
+    {"the tail behind the last whole vector", "trust texts, trust cells",
+     [] {
+         for (std::size_t n = 0; n < 200; ++n)
+             EXPECT_EQ(run_slot(utf8.qzstr_to_ucs2_fn, std::string(n, 'a')).written, static_cast<int>(2 * n));
+     }},
+    {"a change of case in place that grows", "Utf8.EveryLetterChangesCaseAsTheMappingSays",
+     [] {
+         EXPECT_EQ(cased(utf8, QZSTR_CASE_UPPER, "C4 B1"), "C4 B1"); // its capital is shorter
+         EXPECT_EQ(cased(utf8, QZSTR_CASE_LOWER, "C8 BA"), "C8 BA"); // its small letter is longer
+         EXPECT_EQ(cased(utf8, QZSTR_CASE_LOWER, "C4 B0 C3"), "C4 B0 C3");
+     }},
+    {"characters dropped in silence", "trust encode: the column one_way of trust.figures",
+     [] {
+         for (const int to : {QZSTR_CHARSET_ASCII, QZSTR_CHARSET_EUCKR, QZSTR_CHARSET_SJIS, QZSTR_CHARSET_KOI8R})
+             EXPECT_EQ(cell(QZSTR_CHARSET_UTF8, to, "EF BF BE 41"), gives(2, 4, "3F 41")) << to;
+     }},
+    {"four-byte arithmetic", "Gb18030.EveryFourByteFormDecodesAsTheCLibrarySays",
+     [] {
+         EXPECT_EQ(run_slot(gb18030.qzstr_to_ucs4_fn, unhex("E3 32 9A 35")), gives(0, 4, "00 10 FF FF"));
+         EXPECT_EQ(run_slot(gb18030.qzstr_to_ucs4_fn, unhex("E3 32 9A 36")), gives(2, 4, "00 00 FF FD"));
+         EXPECT_EQ(run_slot(gb18030.qzstr_to_ucs4_fn, unhex("8F 39 FE 39")).status, 2);
+     }},
+};
+
+TEST(Faults, AreNotHere) {
+    for (const auto& f : faults) {
+        SCOPED_TRACE(std::string(f.fault) + ", all cases: " + f.all_cases);
+        f.check();
+    }
+    take_assertions();
+}
+
+} // namespace
