@@ -32,7 +32,8 @@ foreach(name qzstr qzstr-runtime)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
 endforeach()
 
-install(FILES LICENSE LICENSES/Unicode-3.0.txt qzstr.spdx CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT dev)
+install(FILES LICENSE LICENSES/Unicode-3.0.txt LICENSES/OGDL-Taiwan-1.0.txt qzstr.spdx CHANGELOG.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT dev)
 
 if(NOT QZSTR_TOOLS)
   return()

@@ -77,7 +77,7 @@ if command -v groff >/dev/null; then
     complaints=$(groff -man -Tutf8 -ww -z "$work"/moved/share/man/man?/* 2>&1)
     [[ -z $complaints ]] || failed "manual pages: $complaints"
 fi
-for licence in LICENSE Unicode-3.0.txt qzstr.spdx; do
+for licence in LICENSE Unicode-3.0.txt OGDL-Taiwan-1.0.txt qzstr.spdx; do
     [[ -s $(find "$work/moved/share/doc" -name $licence) ]] || failed "no $licence"
 done
 echo passed
