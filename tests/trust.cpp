@@ -2,7 +2,7 @@
 // of the matrix over its source's whole repertoire, and texts of all kinds; at every vector level against the exact
 // routines. What a run gives is compared with trust.figures, so that compilers, options and machines are compared, too.
 //
-//     trust [--long] [--record] [PART...]
+//     trust [--brief | --long] [--record] [PART...]
 #include "invariants.h"
 
 #include <array>
@@ -27,6 +27,7 @@ extern "C" void qz_assert_msg(const char* expression, const char*, int) {
 namespace {
 
 bool whole_run = false; ///< else a part of it that takes seconds
+bool brief = false;     ///< fewer texts, for tools that take their time
 
 using text = std::vector<char>;
 std::string_view view(const text& t) {
@@ -388,7 +389,7 @@ void threads(row_run& r) {
         workers.emplace_back(r.row, letters);
         const auto work = [](void* w) -> void* {
             auto& mine = *static_cast<worker*>(w);
-            mine.hash = texts(mine.run, *mine.letters, whole_run ? 3000 : 300, 99);
+            mine.hash = texts(mine.run, *mine.letters, brief ? 60 : whole_run ? 3000 : 300, 99);
             mine.run.check.findings += assertions_from_data;
             return nullptr;
         };
@@ -522,7 +523,10 @@ const struct {
     {"forms", forms},
     {"encode", encode},
     {"cells", cells},
-    {"texts", [](row_run& r) { texts(r, alphabet(r.row), whole_run ? 100000 : 6000, 20); }},
+    {"texts",
+     [](row_run& r) {
+         texts(r, alphabet(r.row), brief ? 300 : whole_run ? 100000 : 6000, 20);
+     }},
     {"threads", threads},
     {"stacks", stacks},
     {"lengths",
@@ -574,7 +578,7 @@ int main(int argc, char** argv) {
     const auto asked = [&](const char* word) {
         return std::any_of(argv + 1, argv + argc, [&](const char* a) { return std::strcmp(a, word) == 0; });
     };
-    whole_run = asked("--long"), record = asked("--record");
+    whole_run = asked("--long"), brief = asked("--brief"), record = asked("--record");
     for (const auto& part : parts)
         some |= asked(part.name);
     static figures recorded[QZSTR_CHARSET_MAX];
