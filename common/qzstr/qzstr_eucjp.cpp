@@ -10,7 +10,7 @@ namespace qzstr::families {
 
 using namespace core;
 
-struct eucjp : multibyte<eucjp>,
+struct eucjp : block_walks<eucjp>,
                decoders<eucjp>,
                japanese_marks,
                encoders<eucjp>,
@@ -33,40 +33,20 @@ struct eucjp : multibyte<eucjp>,
     static offset_t step(const uchar* p, offset_t) { return *p == euc_jp_triple ? 3 : leads.contains(*p) ? 2 : 1; }
     static offset_t columns(const uchar* p) { return step(p, unbounded) == 1 ? 1 : 2; }
 
-    /// Walks over at most `chars` characters that begin in the first n bytes: between bytes 8F a text of pairs.
-    static moved skip(const uchar* p, std::size_t n, std::size_t chars) {
-        moved at{};
-        while (at.read < n && at.written < chars) {
-            if (p[at.read] == euc_jp_triple) {
-                at.read += 3;
-                ++at.written;
-                continue;
-            }
-            const std::size_t run = run_before(p + at.read, n - at.read, euc_jp_triple);
-            const moved m = skip_pairs(leads, p + at.read, run, chars - at.written);
-            at.read += m.read;
-            at.written += m.written;
-        }
-        return at;
-    }
-    static offset_t characters(const uchar* p, offset_t len) {
-        return static_cast<offset_t>(skip(p, static_cast<std::size_t>(len), ~std::size_t{0}).written);
-    }
-    static offset_t bytes_of(const uchar* p, offset_t chars) {
-        offset_t at = 0;
-        while (chars > 0) { // k characters take at least k bytes, so no read goes further than they require
-            const moved m = skip(p + at, static_cast<std::size_t>(chars), static_cast<std::size_t>(chars));
-            at += static_cast<offset_t>(m.read);
-            chars -= static_cast<offset_t>(m.written);
-        }
-        return at;
-    }
-    static char_position find(const uchar* p, offset_t len, offset_t n) {
-        const auto size = static_cast<std::size_t>(len);
-        moved before = skip(p, size, n < 1 ? ~std::size_t{0} : static_cast<std::size_t>(n - 1));
-        if (before.read >= size) before = skip(p, size, before.written - 1); // fewer characters: the last one
-        const auto start = static_cast<offset_t>(before.read);
-        return {start, start + step(p + start, len - start), static_cast<offset_t>(before.written) + 1};
+    static constexpr const byte_set& flip_leads = leads;
+    static constexpr long_forms forms{&leads, euc_jp_triple, 1};
+    static moved skip(const uchar* p, std::size_t n, std::size_t chars) { return skip_long_forms(forms, p, n, chars); }
+
+    static prefix fit(const uchar* p, offset_t len, offset_t limit) {
+        // Between bytes 8F a column is a byte; up to four bytes before the limit and the end no character is cut.
+        const auto fast = [](const uchar* at, offset_t left, offset_t room) -> moved {
+            const offset_t safe = (left < room ? left : room) - 4;
+            if (safe < 1) return {};
+            const std::size_t run = run_before(at, static_cast<std::size_t>(safe), euc_jp_triple);
+            const std::size_t passed = skip_pairs(leads, at, run, ~std::size_t{0}).read;
+            return {passed, passed};
+        };
+        return cut_by_blocks(p, len, limit, fast, step, columns);
     }
 
     /// Where the character that holds the offset begins. Bytes outside A1 to FE always begin one; after them, or after

@@ -9,7 +9,7 @@ namespace qzstr::families {
 
 using namespace core;
 
-struct euctw : multibyte<euctw>,
+struct euctw : block_walks<euctw>,
                surrogate_decoders<euctw>,
                encoders<euctw>,
                ascii_reduction<euctw>,
@@ -48,33 +48,21 @@ struct euctw : multibyte<euctw>,
 
     static constexpr auto get_euctw_str = qzstr_get_same_charset_str;
 
-    static offset_t characters(const uchar* p, offset_t len) {
-        return static_cast<offset_t>(skip(p, static_cast<std::size_t>(len), ~std::size_t{0}).written);
-    }
-    /// k characters take at least k bytes, so no read goes further than the characters require.
-    static offset_t bytes_of(const uchar* p, offset_t chars) {
-        offset_t at = 0;
-        while (chars > 0) {
-            const moved m = skip(p + at, static_cast<std::size_t>(chars), static_cast<std::size_t>(chars));
-            at += static_cast<offset_t>(m.read);
-            chars -= static_cast<offset_t>(m.written);
-        }
-        return at;
-    }
+    /// Seen as pairs, a form of four bytes is two.
+    static constexpr byte_set flip_leads{byte_range{four_byte_lead, four_byte_lead}, byte_range{0xA1, 0xFE}};
+    static constexpr long_forms forms{&flip_leads, four_byte_lead, 2};
+    static moved skip(const uchar* p, std::size_t n, std::size_t chars) { return skip_long_forms(forms, p, n, chars); }
 
     /// Bytes and columns of a character for positions and width.
     // KEPT: every high byte outside 0xA1 to 0xFE begins four bytes here, but in counting only 0x8E does.
-    static offset_t columns(const uchar* p) { return p[0] < 0x80 ? 1 : leads.contains(p[0]) ? 2 : 4; }
+    static offset_t columns(const uchar* p, offset_t) { return p[0] < 0x80 ? 1 : leads.contains(p[0]) ? 2 : 4; }
+    static offset_t pos_step(const uchar* p, offset_t left) { return left == 1 ? 1 : columns(p, left); }
 
-    static prefix fit(const uchar* p, offset_t len, offset_t limit) {
-        return cut_to_columns(
-            p, len, limit, [](const uchar* at, offset_t) { return columns(at); }, columns);
-    }
+    static prefix fit(const uchar* p, offset_t len, offset_t limit) { return fit_bytes(p, len, limit, columns); }
     static void get_byte_pos(char* str, int str_len, int char_cnt, int* start_pos, int* end_pos, int* real_char_cnt) {
         if (!has_positions(str, start_pos, end_pos) || str_len < 1) return;
-        const auto last_byte_alone = [](const uchar* p, offset_t left) { return left == 1 ? 1 : columns(p); };
         // KEPT: the end of a character of four bytes is not clipped to the text.
-        store_position(find_char(bytes(str), str_len, char_cnt, last_byte_alone), start_pos, end_pos, real_char_cnt);
+        store_position(find(bytes(str), str_len, char_cnt), start_pos, end_pos, real_char_cnt);
     }
 
     static bool starts_character(const uchar* p, offset_t offset) {
@@ -102,24 +90,6 @@ struct euctw : multibyte<euctw>,
         const char_position at = char_over(bytes(str), byte_offset, step);
         if (at.end == offset_t{byte_offset} + 1) return byte_offset;
         return static_cast<int>((is_ahead != 0 ? at.start : at.end) - 1);
-    }
-
-private:
-    /// What skip_pairs does, over forms of four bytes too.
-    static moved skip(const uchar* p, std::size_t n, std::size_t chars) {
-        moved at{};
-        while (at.read < n && at.written < chars) {
-            if (p[at.read] == four_byte_lead) {
-                at.read += 4;
-                ++at.written;
-                continue;
-            }
-            const std::size_t run = run_before(p + at.read, n - at.read, four_byte_lead);
-            const moved m = skip_pairs(leads, p + at.read, run, chars - at.written);
-            at.read += m.read;
-            at.written += m.written;
-        }
-        return at;
     }
 };
 

@@ -10,7 +10,7 @@ namespace qzstr::families {
 
 using namespace core;
 
-struct gb18030 : multibyte<gb18030>,
+struct gb18030 : block_walks<gb18030>,
                  surrogate_decoders<gb18030>,
                  encoders<gb18030>,
                  ascii_reduction<gb18030>,
@@ -27,7 +27,7 @@ struct gb18030 : multibyte<gb18030>,
         return left >= 2 && digits.contains(p[1]) ? 4 : 2;
     }
     /// KEPT: the counter takes 0x39 for a trail and a four-byte form of two bytes for a pair; stored lengths depend on it.
-    static offset_t counted_step(const uchar* p, offset_t left) {
+    static offset_t count_step(const uchar* p, offset_t left) {
         const offset_t size = step(p, left);
         return size == 4 && (left < 3 || p[1] == '9') ? 2 : size;
     }
@@ -105,55 +105,13 @@ struct gb18030 : multibyte<gb18030>,
 
     // ---- Positions ----
 
-    static constexpr offset_t all = unbounded;
-
-    struct walk_end {
-        offset_t at; ///< where the next character begins; behind the text after one that it cuts
-        offset_t passed;
-    };
-
-    /// Walks over at most `chars` characters that begin before `len`: pairs by whole blocks, four-byte forms one by one.
-    template <class Step>
-    static walk_end walk(const uchar* p, offset_t len, offset_t chars, Step step_of) {
-        walk_end w{0, 0};
-        exact_stretch stretch;
-        while (w.at < len && w.passed < chars) {
-            const moved m = skip_pairs_before(leads, digits, p + w.at, static_cast<std::size_t>(len - w.at),
-                                              static_cast<std::size_t>(chars - w.passed));
-            w.at += static_cast<offset_t>(m.read);
-            w.passed += static_cast<offset_t>(m.written);
-            const offset_t until = w.at + stretch.after(static_cast<offset_t>(m.read));
-            for (; w.at < len && w.at < until && w.passed < chars; ++w.passed)
-                w.at += step_of(p + w.at, len - w.at);
-        }
-        return w;
+    /// Pairs; four-byte forms go by steps.
+    static moved skip(const uchar* p, std::size_t n, std::size_t chars) {
+        return skip_pairs_before(leads, digits, p, n, chars);
     }
+    static constexpr const byte_set& flip_leads = leads;
 
-    static offset_t characters(const uchar* p, offset_t len) { return walk(p, len, all, counted_step).passed; }
-
-    /// k characters take at least k bytes, so no read goes further than the characters require.
-    static offset_t bytes_of(const uchar* p, offset_t chars) {
-        const auto unbounded_step = [](const uchar* q, offset_t) { return counted_step(q, unbounded); };
-        offset_t at = 0;
-        while (chars > 0) {
-            const walk_end w = walk(p + at, chars, chars, unbounded_step);
-            at += w.at;
-            chars -= w.passed;
-        }
-        return at;
-    }
-
-    static char_position find(const uchar* p, offset_t len, offset_t n) {
-        walk_end w = walk(p, len, n < 1 ? all : n - 1, step);
-        if (w.at >= len) w = walk(p, len, w.passed - 1, step); // fewer characters: the last one
-        return {w.at, w.at + step(p + w.at, len - w.at), w.passed + 1};
-    }
-
-    /// Where the character begins that holds the byte at an offset; looks at no byte behind it.
-    static offset_t start_of(const uchar* p, offset_t offset) {
-        const walk_end w = walk(p, offset, all, step);
-        return w.at == offset ? offset : walk(p, offset, w.passed - 1, step).at;
-    }
+    static offset_t start_of(const uchar* p, offset_t offset) { return block_walks::start_of(p, offset, step); }
     static offset_t last_of(const uchar* p, offset_t start) { return start + step(p + start, unbounded) - 1; }
 
     static bool starts_character(const uchar* p, offset_t offset) { return start_of(p, offset) == offset; }
@@ -174,14 +132,7 @@ struct gb18030 : multibyte<gb18030>,
         return static_cast<int>(last == byte_offset || is_ahead == 0 ? last : start - 1);
     }
 
-    /// A column is a byte, so only the character at the limit matters; one that the end cuts takes no column.
-    static prefix fit(const uchar* p, offset_t len, offset_t limit) {
-        if (len < 1) return {};
-        const offset_t at = start_of(p, limit < len ? limit : len);
-        if (at == len) return {at, at, limit == len};
-        const bool next_is_whole = step(p + at, len - at) <= len - at;
-        return {at, at, (at == limit && at > 0) || next_is_whole};
-    }
+    static prefix fit(const uchar* p, offset_t len, offset_t limit) { return fit_bytes(p, len, limit, step); }
 
     static constexpr auto get_gb18030_str = qzstr_get_same_charset_str;
 };

@@ -35,12 +35,12 @@ constexpr bool is_second(unsigned lead, unsigned b) {
 
 } // namespace
 
-struct utf8 : multibyte<utf8>, decoders<utf8>, encoders<utf8>, ascii_reduction<utf8> {
+struct utf8 : block_walks<utf8>, decoders<utf8>, encoders<utf8>, ascii_reduction<utf8> {
     static constexpr diagnostics where{.source = "common/qzstr/qzstr_utf8"};
 
     static constexpr char32_t ucs4_mask = 0xFFFFFFFF;
 
-    static int step(const uchar* p, offset_t) { return length_of(*p); }
+    static offset_t step(const uchar* p, offset_t) { return length_of(*p); }
 
     // KEPT: a malformed sequence is replaced as a whole, by the length that its lead names.
     template <form Form>
@@ -83,33 +83,7 @@ struct utf8 : multibyte<utf8>, decoders<utf8>, encoders<utf8>, ascii_reduction<u
 
     static constexpr auto get_utf8_str = qzstr_get_same_charset_str;
 
-    /// Passes at most `chars` characters that begin in the first n bytes.
-    static moved pass(const uchar* p, std::size_t n, std::size_t chars) {
-        moved at{};
-        while (at.read < n && at.written < chars) {
-            const moved fast = skip_utf8(p + at.read, n - at.read, chars - at.written);
-            at.read += fast.read;
-            at.written += fast.written;
-            for (int left = fast.read > 0 ? 1 : 32; left > 0 && at.read < n && at.written < chars; --left) {
-                at.read += static_cast<std::size_t>(length_of(p[at.read]));
-                ++at.written;
-            }
-        }
-        return at;
-    }
-    static offset_t characters(const uchar* p, offset_t len) {
-        return static_cast<offset_t>(pass(p, static_cast<std::size_t>(len), ~std::size_t{0}).written);
-    }
-    /// k characters take at least k bytes, so no read goes further than the characters require.
-    static offset_t bytes_of(const uchar* p, offset_t chars) {
-        std::size_t at = 0;
-        for (auto left = static_cast<std::size_t>(chars); left > 0;) {
-            const moved m = pass(p + at, left, left);
-            at += m.read;
-            left -= m.written;
-        }
-        return static_cast<offset_t>(at);
-    }
+    static moved skip(const uchar* p, std::size_t n, std::size_t chars) { return skip_utf8(p, n, chars); }
 
     // Boundaries: by the nearest leading byte at or before the offset, however far it is.
     static bool starts_character(const uchar* p, offset_t offset) { return is_lead(p[offset]); }
@@ -137,20 +111,14 @@ struct utf8 : multibyte<utf8>, decoders<utf8>, encoders<utf8>, ascii_reduction<u
     }
 
     // KEPT: near the end of the text a stray byte takes two or three bytes, where the walks of the other slots take one.
-    static int position_step(const uchar* p, offset_t left) {
-        const int length = length_of(*p);
+    static offset_t pos_step(const uchar* p, offset_t left) {
+        const offset_t length = length_of(*p);
         const bool stray = !is_lead(*p);
-        if (stray && left <= 3) return static_cast<int>(left);
-        return length < left ? length : static_cast<int>(left);
+        if (stray && left <= 3) return left;
+        return length < left ? length : left;
     }
     static char_position find(const uchar* p, offset_t len, offset_t n) {
-        // Before the last bytes, positions go by the same steps as counting.
-        const moved skipped = len < 8 ? moved{}
-                                      : pass(p, static_cast<std::size_t>(len - 4),
-                                             n < 1 ? ~std::size_t{0} : static_cast<std::size_t>(n - 1));
-        const auto from = static_cast<offset_t>(skipped.read), before = static_cast<offset_t>(skipped.written);
-        char_position at = find_char(p + from, len - from, n - before, position_step);
-        at = {at.start + from, at.end + from, at.number + before};
+        char_position at = block_walks::find(p, len, n);
         // KEPT: asked for as such, a stray byte with three more behind it ends with the text; walked over, it is one byte.
         if (at.number == n && !is_lead(p[at.start]) && len - at.start == 4) at.end = len;
         return at;
@@ -160,17 +128,10 @@ struct utf8 : multibyte<utf8>, decoders<utf8>, encoders<utf8>, ascii_reduction<u
     static int columns(const uchar* p) { return p[0] >= 0xE1 && p[0] <= 0xEF ? 1 + is_wide_triple(p) : 1; }
 
     static prefix fit(const uchar* p, offset_t len, offset_t limit) {
-        prefix cut;
-        for (;;) {
-            const uchar* const at = p + cut.bytes;
-            const moved fast =
-                fit_utf8(at, static_cast<std::size_t>(len - cut.bytes), static_cast<std::size_t>(limit - cut.columns));
-            const auto from = static_cast<offset_t>(fast.read), before = static_cast<offset_t>(fast.written);
-            const prefix more = cut_to_columns(at + from, len - cut.bytes - from, limit - cut.columns - before, step,
-                                               columns, from > 0 ? 4 : 64);
-            cut = {cut.bytes + from + more.bytes, cut.columns + before + more.columns, more.reached};
-            if (more.reached || more.bytes == 0) return cut;
-        }
+        const auto fast = [](const uchar* at, offset_t left, offset_t room) {
+            return fit_utf8(at, static_cast<std::size_t>(left), static_cast<std::size_t>(room));
+        };
+        return cut_by_blocks(p, len, limit, fast, step, columns);
     }
 
     static void convert_case(qzstr_case_t case_type, char* str, int str_len);

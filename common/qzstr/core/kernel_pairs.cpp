@@ -58,6 +58,9 @@ moved skip_pairs_before(const byte_set& leads, const byte_set& stops, const ucha
     }
     return at;
 }
+moved skip_long_forms(const long_forms&, const uchar*, std::size_t, std::size_t) {
+    return {};
+}
 
 #else
 
@@ -380,6 +383,65 @@ moved skip_pairs_before(const byte_set& set, const byte_set& stops, const uchar*
         carry = leads >> (taken - 1) & 1;
     }
     return {base + static_cast<std::size_t>(carry), passed};
+}
+
+namespace {
+
+/// Runs work(text) over the n bytes at p, at most a block.
+template <class Work>
+void over_block(const uchar* p, std::size_t n, Work work) {
+    if (n == block_size) return work(text_at{p});
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+    work(text_end{p, n});
+#else
+    const padded last(p, n);
+    work(text_at{last.bytes});
+#endif
+}
+
+} // namespace
+
+moved skip_long_forms(const long_forms& forms, const uchar* p, std::size_t n, std::size_t chars) {
+    std::size_t base = 0, passed = 0;
+    std::uint64_t carry = 0, joined = 0; // trails and pairs that belong to a character of the block before
+    while (base < n && passed < chars) {
+        const std::size_t taken = n - base < block_size ? n - base : block_size;
+        std::uint64_t in_set, high, long_lead;
+        const auto look_at = [&](auto at) {
+            in_set = at.mask([&](block b) {
+                block::bits bits = 0;
+                for (int r = 0; r < forms.leads->ranges(); ++r)
+                    bits |= b.within(forms.leads->range(r));
+                return bits;
+            });
+            high = at.mask([](block b) { return b.high_bits(); });
+            long_lead = at.mask([&](block b) { return b.equal_to(forms.lead); });
+        };
+        over_block(p + base, taken, look_at);
+        const std::uint64_t leads = leads_among(in_set, carry);
+        std::uint64_t starts = starts_after(leads, carry) & first_bits(taken);
+        const std::uint64_t begun = starts & long_lead & ~joined;
+        // What a form takes along must be a pair that is no form; bytes with the high bit that lead nothing are not taken.
+        const std::uint64_t pairs = leads & ~long_lead, taken_along = begun << forms.to_pair;
+        std::uint64_t wrong =
+            (starts & high & ~leads & ~long_lead) | (taken_along & first_bits(taken) & ~pairs) >> forms.to_pair;
+        const std::uint64_t ahead = begun & ~first_bits(taken > forms.to_pair ? taken - forms.to_pair : 0);
+        for (std::uint64_t left = ahead; left != 0; left &= left - 1) {
+            const std::size_t at = base + lowest(left) + forms.to_pair;
+            if (at >= n || !forms.leads->contains(p[at]) || p[at] == forms.lead) wrong |= left;
+        }
+        starts &= ~(taken_along | joined);
+        if (wrong != 0) starts &= first_bits(lowest(wrong));
+        const auto here = static_cast<std::size_t>(std::popcount(starts));
+        if (here > chars - passed) return {base + nth_bit(starts, chars - passed), chars};
+        passed += here;
+        if (wrong != 0) return {base + lowest(wrong), passed};
+        base += taken;
+        carry = leads >> (taken - 1) & 1;
+        joined = ahead >> (block_size - forms.to_pair);
+    }
+    // The last character may go on behind the last block.
+    return {base + static_cast<std::size_t>(joined != 0 ? std::bit_width(joined) + 1 : carry), passed};
 }
 
 void flip_letters_pairs(const byte_set& set, uchar first, uchar* p, std::size_t n) {

@@ -74,6 +74,14 @@ inline constexpr std::uint16_t ask = 0xFFFF;
 
 struct letter_pages;
 
+/// Text of pairs with longer characters: each begins with a byte `lead` and takes the pair along that begins `to_pair`
+/// bytes behind it.
+struct long_forms {
+    const byte_set* leads; ///< of pairs
+    uchar lead;
+    uchar to_pair;
+};
+
 // K(result, name, parameters, arguments)
 #define QZSTR_KERNELS(K)                                                                                               \
     /* Length of the run of bytes below 0x80 at p (whole blocks only; the rest may be ASCII too). */                   \
@@ -115,6 +123,9 @@ struct letter_pages;
     K(moved, skip_pairs_before,                                                                                        \
       (const byte_set& leads, const byte_set& stops, const uchar* p, std::size_t n, std::size_t chars),                \
       (leads, stops, p, n, chars))                                                                                     \
+    /* As skip_pairs over long forms; stops before cut or malformed ones and high bytes that lead nothing. */          \
+    K(moved, skip_long_forms, (const long_forms& forms, const uchar* p, std::size_t n, std::size_t chars),             \
+      (forms, p, n, chars))                                                                                            \
     /* The first 64 of the starts p .. p + n - 1 with a candidate among them (the last group may be shorter). */       \
     K(candidates, first_candidates, (const probe_bytes& probes, const uchar* p, std::size_t n), (probes, p, n))        \
     /* The same from the end: groups of 64 are counted from start p + n - 1 downwards. */                              \

@@ -70,6 +70,22 @@ prefix cut_to_columns(const uchar* p, offset_t len, offset_t limit, Step step, C
     return cut;
 }
 
+/// The same, where `fast(p, len, limit)` passes characters by blocks: the bytes and columns of whole ones, fewer than the
+/// limit.
+template <class Fast, class Step, class Columns>
+prefix cut_by_blocks(const uchar* p, offset_t len, offset_t limit, Fast fast, Step step, Columns columns) {
+    prefix cut;
+    for (;;) {
+        const moved m = fast(p + cut.bytes, len - cut.bytes, limit - cut.columns);
+        cut.bytes += static_cast<offset_t>(m.read);
+        cut.columns += static_cast<offset_t>(m.written);
+        const prefix more =
+            cut_to_columns(p + cut.bytes, len - cut.bytes, limit - cut.columns, step, columns, m.read >= 32 ? 4 : 64);
+        cut = {cut.bytes + more.bytes, cut.columns + more.columns, more.reached};
+        if (more.reached || more.bytes == 0) return cut;
+    }
+}
+
 inline void store_prefix(prefix cut, int* byte_pos, int* real_dis_size, uchar* disp_size_is_less) {
     *byte_pos = static_cast<int>(cut.bytes);
     *real_dis_size = static_cast<int>(cut.columns);
@@ -187,43 +203,106 @@ protected:
     }
 };
 
-/// The same for a family whose characters are one byte, or two after a byte of `F::leads`, and as many columns: whole
-/// blocks at a time.
+/// The same for a family with a walk by blocks: `F::skip(p, n, chars)` passes at most `chars` characters that begin in the
+/// first n bytes, as far as it can; F's steps do the rest.
 template <class F>
-struct double_byte : multibyte<F> {
-    static offset_t step(const uchar* p, offset_t) { return F::leads.contains(*p) ? 2 : 1; }
+struct block_walks : multibyte<F> {
+    static offset_t count_step(const uchar* p, offset_t left) { return F::step(p, left); }
+    static offset_t pos_step(const uchar* p, offset_t left) { return F::step(p, left); }
+
+    /// Passes characters as F::skip, all that there are; `left` bytes are there from p on.
+    template <class Step>
+    static moved pass(const uchar* p, std::size_t n, offset_t left, std::size_t chars, Step step) {
+        moved at{};
+        while (at.read < n && at.written < chars) {
+            const moved fast = F::skip(p + at.read, n - at.read, chars - at.written);
+            at.read += fast.read;
+            at.written += fast.written;
+            for (int k = fast.read >= 32 ? 1 : 32; k > 0 && at.read < n && at.written < chars; --k) {
+                at.read += static_cast<std::size_t>(step(p + at.read, left - static_cast<offset_t>(at.read)));
+                ++at.written;
+            }
+        }
+        return at;
+    }
 
     static offset_t characters(const uchar* p, offset_t len) {
-        return static_cast<offset_t>(skip_pairs(F::leads, p, static_cast<std::size_t>(len), ~std::size_t{0}).written);
+        return static_cast<offset_t>(
+            pass(p, static_cast<std::size_t>(len), len, ~std::size_t{0}, F::count_step).written);
     }
+    /// k characters take at least k bytes, so no read goes further than the characters require.
+    static offset_t bytes_of(const uchar* p, offset_t chars) {
+        std::size_t at = 0;
+        for (auto left = static_cast<std::size_t>(chars); left > 0;) {
+            const moved m = pass(p + at, left, unbounded, left, F::count_step);
+            at += m.read;
+            left -= m.written;
+        }
+        return static_cast<offset_t>(at);
+    }
+
+    /// By blocks up to the last few bytes, where the walk must see which character is the last.
+    static char_position find(const uchar* p, offset_t len, offset_t n) {
+        const std::size_t before = n < 1 ? ~std::size_t{0} : static_cast<std::size_t>(n - 1);
+        const moved m = pass(p, before_last(len), len, before, F::pos_step);
+        const auto from = static_cast<offset_t>(m.read), passed = static_cast<offset_t>(m.written);
+        const char_position at = find_char(p + from, len - from, n - passed, F::pos_step);
+        return {at.start + from, at.end + from, at.number + passed};
+    }
+
+    /// Where the character begins that holds the byte at an offset; looks at no byte behind it.
+    template <class Step>
+    static offset_t start_of(const uchar* p, offset_t offset, Step step) {
+        auto at = static_cast<offset_t>(pass(p, before_last(offset), offset, ~std::size_t{0}, step).read);
+        for (offset_t next = at; next <= offset; next += step(p + at, offset - at)) {
+            at = next;
+            if (at == offset) break;
+        }
+        return at;
+    }
+
+    /// Where a column is a byte, so that only the character at the limit matters; one that the end cuts takes no column.
+    template <class Step>
+    static prefix fit_bytes(const uchar* p, offset_t len, offset_t limit, Step step) {
+        if (len < 1) return {};
+        const offset_t at = start_of(p, limit < len ? limit : len, step);
+        if (at == len) return {at, at, limit == len};
+        const bool next_is_whole = step(p + at, len - at) <= len - at;
+        return {at, at, (at == limit && at > 0) || next_is_whole};
+    }
+
+    /// Changes the case of the ASCII letters from `first` on: what F::skip passes is pairs to the vector code.
+    static void flip_case(uchar first, uchar* p, offset_t len) {
+        constexpr offset_t piece = 4096; // passed twice
+        for (offset_t at = 0; at < len;) {
+            const offset_t n = len - at < piece ? len - at : piece;
+            const auto passed =
+                static_cast<offset_t>(F::skip(p + at, static_cast<std::size_t>(n), ~std::size_t{0}).read);
+            flip_letters_pairs(F::flip_leads, first, p + at, static_cast<std::size_t>(passed < n ? passed : n));
+            at += passed;
+            for (int k = passed >= 32 ? 1 : 32; k > 0 && at < len; --k) {
+                const offset_t size = F::case_step(p + at, len - at);
+                if (size == 1) flip_letters(first, p + at, 1);
+                at += size;
+            }
+        }
+    }
+
+private:
+    /// No character is longer than four bytes.
+    static std::size_t before_last(offset_t len) { return len < 8 ? 0 : static_cast<std::size_t>(len - 4); }
+};
+
+/// The same for a family whose characters are one byte, or two after a byte of `F::leads`, and as many columns.
+template <class F>
+struct double_byte : block_walks<F> {
+    static offset_t step(const uchar* p, offset_t) { return F::leads.contains(*p) ? 2 : 1; }
+
+    static moved skip(const uchar* p, std::size_t n, std::size_t chars) { return skip_pairs(F::leads, p, n, chars); }
 
     /// Changes the case of the ASCII letters from `first` on, by the same steps.
     static void flip_case(uchar first, uchar* p, offset_t len) {
         flip_letters_pairs(F::leads, first, p, static_cast<std::size_t>(len));
-    }
-
-    /// k characters take at least k bytes, so no read goes further than the characters require.
-    static offset_t bytes_of(const uchar* p, offset_t chars) {
-        offset_t at = 0;
-        while (chars > 0) {
-            const moved m =
-                skip_pairs(F::leads, p + at, static_cast<std::size_t>(chars), static_cast<std::size_t>(chars));
-            at += static_cast<offset_t>(m.read);
-            chars -= static_cast<offset_t>(m.written);
-        }
-        return at;
-    }
-
-    static char_position find(const uchar* p, offset_t len, offset_t n) {
-        const std::size_t before = n < 1 ? ~std::size_t{0} : static_cast<std::size_t>(n - 1);
-        const moved m = skip_pairs(F::leads, p, static_cast<std::size_t>(len), before);
-        char_position at{static_cast<offset_t>(m.read), 0, static_cast<offset_t>(m.written) + 1};
-        if (at.start >= len) { // fewer characters: the last one, which may be a lead alone
-            at.start = len - (len > 1 && !walk_lands_on(F::leads, p, len - 1) ? 2 : 1);
-            --at.number;
-        }
-        at.end = at.start + step(p + at.start, len - at.start);
-        return at;
     }
 
     /// A column is a byte, so only the character at the limit matters; a lead alone at the end takes no column.
