@@ -101,6 +101,20 @@ const struct {
          for (std::size_t n = 0; n < 200; ++n)
              EXPECT_EQ(run_slot(utf8.qzstr_to_ucs2_fn, std::string(n, 'a')).written, static_cast<int>(2 * n));
      }},
+    {"a malformed form that the border of two blocks hides", "trust forms --long",
+     [] {
+         for (const char* form : {"F0 80 BD 9E", "F4 90 80 80", "ED A0 80 41", "E0 9F BF 41", "EA B0 41 41"})
+             for (std::size_t before = 0; before < 130; ++before)
+                 for (const level& l : levels()) {
+                     const std::string text = std::string(before, 'a') + unhex(form) + std::string(70, 'b');
+                     ASSERT_EQ(run_cell(l.catalogue, QZSTR_CHARSET_UTF8, QZSTR_CHARSET_UTF16, text).status, 2)
+                         << l.name << " " << form << " behind " << before;
+                     for (int columns = 0; columns < 140; ++columns)
+                         ASSERT_EQ(fit(l.catalogue[QZSTR_CHARSET_UTF8], text, columns),
+                                   fit(levels()[0].catalogue[QZSTR_CHARSET_UTF8], text, columns))
+                             << l.name << " " << form << " behind " << before;
+                 }
+     }},
     {"a change of case in place that grows", "Utf8.EveryLetterChangesCaseAsTheMappingSays",
      [] {
          EXPECT_EQ(cased(utf8, QZSTR_CASE_UPPER, "C4 B1"), "C4 B1"); // its capital is shorter

@@ -75,7 +75,7 @@ struct joined_units {
         __m512i high =
             where(low_half, _mm512_srli_epi16(back_1, 2), _mm512_slli_epi16(_mm512_maskz_mov_epi8(third, back_2), 4));
         const std::uint64_t first_of_pair = from(back_2, 0xF0);
-        if ((fourth | first_of_pair) != 0) [[unlikely]] {
+        if ((fourth | first_of_pair | from(back_1, 0xF0)) != 0) [[unlikely]] { // the lead may stand last but one
             const std::uint64_t after_f0 = _mm512_cmpeq_epi8_mask(back_1, all(0xF0));
             const std::uint64_t after_f4 = _mm512_cmpeq_epi8_mask(back_1, all(0xF4));
             wrong |= _mm512_mask_cmplt_epu8_mask(after_f0, text, all(0x90)) |
