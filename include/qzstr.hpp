@@ -193,11 +193,12 @@ private:
             encode(text(from), length(from), text(view(target)), length(view(target)), &read, &written, 0);
         return complete(status, from_int(read) / sizeof(Unit), from_int(written), from);
     }
-    /// A lead byte that ends the source may count as two bytes in the C interface; a view ends where it ends.
+    /// A conversion through Unicode leaves a character that the text ends inside unread without saying so; a lead byte that
+    /// ends the source may count as two bytes in the C interface, but a view ends where it ends.
     template <class T>
     static result complete(conv_status_t status, std::size_t read, std::size_t written,
                            std::basic_string_view<T> from) {
-        if (from.size() > INT_MAX / sizeof(T)) status |= QZSTR_CONV_STOPPED;
+        if (read < from.size()) status |= QZSTR_CONV_STOPPED;
         return {status, read < from.size() ? read : from.size(), written};
     }
 };

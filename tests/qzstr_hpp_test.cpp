@@ -90,6 +90,9 @@ TEST(QzstrHpp, ConvertsAndResumes) {
     EXPECT_EQ(std::string(small, r.written), std::string(2, '?') + "!");
     EXPECT_TRUE(utf8.convert(text, utf16, {}).stopped());
     EXPECT_TRUE(utf8.convert({}, utf16, {}).exact());
+    r = utf8.convert("한\xEA\xB8", charset(QZSTR_CHARSET_EUCKR), small); // the C interface reports status 0
+    EXPECT_TRUE(r.stopped() && !r.exact());
+    EXPECT_EQ(r.read, 3u);
     const std::string lone_lead = "a\xC7";
     std::array<char, 16> out;
     EXPECT_LE(charset(QZSTR_CHARSET_MSWIN949).convert(lone_lead, utf8, out).read, lone_lead.size());
