@@ -35,77 +35,98 @@ std::size_t narrow(const uchar* src, std::size_t n, uchar* dst) {
     return i;
 }
 
+/// Length of the run before the first byte that is marked in its block, at most n; `is_end` says the same of a byte.
+template <class Marks, class IsEnd>
+std::size_t run_until(const uchar* p, std::size_t n, Marks marks, [[maybe_unused]] IsEnd is_end) {
+    std::size_t i = 0;
+    if constexpr (has_vectors) {
+        for (; i + block::size <= n; i += block::size)
+            if (const auto hit = marks(block::load(p + i)); hit != 0)
+                return i + static_cast<std::size_t>(std::countr_zero(hit));
+        if (i == n) return n;
+        const std::size_t hit = static_cast<std::size_t>(std::countr_zero(marks(block::load_first(p + i, n - i))));
+        return hit < n - i ? i + hit : n;
+    } else {
+        while (i < n && !is_end(p[i]))
+            ++i;
+        return i;
+    }
+}
+
 } // namespace
 
 std::size_t ascii_run(const uchar* p, std::size_t n) {
-    std::size_t i = 0;
-    if constexpr (has_vectors)
-        for (; i + block::size <= n; i += block::size)
-            if (const auto high = block::load(p + i).high_bits(); high != 0)
-                return i + static_cast<std::size_t>(std::countr_zero(high));
-    while (i < n && p[i] < 0x80)
-        ++i;
-    return i;
+    return run_until(
+        p, n, [](block b) { return b.high_bits(); }, [](uchar b) { return b >= 0x80; });
 }
 
 std::size_t copy_ascii(const uchar* src, std::size_t n, uchar* dst) {
     std::size_t i = 0;
-    if constexpr (has_vectors)
+    if constexpr (has_vectors) {
         for (; i + block::size <= n; i += block::size) {
             const block b = block::load(src + i);
             b.store(dst + i);
             if (const auto high = b.high_bits(); high != 0) return i + static_cast<std::size_t>(std::countr_zero(high));
         }
+        if (i == n) return n;
+        const block rest = block::load_first(src + i, n - i);
+        rest.store_first(dst + i, n - i);
+        const auto high = rest.high_bits();
+        return high != 0 ? i + static_cast<std::size_t>(std::countr_zero(high)) : n;
+    }
     for (; i < n && src[i] < 0x80; ++i)
         dst[i] = src[i];
     return i;
 }
 
 void widen_bytes(unit_layout layout, const uchar* src, std::size_t n, uchar* dst) {
-    switch (layout) {
-    case unit_layout::ucs2_big:
-        return widen<form::ucs2, order::big>(src, n, dst);
-    case unit_layout::ucs2_little:
-        return widen<form::ucs2, order::little>(src, n, dst);
-    case unit_layout::ucs4_big:
-        return widen<form::ucs4, order::big>(src, n, dst);
-    case unit_layout::ucs4_little:
-        return widen<form::ucs4, order::little>(src, n, dst);
-    }
+    return leaving([&] {
+        switch (layout) {
+        case unit_layout::ucs2_big:
+            return widen<form::ucs2, order::big>(src, n, dst);
+        case unit_layout::ucs2_little:
+            return widen<form::ucs2, order::little>(src, n, dst);
+        case unit_layout::ucs4_big:
+            return widen<form::ucs4, order::big>(src, n, dst);
+        case unit_layout::ucs4_little:
+            return widen<form::ucs4, order::little>(src, n, dst);
+        }
+    });
 }
 
 std::size_t narrow_ascii(unit_layout layout, const uchar* src, std::size_t n, uchar* dst) {
-    switch (layout) {
-    case unit_layout::ucs2_big:
-        return narrow<form::ucs2, order::big>(src, n, dst);
-    case unit_layout::ucs2_little:
-        return narrow<form::ucs2, order::little>(src, n, dst);
-    case unit_layout::ucs4_big:
-        return narrow<form::ucs4, order::big>(src, n, dst);
-    case unit_layout::ucs4_little:
-        return narrow<form::ucs4, order::little>(src, n, dst);
-    }
-    return 0;
+    return leaving([&]() -> std::size_t {
+        switch (layout) {
+        case unit_layout::ucs2_big:
+            return narrow<form::ucs2, order::big>(src, n, dst);
+        case unit_layout::ucs2_little:
+            return narrow<form::ucs2, order::little>(src, n, dst);
+        case unit_layout::ucs4_big:
+            return narrow<form::ucs4, order::big>(src, n, dst);
+        case unit_layout::ucs4_little:
+            return narrow<form::ucs4, order::little>(src, n, dst);
+        }
+        return 0;
+    });
 }
 
 std::size_t run_before(const uchar* p, std::size_t n, uchar b) {
-    std::size_t i = 0;
-    if constexpr (has_vectors)
-        for (; i + block::size <= n; i += block::size)
-            if (const auto hit = block::load(p + i).equal_to(b); hit != 0)
-                return i + static_cast<std::size_t>(std::countr_zero(hit));
-    while (i < n && p[i] != b)
-        ++i;
-    return i;
+    return run_until(
+        p, n, [b](block bytes) { return bytes.equal_to(b); }, [b](uchar byte) { return byte == b; });
 }
 
 std::size_t trailing_run(const uchar* p, std::size_t n, uchar b) {
     std::size_t left = n;
-    if constexpr (has_vectors)
+    if constexpr (has_vectors) {
         for (; left >= block::size; left -= block::size)
             if (const auto other = static_cast<block::bits>(~block::load(p + left - block::size).equal_to(b));
                 other != 0)
                 return n - left + static_cast<std::size_t>(std::countl_zero(other));
+        if (left == 0) return n;
+        const std::uint64_t inside = (std::uint64_t{1} << left) - 1;
+        const std::uint64_t other = ~std::uint64_t{block::load_first(p, left).equal_to(b)} & inside;
+        return n - static_cast<std::size_t>(std::bit_width(other));
+    }
     while (left > 0 && p[left - 1] == b)
         --left;
     return n - left;
@@ -113,9 +134,12 @@ std::size_t trailing_run(const uchar* p, std::size_t n, uchar b) {
 
 void flip_letters(uchar first, uchar* p, std::size_t n) {
     std::size_t i = 0;
-    if constexpr (has_vectors)
+    if constexpr (has_vectors) {
         for (; i + block::size <= n; i += block::size)
             block::load(p + i).flip_letters(first).store(p + i);
+        if (i < n) block::load_first(p + i, n - i).flip_letters(first).store_first(p + i, n - i);
+        return;
+    }
     for (; i < n; ++i)
         if (static_cast<uchar>(p[i] - first) < 26) p[i] ^= 0x20;
 }

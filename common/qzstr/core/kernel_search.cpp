@@ -31,9 +31,11 @@ constexpr std::size_t group = 64;
 /// The starts p .. p + n - 1: fewer than 64 where there are vectors, else at most 64.
 std::uint64_t short_group(const probe_bytes& probes, const uchar* p, std::size_t n) {
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
-    std::uint64_t bits = (std::uint64_t{1} << n) - 1;
+    // All three at once: none waits for the one before.
+    const std::uint64_t starts = (std::uint64_t{1} << n) - 1;
+    std::uint64_t bits = starts;
     for (int k = 0; k < 3; ++k)
-        bits &= block{_mm512_maskz_loadu_epi8(bits, p + probes.offset[k])}.equal_to(probes.byte[k]);
+        bits &= block{_mm512_maskz_loadu_epi8(starts, p + probes.offset[k])}.equal_to(probes.byte[k]);
     return bits;
 #else
     std::uint64_t bits = 0;
@@ -60,28 +62,32 @@ std::uint64_t short_group(const probe_bytes& probes, const uchar* p, std::size_t
 } // namespace
 
 candidates first_candidates(const probe_bytes& probes, const uchar* p, std::size_t n) {
-    const probe_bytes local = probes; // in registers
-    std::size_t i = 0;
-    if constexpr (has_vectors)
-        for (; i + group <= n; i += group)
-            if (const std::uint64_t bits = group_at(local, p + i); bits != 0) return {i, bits};
-    for (; i < n; i += group)
-        if (const std::uint64_t bits = short_group(local, p + i, n - i < group ? n - i : group); bits != 0)
-            return {i, bits};
-    return {0, 0};
+    return leaving([&]() -> candidates {
+        const probe_bytes local = probes; // in registers
+        std::size_t i = 0;
+        if constexpr (has_vectors)
+            for (; i + group <= n; i += group)
+                if (const std::uint64_t bits = group_at(local, p + i); bits != 0) return {i, bits};
+        for (; i < n; i += group)
+            if (const std::uint64_t bits = short_group(local, p + i, n - i < group ? n - i : group); bits != 0)
+                return {i, bits};
+        return {0, 0};
+    });
 }
 
 candidates last_candidates(const probe_bytes& probes, const uchar* p, std::size_t n) {
-    const probe_bytes local = probes;
-    if constexpr (has_vectors)
-        for (; n >= group; n -= group)
-            if (const std::uint64_t bits = group_at(local, p + n - group); bits != 0) return {n - group, bits};
-    while (n > 0) {
-        const std::size_t some = n < group ? n : group;
-        n -= some;
-        if (const std::uint64_t bits = short_group(local, p + n, some); bits != 0) return {n, bits};
-    }
-    return {0, 0};
+    return leaving([&]() -> candidates {
+        const probe_bytes local = probes;
+        if constexpr (has_vectors)
+            for (; n >= group; n -= group)
+                if (const std::uint64_t bits = group_at(local, p + n - group); bits != 0) return {n - group, bits};
+        while (n > 0) {
+            const std::size_t some = n < group ? n : group;
+            n -= some;
+            if (const std::uint64_t bits = short_group(local, p + n, some); bits != 0) return {n, bits};
+        }
+        return {0, 0};
+    });
 }
 
 } // namespace qzstr::core::QZSTR_LEVEL

@@ -229,36 +229,40 @@ void map_all(const byte_map& map, const uchar* src, std::size_t n, uchar* dst) {
 
 std::size_t decode_bytes(const byte_decoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst) {
     if constexpr (!has_vectors) return 0;
-    switch (layout) {
-    case unit_layout::ucs2_big:
-        decode_units<order::big>(plan, src, n, dst);
-        break;
-    case unit_layout::ucs2_little:
-        decode_units<order::little>(plan, src, n, dst);
-        break;
-    case unit_layout::ucs4_big:
-        decode_each<form::ucs4, order::big>(plan, src, n, dst);
-        break;
-    case unit_layout::ucs4_little:
-        decode_each<form::ucs4, order::little>(plan, src, n, dst);
-        break;
-    }
-    return n;
+    return leaving([&] {
+        switch (layout) {
+        case unit_layout::ucs2_big:
+            decode_units<order::big>(plan, src, n, dst);
+            break;
+        case unit_layout::ucs2_little:
+            decode_units<order::little>(plan, src, n, dst);
+            break;
+        case unit_layout::ucs4_big:
+            decode_each<form::ucs4, order::big>(plan, src, n, dst);
+            break;
+        case unit_layout::ucs4_little:
+            decode_each<form::ucs4, order::little>(plan, src, n, dst);
+            break;
+        }
+        return n;
+    });
 }
 
 encoded_bytes encode_bytes(const byte_encoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst) {
     if constexpr (!has_vectors) return {0, false};
-    switch (layout) {
-    case unit_layout::ucs2_big:
-        return {n, encode_units<order::big>(plan, src, n, dst)};
-    case unit_layout::ucs2_little:
-        return {n, encode_units<order::little>(plan, src, n, dst)};
-    case unit_layout::ucs4_big:
-        return {n, encode_each<form::ucs4, order::big>(plan, src, n, dst)};
-    case unit_layout::ucs4_little:
-        return {n, encode_each<form::ucs4, order::little>(plan, src, n, dst)};
-    }
-    return {0, false};
+    return leaving([&]() -> encoded_bytes {
+        switch (layout) {
+        case unit_layout::ucs2_big:
+            return {n, encode_units<order::big>(plan, src, n, dst)};
+        case unit_layout::ucs2_little:
+            return {n, encode_units<order::little>(plan, src, n, dst)};
+        case unit_layout::ucs4_big:
+            return {n, encode_each<form::ucs4, order::big>(plan, src, n, dst)};
+        case unit_layout::ucs4_little:
+            return {n, encode_each<form::ucs4, order::little>(plan, src, n, dst)};
+        }
+        return {0, false};
+    });
 }
 
 void map_bytes(const byte_map& map, const uchar* src, std::size_t n, uchar* dst) {

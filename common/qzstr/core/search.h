@@ -7,6 +7,7 @@
 
 #include <array>
 #include <bit>
+#include <limits>
 
 namespace qzstr::core {
 
@@ -19,8 +20,9 @@ public:
         : bpc_(bpc), first_(start), asked_(count), result_(result) {}
 
     bool wide() const { return bpc_ > 1; }
+    bool is_character(offset_t bytes) const { return bytes == bpc_; }
     /// Whether a match that begins at byte `start` begins a character.
-    bool aligned(offset_t start) const { return bpc_ == 1 || start % bpc_ == 0; }
+    bool aligned(offset_t start) const { return bpc_ <= 2 ? (start & (bpc_ - 1)) == 0 : start % bpc_ == 0; }
 
     /// Counts the occurrence at byte `start`; true when it was the last one asked for.
     bool add(offset_t start) {
@@ -29,6 +31,13 @@ public:
         if (result_ != nullptr && slot >= 0 && slot < asked_) result_[slot] = static_cast<int>(start / bpc_);
         return asked_ >= 0 && slot == offset_t{asked_} - 1;
     }
+
+    /// How many more occurrences only count: neither stored nor the last one asked for.
+    offset_t only_counted() const {
+        if (asked_ < 0) return std::numeric_limits<offset_t>::max();
+        return first_ - 2 - seen_;
+    }
+    void count(offset_t more) { seen_ += more; }
 
     /// Stores the count and clears the slots behind the last occurrence.
     void report(int* result_count) const { close(result_count, seen_ - first_ + 1); }
@@ -143,6 +152,8 @@ void scan(const probe_bytes& probes, const uchar* text, start_range left, Visito
             left.first = base + 64;
         else
             left.last = base - 1;
+        if constexpr (requires { visit.counted(base, bits); })
+            if (visit.counted(base, bits)) continue;
         while (bits != 0) {
             const int bit = forward ? std::countr_zero(bits) : 63 - std::countl_zero(bits);
             const offset_t start = base + bit;
@@ -191,11 +202,23 @@ struct exact_visitor {
     offset_t work = 0;
     offset_t abandoned_at = -1; ///< the start from which the linear algorithm goes on; -1: none
 
+    /// Whether the candidates of a group have been counted at once: all are one character of which nobody asks where it is.
+    bool counted(offset_t base, std::uint64_t group) {
+        if (pattern.len > 2 || !found.is_character(pattern.len) || std::popcount(group) > found.only_counted())
+            return false;
+        constexpr std::uint64_t odd = 0xAAAAAAAAAAAAAAAA;
+        if (found.wide() && (group & (base % 2 == 0 ? odd : odd >> 1)) != 0) return false;
+        found.count(std::popcount(group));
+        return true;
+    }
+
     offset_t operator()(offset_t start) {
         // Without overlaps, a match that begins inside a character still hides the text that it covers.
         const bool counts = found.aligned(start);
         if (overlapped && !counts) return 1;
-        const bool match = equal_bytes(text.p + start, pattern.p, static_cast<std::size_t>(pattern.len), work);
+        // Of so short a pattern the probes are all bytes.
+        const bool match = pattern.len <= (found.wide() ? 2 : 3) ||
+                           equal_bytes(text.p + start, pattern.p, static_cast<std::size_t>(pattern.len), work);
         if (match && counts && found.add(start)) return 0;
         const offset_t distance = match && !overlapped ? pattern.len : 1;
         const offset_t passed = D == direction::forward ? start - origin : origin - start;

@@ -6,6 +6,7 @@
 
 #include <bit>
 #include <cstddef>
+#include <cstring>
 
 #define QZSTR_IS_plain 1
 #define QZSTR_IS_sse2 2
@@ -33,6 +34,9 @@ struct block {
 
     static block load(const uchar* p) { return {_mm512_loadu_si512(p)}; }
     void store(uchar* p) const { _mm512_storeu_si512(p, v); }
+    /// Fewer bytes than a block has.
+    static block load_first(const uchar* p, std::size_t n) { return {_mm512_maskz_loadu_epi8((1ULL << n) - 1, p)}; }
+    void store_first(uchar* p, std::size_t n) const { _mm512_mask_storeu_epi8(p, (1ULL << n) - 1, v); }
     bits high_bits() const { return _mm512_movepi8_mask(v); }
     bits equal_to(uchar b) const { return _mm512_cmpeq_epi8_mask(v, _mm512_set1_epi8(static_cast<char>(b))); }
     bits at_least(uchar b) const { return _mm512_cmpge_epu8_mask(v, _mm512_set1_epi8(static_cast<char>(b))); }
@@ -77,6 +81,16 @@ struct block {
     static __m256i all(unsigned b) { return _mm256_set1_epi8(static_cast<char>(b)); }
     static block load(const uchar* p) { return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))}; }
     void store(uchar* p) const { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
+    static block load_first(const uchar* p, std::size_t n) {
+        uchar bytes[size] = {};
+        std::memcpy(bytes, p, n);
+        return load(bytes);
+    }
+    void store_first(uchar* p, std::size_t n) const {
+        uchar bytes[size];
+        store(bytes);
+        std::memcpy(p, bytes, n);
+    }
     bits high_bits() const { return static_cast<bits>(_mm256_movemask_epi8(v)); }
     bits equal_to(uchar b) const { return block{_mm256_cmpeq_epi8(v, all(b))}.high_bits(); }
     __m256i inside(byte_range r) const {
@@ -120,6 +134,16 @@ struct block {
     static __m128i all(unsigned b) { return _mm_set1_epi8(static_cast<char>(b)); }
     static block load(const uchar* p) { return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))}; }
     void store(uchar* p) const { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
+    static block load_first(const uchar* p, std::size_t n) {
+        uchar bytes[size] = {};
+        std::memcpy(bytes, p, n);
+        return load(bytes);
+    }
+    void store_first(uchar* p, std::size_t n) const {
+        uchar bytes[size];
+        store(bytes);
+        std::memcpy(p, bytes, n);
+    }
     bits high_bits() const { return static_cast<bits>(_mm_movemask_epi8(v)); }
     bits equal_to(uchar b) const { return block{_mm_cmpeq_epi8(v, all(b))}.high_bits(); }
     __m128i inside(byte_range r) const {
@@ -158,7 +182,9 @@ struct block {
     static constexpr std::size_t size = 1;
     using bits = std::uint16_t;
     static block load(const uchar*) { return {}; }
+    static block load_first(const uchar*, std::size_t) { return {}; }
     void store(uchar*) const {}
+    void store_first(uchar*, std::size_t) const {}
     bits high_bits() const { return 0; }
     bits equal_to(uchar) const { return 0; }
     bits at_least(uchar) const { return 0; }
@@ -174,18 +200,21 @@ struct block {
 
 #endif
 
-#if QZSTR_LEVEL_NUMBER > QZSTR_IS_plain
-
 /// Runs a kernel and cleans the upper vector halves: the compiler leaves them dirty on some ways out of a large one, and
 /// the caller's SSE code then pays for every entry and every return.
 template <class Kernel>
 inline auto leaving(Kernel kernel) {
-    const auto result = kernel();
+    struct cleaning {
+        ~cleaning() {
 #if QZSTR_LEVEL_NUMBER >= QZSTR_IS_avx2
-    _mm256_zeroupper();
+            _mm256_zeroupper();
 #endif
-    return result;
+        }
+    } at_exit;
+    return kernel();
 }
+
+#if QZSTR_LEVEL_NUMBER > QZSTR_IS_plain
 
 constexpr std::uint64_t first_bits(std::size_t n) {
     return n >= 64 ? ~0ULL : (1ULL << n) - 1;
