@@ -1,5 +1,11 @@
-// The faults that converters are known for, a row each. Where a class needs more than one case, the row says which test
-// tries all of them.
+// The faults that converters are known for, a row each; the row says which test tries all cases. Others have tests of their
+// own:
+//   state lost between chunks         Pivot.ChunkBordersAreInvisible
+//   a table indexed by a signed char  trust, built with either sign
+//   the tail behind the last vector   trust texts, trust cells
+//   a change in place that grows      Utf8.EveryLetterChangesCaseAsTheMappingSays
+//   four-byte arithmetic              Gb18030.EveryFourByteFormDecodesAsTheCLibrarySays
+//   characters dropped in silence     trust encode: the column one_way of trust.figures
 #include "support.h"
 
 #include <climits>
@@ -20,14 +26,6 @@ const auto& iso2022kr = _charset_info[QZSTR_CHARSET_ISO2022KR];
 converted cell(int from, int to, const char* source, int room = -1) {
     return run_cell(_charset_info, from, to, unhex(source), room);
 }
-std::string cased(const qzstr_charset_info_t& row, qzstr_case_t mode, const char* source) {
-    const guarded memory;
-    const std::string text = unhex(source);
-    char* const p = memory.place(text);
-    row.qzstr_convert_case_fn(mode, p, static_cast<int>(text.size()));
-    return hex({p, text.size()});
-}
-
 const struct {
     const char* fault;
     const char* all_cases; ///< the test that tries every case of the class
@@ -67,19 +65,12 @@ const struct {
          EXPECT_EQ(run_slot(big5.qzstr_to_ucs2_fn, unhex("41 A1 20"), 4), gives(1, 1, "00 41"));
          EXPECT_EQ(run_slot(sjis.qzstr_to_ucs4_fn, unhex("82 F5"), 7), gives(1, 0, ""));
      }},
-    {"state lost between chunks", "Pivot.ChunkBordersAreInvisible",
-     [] {
-         const std::string shifted = "\x1B$)C\x0E" + std::string(40000, '0') + "\x0F";
-         EXPECT_EQ(run_cell(_charset_info, QZSTR_CHARSET_ISO2022KR, QZSTR_CHARSET_UTF8, shifted).written, 60000);
-     }},
     {"a declared maximum below what a walk accepts", "the columns of trust.figures",
      [] {
          EXPECT_EQ(utf16.max_bytes_per_char, 2); // and a surrogate pair takes four
          EXPECT_EQ(position(utf16, unhex("D8 3D DC 96"), 1), (ints{0, 3, 1}));
          EXPECT_EQ(position(euctw, unhex("8E A2 A1 A1 41"), 1), (ints{0, euctw.max_bytes_per_char - 1, 1}));
      }},
-    {"a table indexed by a signed char", "trust, built with either sign",
-     [] { EXPECT_EQ(run_slot(_charset_info[QZSTR_CHARSET_KOI8R].qzstr_to_ucs2_fn, "\xFF"), gives(0, 1, "04 2A")); }},
     {"lengths that overflow", "trust lengths, KmpSearch.AbsurdArgumentsAssertAndStayInsideTheirBuffers",
      [] {
          char text[] = "ab", out[16];
@@ -96,11 +87,6 @@ const struct {
                  EXPECT_EQ((ints{read, width, reached}), (ints{2, 2, 0})) << row.name;
              }
      }},
-    {"the tail behind the last whole vector", "trust texts, trust cells",
-     [] {
-         for (std::size_t n = 0; n < 200; ++n)
-             EXPECT_EQ(run_slot(utf8.qzstr_to_ucs2_fn, std::string(n, 'a')).written, static_cast<int>(2 * n));
-     }},
     {"a malformed form that the border of two blocks hides", "trust forms --long",
      [] {
          for (const char* form : {"F0 80 BD 9E", "F4 90 80 80", "ED A0 80 41", "E0 9F BF 41", "EA B0 41 41"})
@@ -114,23 +100,6 @@ const struct {
                                    fit(levels()[0].catalogue[QZSTR_CHARSET_UTF8], text, columns))
                              << l.name << " " << form << " behind " << before;
                  }
-     }},
-    {"a change of case in place that grows", "Utf8.EveryLetterChangesCaseAsTheMappingSays",
-     [] {
-         EXPECT_EQ(cased(utf8, QZSTR_CASE_UPPER, "C4 B1"), "C4 B1"); // its capital is shorter
-         EXPECT_EQ(cased(utf8, QZSTR_CASE_LOWER, "C8 BA"), "C8 BA"); // its small letter is longer
-         EXPECT_EQ(cased(utf8, QZSTR_CASE_LOWER, "C4 B0 C3"), "C4 B0 C3");
-     }},
-    {"characters dropped in silence", "trust encode: the column one_way of trust.figures",
-     [] {
-         for (const int to : {QZSTR_CHARSET_ASCII, QZSTR_CHARSET_EUCKR, QZSTR_CHARSET_SJIS, QZSTR_CHARSET_KOI8R})
-             EXPECT_EQ(cell(QZSTR_CHARSET_UTF8, to, "EF BF BE 41"), gives(2, 4, "3F 41")) << to;
-     }},
-    {"four-byte arithmetic", "Gb18030.EveryFourByteFormDecodesAsTheCLibrarySays",
-     [] {
-         EXPECT_EQ(run_slot(gb18030.qzstr_to_ucs4_fn, unhex("E3 32 9A 35")), gives(0, 4, "00 10 FF FF"));
-         EXPECT_EQ(run_slot(gb18030.qzstr_to_ucs4_fn, unhex("E3 32 9A 36")), gives(2, 4, "00 00 FF FD"));
-         EXPECT_EQ(run_slot(gb18030.qzstr_to_ucs4_fn, unhex("8F 39 FE 39")).status, 2);
      }},
 };
 

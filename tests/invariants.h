@@ -5,6 +5,7 @@
 #include "levels.h"
 
 #include <algorithm>
+#include <initializer_list>
 
 #if defined(__has_feature)
 #if __has_feature(memory_sanitizer)
@@ -53,6 +54,10 @@ struct outcome {
     const char* broken = nullptr; ///< what cannot be right at any level
     std::string_view bytes;
 
+    outcome(std::initializer_list<int> some = {}) {
+        for (const int number : some)
+            add(number);
+    }
     void add(int number) { numbers[count++] = number; }
     bool operator==(const outcome& other) const {
         return std::equal(numbers, numbers + count, other.numbers, other.numbers + other.count) && bytes == other.bytes;
@@ -135,7 +140,7 @@ private:
         case count_byte: { // knows no length: at most as many characters as the NULs behind the text allow
             constexpr std::size_t pad = 4 * 64;
             char* const ended = text_.room(t.input.size() + pad);
-            std::memcpy(ended, t.input.data(), t.input.size());
+            t.input.copy(ended, t.input.size());
             std::memset(ended + n, 0, pad);
             return found.add(row.qzstr_count_byte_fn(ended, std::clamp(t.size, 0, 64)));
         }
@@ -147,7 +152,7 @@ private:
             return with_numbers(a, b, static_cast<int>(flag));
         case change_case: { // TRIM_UPPER may need one byte more
             char* const cased = text_.room(t.input.size() + 1);
-            std::memcpy(cased, t.input.data(), t.input.size());
+            t.input.copy(cased, t.input.size());
             cased[n] = '~';
             row.qzstr_convert_case_fn(static_cast<qzstr_case_t>(1 + t.mode / 8 % 4), cased, n);
             found.bytes = {cased, t.input.size() + 1};

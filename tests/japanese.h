@@ -42,9 +42,8 @@ struct row_under_test {
     int row;
     decoding decodes;
     encoding encodes;
-    int beyond_bmp_extra;                ///< bytes swallowed after a character that 16 bits cannot hold
-    bool pairs_in_16_bits;               ///< whether a base with a mark comes out of to_ucs2
-    int (*room)(char32_t c, int length); ///< what a character asks for that takes `length` bytes
+    int beyond_bmp_extra;  ///< bytes swallowed after a character that 16 bits cannot hold
+    bool pairs_in_16_bits; ///< whether a base with a mark comes out of to_ucs2
 
     const qzstr_charset_info_t& slots() const { return _charset_info[row]; }
 
@@ -66,8 +65,6 @@ struct row_under_test {
                       (converted{bad, read32, static_cast<int>(wide.size()), wide}))
                 << "row " << row << ": " << hex(sequence);
         }
-        const auto room = static_cast<int>((fits16 ? to.size() : 1) * 2) - 1;
-        ASSERT_EQ(run_slot(slots().qzstr_to_ucs2_fn, sequence, room), (converted{1, 0, 0, ""})) << hex(sequence);
     }
 
     /// Every code point alone, in both unit sizes; `wide` is what 32-bit units encode to.
@@ -84,9 +81,6 @@ struct row_under_test {
             const converted expected = outcome(encodes, 2);
             ASSERT_EQ(run_slot(slots().qzstr_from_ucs2_fn, units({c}, 2)), expected)
                 << "row " << row << ": " << std::hex << static_cast<unsigned>(c);
-            ASSERT_EQ(run_slot(slots().qzstr_from_ucs2_fn, units({c}, 2), room(c, expected.written) - 1),
-                      (converted{1, 0, 0, ""}))
-                << std::hex << static_cast<unsigned>(c);
         }
     }
 
@@ -125,26 +119,10 @@ struct row_under_test {
                     }
     }
 
-    /// One text of every character that decodes in `source`, by way of Unicode, in one call.
-    void expect_long_text() const {
-        std::string text;
-        characters to;
-        for (int round = 0; round < 2; ++round)
-            for (const auto& [bytes, meaning] : decodes)
-                if (meaning.size() == 1 && meaning[0] < 0x10000) text += bytes, to += meaning;
-        for (const level& l : levels()) {
-            const converted c = run_slot(l.catalogue[row].qzstr_to_ucs2_fn, text);
-            ASSERT_EQ(std::pair(c.status, c.read), std::pair(0L, static_cast<int>(text.size()))) << l.name;
-            ASSERT_TRUE(c.bytes == units(to, 2)) << l.name;
-            ASSERT_TRUE(run_slot(l.catalogue[row].qzstr_from_ucs2_fn, c.bytes).bytes == encoded(to)) << l.name;
-        }
-    }
-
     /// Everything of the above; `wide` is what 32-bit units encode to.
     void expect_repertoire(const std::vector<std::string>& sequences, const encoding& wide) const {
         for (const std::string& sequence : sequences)
             expect_decoded(sequence);
-        expect_long_text();
         expect_every_code_point_encoded(wide);
         expect_compositions();
     }

@@ -46,7 +46,7 @@ public:
     }
     char* place(std::string_view text, where side = at_end) const {
         char* const p = room(text.size(), side);
-        std::memcpy(p, text.data(), text.size());
+        text.copy(p, text.size());
         return p;
     }
 

@@ -7,12 +7,8 @@ namespace {
 
 constexpr int sjis = QZSTR_CHARSET_SJIS, tilde = QZSTR_CHARSET_SJIS_TILDE;
 
-int room_of(char32_t c, int) {
-    return c == '\\' || c == '~' || (c >= 0xFF61 && c <= 0xFF9F) ? 1 : 2;
-}
-
 row_under_test expected(int row) {
-    row_under_test t{row, {}, {}, 1, true, room_of};
+    row_under_test t{row, {}, {}, 1, true};
     shift_jis_layers::jisx0213(t, [](char32_t) { return true; });
     t.encodes[{0x2225}] = "\x81\x61", t.encodes[{0xFF0D}] = "\x81\x7C", t.encodes[{0xFF5E}] = "\x81\x60";
     shift_jis_layers::user_defined(t);
@@ -57,6 +53,7 @@ TEST(ShiftJisRows, Conversions) {
         {"ASCII asks for two bytes", encoder(sjis), "00 41 00 42 00 43", 2, 1, 2, "41"},
         {"so does the replacement", encoder(sjis), "0E 01 0E 01", 2, 3, 2, "3F"},
         {"katakana do not", encoder(sjis), "FF 71 FF 72", 2, 0, 4, "B1 B2"},
+        {"one byte that asks for two of room", encoder(sjis), "00 41", 1, 1, 0, ""},
         {"a composition in its room", encoder(sjis), "30 4B 30 9A", 2, 0, 4, "82 F5"},
         {"a composition without room", encoder(sjis), "FF 71 30 4B 30 9A", 2, 1, 2, "B1"},
         {"a base at the end", encoder(sjis), "30 4B", -1, 0, 2, "82 A9"},

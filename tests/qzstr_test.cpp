@@ -61,14 +61,9 @@ TEST(Pivot, JoinedUnitsStayTogether) {
 
 TEST(Pivot, ManyChunks) {
     std::uint64_t seed = 3;
-    const std::string hangul = random_text(seed, 60000, {"B0 A1", "81 41", "41", "C7 D1", "C9 A1", "0A", "FF"});
-    const std::string seven = one_pass(2, 33, hangul).bytes;
     const std::string broken = random_text(seed, 40000, {"0E 30 21", "0F 41", "1B 24 29 43", "1B", "30", "0A"});
-    for (const int to : {1, 2, 11, 33}) {
-        EXPECT_EQ(pivot(2, to, hangul), one_pass(2, to, hangul)) << to;
-        EXPECT_EQ(pivot(33, to, seven), one_pass(33, to, seven)) << to;
+    for (const int to : {1, 2, 11, 33})
         EXPECT_EQ(pivot(33, to, broken), one_pass(33, to, broken)) << to;
-    }
     const std::string only_shifts = unhex("1B 24 29 43 0E 0F 0E");
     EXPECT_EQ(pivot(33, 11, only_shifts), (converted{0, 7, 0, ""}));
 }
