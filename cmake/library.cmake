@@ -24,6 +24,8 @@ function(qzstr_add_objects name)
     -fno-exceptions -fno-rtti -fno-threadsafe-statics -fno-semantic-interposition
     # Acceleration tables are derived from the generated ones at compile time.
     $<$<CXX_COMPILER_ID:GNU>:-fconstexpr-ops-limit=4000000000 -fconstexpr-loop-limit=100000000>
+    # It joins the two halves of a kernel's result by a load that waits for two stores.
+    $<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize>
     $<$<CXX_COMPILER_ID:Clang>:-fconstexpr-steps=2000000000>)
 endfunction()
 

@@ -1,43 +1,20 @@
 // Conversion through Unicode for every pair of charsets without a direct routine, and the debug dump.
 #include "core/kernels.h"
 #include "qzstr_stages.h"
-#include "standards/jisx0213.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
 using namespace qzstr::core;
 using qzstr::resumable;
+using qzstr::row_stages_of;
 using qzstr::shift_state;
 using qzstr::stages;
 
 namespace {
 
 constexpr const char* source = "common/qzstr/qzstr";
-
-bool joins_in_shift_jis(char32_t first, char32_t second) {
-    return qzstr::qzstr_shift_jisx0213_compose(first, second) != 0;
-}
-bool joins_in_euc(char32_t first, char32_t second) {
-    return qzstr::qzstr_euc_jisx0213_compose(first, second) != 0;
-}
-
-struct stage_table {
-    stages row[QZSTR_CHARSET_MAX];
-
-    consteval stage_table() : row{} {
-        row[QZSTR_CHARSET_ISO2022KR].shifts = &qzstr::iso2022kr_stages;
-        for (const auto cs :
-             {QZSTR_CHARSET_SJIS, QZSTR_CHARSET_SJIS_TILDE, QZSTR_CHARSET_MSWIN932, QZSTR_CHARSET_MSWIN932_TILDE})
-            row[cs].joins = joins_in_shift_jis;
-        for (const auto cs : {QZSTR_CHARSET_EUCJP, QZSTR_CHARSET_EUCJP_TILDE})
-            row[cs].joins = joins_in_euc;
-        for (const auto cs : {QZSTR_CHARSET_UTF16, QZSTR_CHARSET_SJIS, QZSTR_CHARSET_SJIS_TILDE,
-                              QZSTR_CHARSET_ISO2022KR, QZSTR_CHARSET_US8ICL})
-            row[cs].ascii_is_itself = false;
-    }
-};
-constinit const stage_table special;
 
 /// The two stages of a conversion and the routine that maps units back to source bytes.
 struct ucs2_pivot {
@@ -77,22 +54,46 @@ struct stage_result {
     int written = 0;
 };
 
+/// The way around the buffer of units for what is usual in a text.
+enum class shortcut { none, ascii, to_utf8, from_utf8, from_utf16 };
+
 /// One call of a pivot: the stages with what they carry from chunk to chunk.
 template <class Pivot>
 class conversion {
 public:
     conversion(qzstr_charset_t from, qzstr_charset_t to)
-        : pivot_(from, to), from_(special.row[from].shifts), to_(special.row[to].shifts),
-          joins_(special.row[to].joins) {}
+        : pivot_(from, to), decoding_(*row_stages_of.row[from].decoding), encoding_(*row_stages_of.row[to].encoding),
+          from_(decoding_.shifts), to_(encoding_.shifts), way_(way(from, to)) {}
 
     static constexpr int unit = unit_size<Pivot::units>;
 
-    /// Room for `units` of a chunk of which `done` are elsewhere already. Two units that the target encodes together stay
-    /// in one chunk.
+    bool has_shortcut() const { return way_ > shortcut::ascii; }
+
+    /// Converts what is usual at the beginning of a chunk without the buffer of units; at most `most` of them.
+    recoded_run around(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t most) const {
+        switch (way_) {
+        case shortcut::none:
+            return {};
+        case shortcut::ascii: {
+            const std::size_t run = copy_ascii(src, std::min({n, room, most}), dst);
+            return {run, run, run};
+        }
+        case shortcut::to_utf8:
+            return decoding_.to_utf8(src, n, dst, room, most);
+        case shortcut::from_utf8:
+            return utf8_around(src, n, dst, room, most);
+        case shortcut::from_utf16:
+            return utf16_around(src, n, dst, room, most);
+        }
+        return {};
+    }
+
+    /// Decodes up to `units` more of a chunk of which `done` are elsewhere already. Two units that the target encodes
+    /// together stay in one chunk.
     stage_result decode(char* str, int len, char* chunk, int units, int done) {
         const shift_state before = from_state_;
-        stage_result r = decode_some(str, len, chunk, (units - done) * unit);
-        while (joins_ != nullptr && r.written + done * unit >= 2 * unit && r.written > 0 && r.read < len &&
+        stage_result r = decode_some(str, len, chunk, units * unit);
+        while (encoding_.joins != nullptr && r.written + done * unit >= 2 * unit && r.written > 0 && r.read < len &&
                splits_pair(chunk, r.written, str + r.read, len - r.read)) {
             from_state_ = before;
             r = decode_some(str, len, chunk, r.written - unit);
@@ -151,59 +152,118 @@ private:
         const stage_result next = decode_some(rest, rest_len, ahead, sizeof ahead);
         from_state_ = before;
         int last = len - unit;
-        if (next.written < unit || !joins_(unit_at(chunk, last), unit_at(ahead, 0))) return false;
+        if (next.written < unit || !encoding_.joins(unit_at(chunk, last), unit_at(ahead, 0))) return false;
         // The tone letters are bases and marks: in a run of them every second one is taken already.
         bool taken = false;
-        for (; last >= unit && joins_(unit_at(chunk, last - unit), unit_at(chunk, last)); last -= unit)
+        for (; last >= unit && encoding_.joins(unit_at(chunk, last - unit), unit_at(chunk, last)); last -= unit)
             taken = !taken;
         return !taken;
     }
 
+    shortcut way(qzstr_charset_t from, qzstr_charset_t to) const {
+        if (to == QZSTR_CHARSET_UTF8 && decoding_.to_utf8 != nullptr) return shortcut::to_utf8;
+        if (from == QZSTR_CHARSET_UTF8 && encoding_.encode_units != nullptr) return shortcut::from_utf8;
+        if (from == QZSTR_CHARSET_UTF16 && encoding_.encode_units != nullptr) return shortcut::from_utf16;
+        return decoding_.decodes_ascii && encoding_.encodes_ascii ? shortcut::ascii : shortcut::none;
+    }
+
+    /// Of n units before a text that goes on, the last one may belong to the next.
+    std::size_t without_last(std::size_t n, bool goes_on) const {
+        return n > 0 && goes_on && encoding_.joins != nullptr ? n - 1 : n;
+    }
+
+    recoded_run utf16_around(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t most) const {
+        const std::size_t units = std::min(n / 2, most);
+        const moved m = encoding_.encode_units(src, without_last(units, 2 * units < n), dst, room);
+        return {m.read, m.written, m.read / 2};
+    }
+
+    /// By way of a few units at a time, which stay close.
+    recoded_run utf8_around(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t most) const {
+        constexpr std::size_t piece = 512;
+        alignas(64) uchar units[2 * piece];
+        recoded_run done{};
+        while (done.read < n && done.units < most) {
+            const moved in = decode_utf8(unit_layout::ucs2_big, src + done.read, n - done.read, units,
+                                         std::min(piece, most - done.units));
+            const std::size_t decoded = in.written / 2, wanted = without_last(decoded, done.read + in.read < n);
+            const moved out = encoding_.encode_units(units, wanted, dst + done.written, room - done.written);
+            const std::size_t taken = out.read / 2;
+            done.read += taken == decoded ? in.read : skip_utf8(src + done.read, in.read, taken).read;
+            done.written += out.written;
+            done.units += taken;
+            if (taken < wanted || taken == 0) break;
+        }
+        return done;
+    }
+
     Pivot pivot_;
+    const stages& decoding_;
+    const stages& encoding_;
     const resumable* from_;
     const resumable* to_;
-    bool (*joins_)(char32_t, char32_t);
+    shortcut way_;
     shift_state from_state_, to_state_;
 };
 
-/// Copies the ASCII that a chunk begins with, where both charsets have it as it is; returns bytes.
-int copy_ascii_part(const char* str, int len, char* buf, int size) {
-    return static_cast<int>(copy_ascii(bytes(str), static_cast<std::size_t>(len < size ? len : size), bytes(buf)));
+/// Units for the buffer where a target cannot fill: few while the shortcut gets on, more and more while it does not.
+class patience {
+public:
+    int after(std::size_t bytes) {
+        constexpr std::size_t far = 64;
+        return units_ = bytes >= far ? least : std::min(units_ * 2, most);
+    }
+
+private:
+    static constexpr int least = 16, most = 2048;
+    int units_ = least;
+};
+
+/// The bytes of the longest character in a charset to which a pivot leads. (What takes four in UTF-8 took two at least.)
+int longest_character(qzstr_charset_t to) {
+    return to == QZSTR_CHARSET_UTF8 ? 3 : _charset_info[to].max_bytes_per_char;
 }
 
 template <class Pivot>
 conv_status_t convert_in_chunks(qzstr_charset_t from, char* str, int str_len, qzstr_charset_t to, char* buf,
                                 int buf_size, progress& at) {
     conversion<Pivot> stage(from, to);
-    const bool copies_ascii = special.row[from].ascii_is_itself && special.row[to].ascii_is_itself;
-    // No byte becomes more than four, shifts aside.
-    const bool cannot_fill = special.row[to].shifts == nullptr && buf_size / 4 >= str_len;
-    const int chunk_units = (cannot_fill ? short_chunk_bytes : chunk_bytes) / stage.unit;
+    // No byte becomes more than one unit, shifts aside. Where nobody sees where chunks end, they end where it suits.
+    const bool cannot_fill =
+        row_stages_of.row[to].encoding->shifts == nullptr && buf_size / longest_character(to) >= str_len;
+    const std::size_t chunk_units = static_cast<std::size_t>(chunk_bytes / stage.unit);
+    const std::size_t most = cannot_fill ? ~std::size_t{0} : chunk_units;
+    patience careful;
     alignas(64) char chunk[chunk_bytes]; // never cleared: only what a stage wrote is read
     conv_status_t status = exact;
     while (at.read < str_len) {
         char* const rest = str + at.read;
         const int rest_len = str_len - static_cast<int>(at.read);
         const int room = at_least_0(buf_size - static_cast<int>(at.written));
-        const int most = cannot_fill ? room : room < chunk_units ? room : chunk_units;
-        const int copied = copies_ascii ? copy_ascii_part(rest, rest_len, buf + at.written, most) : 0;
-        at.written += copied;
-        if (copied >= chunk_units || copied == rest_len) {
-            at.read += copied;
+        const recoded_run past = stage.around(bytes(rest), static_cast<std::size_t>(rest_len), bytes(buf) + at.written,
+                                              static_cast<std::size_t>(room), most);
+        const int read = static_cast<int>(past.read), written = static_cast<int>(past.written);
+        at.written += written;
+        if (read == rest_len || past.units >= most) {
+            at.read += read;
             continue;
         }
-        const stage_result decoded = stage.decode(rest + copied, rest_len - copied, chunk, chunk_units, copied);
+        const int here = !cannot_fill           ? static_cast<int>(chunk_units - past.units)
+                         : stage.has_shortcut() ? careful.after(past.read)
+                                                : short_chunk_bytes / stage.unit;
+        const int before = cannot_fill ? 0 : static_cast<int>(past.units);
+        const stage_result decoded = stage.decode(rest + read, rest_len - read, chunk, here, before);
         status |= decoded.status & replaced;
         // CHOSEN: a pass that consumed only shifts or designators goes on.
-        if (decoded.written == 0 && decoded.read == 0 && copied == 0) break;
-        const stage_result encoded = stage.encode(chunk, decoded.written, buf + at.written, room - copied);
+        if (decoded.written == 0 && decoded.read == 0 && read == 0) break;
+        const stage_result encoded = stage.encode(chunk, decoded.written, buf + at.written, room - written);
         status |= encoded.status & replaced;
         at.written += encoded.written;
         if ((encoded.status & stopped) != 0) {
-            at.read += stage.source_bytes(rest, rest_len, copied * stage.unit + encoded.read);
+            at.read += stage.source_bytes(rest, rest_len, before * stage.unit + encoded.read);
             return status | stopped;
         }
-        at.read += copied + decoded.read;
+        at.read += read + decoded.read;
     }
     const stage_result end = stage.finish(buf + at.written, buf_size - static_cast<int>(at.written));
     at.written += end.written;

@@ -1,5 +1,8 @@
 // The catalogue: 35 rows, the conversion matrix, the lookups by name.
 #include "core/contract.h"
+#include "qzstr_stages.h"
+
+#include <string_view>
 
 namespace {
 
@@ -132,7 +135,7 @@ consteval qzstr_charset_info_t make_ascii_row() {
 } // namespace
 
 /* The rows in catalogue order. A multibyte row sends VN8VN3 (TCVN3) to its own ASCII reduction. */
-constinit const qzstr_charset_info_t _charset_info[QZSTR_CHARSET_MAX] = {
+constexpr qzstr_charset_info_t _charset_info[QZSTR_CHARSET_MAX] = {
     make_ascii_row(),
     make_row({"EUCKR", "EUC-KR", "KO16KSC5601", 840, 2, true, false, QZ_SCANNER_ID_MSWIN949}, euckr_slots,
              {{qzstr_euckr_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
@@ -239,6 +242,37 @@ constinit const qzstr_charset_info_t _charset_info[QZSTR_CHARSET_MAX] = {
               {qzstr_us8icl_get_utf16_str, QZSTR_CHARSET_UTF16},
               {qzstr_us8icl_get_us8icl_str, QZSTR_CHARSET_US8ICL}}),
 };
+
+#define QZSTR_DECLARE_STAGES(result, cs, operation, field, parameters, arguments) extern const stages cs##_stages;
+#define QZSTR_NO_CELL(cs, target)
+namespace qzstr {
+QZSTR_FAMILIES(QZSTR_DECLARE_STAGES, QZSTR_NO_CELL)
+} // namespace qzstr
+
+namespace {
+
+/// A row's slots tell which family decodes it and which one encodes it.
+consteval qzstr::row_stages find_stages(const qzstr_charset_info_t& row) {
+    qzstr::row_stages found{};
+#define QZSTR_FIND_STAGES(result, cs, operation, field, parameters, arguments)                                         \
+    if (std::string_view(#operation) == "to_ucs2" && row.field == qzstr_##cs##_##operation)                            \
+        found.decoding = &qzstr::cs##_stages;                                                                          \
+    if (std::string_view(#operation) == "from_ucs2" && row.field == qzstr_##cs##_##operation)                          \
+        found.encoding = &qzstr::cs##_stages;
+    QZSTR_FAMILIES(QZSTR_FIND_STAGES, QZSTR_NO_CELL)
+    return found;
+}
+
+consteval qzstr::stage_table find_all_stages() {
+    qzstr::stage_table table{};
+    for (int cs = 0; cs < QZSTR_CHARSET_MAX; ++cs)
+        table.row[cs] = find_stages(_charset_info[cs]);
+    return table;
+}
+
+} // namespace
+
+constinit const qzstr::stage_table qzstr::row_stages_of = find_all_stages();
 
 namespace {
 

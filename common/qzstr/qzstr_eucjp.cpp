@@ -12,7 +12,7 @@ using namespace core;
 
 struct eucjp : block_walks<eucjp>,
                decoders<eucjp>,
-               japanese_marks,
+               euc_jp_marks,
                encoders<eucjp>,
                ascii_reduction<eucjp>,
                letter_case<eucjp> {

@@ -7,7 +7,7 @@ namespace qzstr::families {
 
 using namespace core;
 
-struct eucjp_tld : decoders<eucjp_tld>, japanese_marks, encoders<eucjp_tld> {
+struct eucjp_tld : decoders<eucjp_tld>, euc_jp_marks, encoders<eucjp_tld> {
     static constexpr diagnostics where{.source = "common/qzstr/qzstr_eucjp_tld"};
 
     static constexpr byte_set leads = euc_jp_pair_leads;

@@ -9,6 +9,8 @@ namespace qzstr::families {
 using namespace core;
 
 struct iso2022kr : decoders<iso2022kr>, encoders<iso2022kr> {
+    static const resumable shifts;
+
     static constexpr diagnostics where{.source = "common/qzstr/qzstr_iso2022kr", .get_byte_pos = 368};
 
     /// One step of the text: its unit, or none after a shift or designator.
@@ -176,16 +178,15 @@ struct iso2022kr : decoders<iso2022kr>, encoders<iso2022kr> {
 
 } // namespace qzstr::families
 
-namespace qzstr {
+namespace qzstr::families {
 
-using core::form, core::order, families::iso2022kr;
-constexpr resumable iso2022kr_stages{
-    .from_bytes_ucs2 = iso2022kr::decode<form::ucs2, order::big>,
-    .from_bytes_ucs4 = iso2022kr::decode<form::ucs4, order::big>,
-    .to_bytes_ucs2 = iso2022kr::encode<form::ucs2, order::big>,
-    .to_bytes_ucs4 = iso2022kr::encode<form::ucs4, order::big>,
+constexpr resumable iso2022kr::shifts{
+    .from_bytes_ucs2 = decode<form::ucs2, order::big>,
+    .from_bytes_ucs4 = decode<form::ucs4, order::big>,
+    .to_bytes_ucs2 = encode<form::ucs2, order::big>,
+    .to_bytes_ucs4 = encode<form::ucs4, order::big>,
 };
 
-} // namespace qzstr
+} // namespace qzstr::families
 
 QZSTR_EXPORT(iso2022kr)

@@ -14,7 +14,7 @@ struct mswin932 : double_byte<mswin932>,
                   cp932_rules,
                   shift_jis_decoding<mswin932>,
                   decoders<mswin932>,
-                  japanese_marks,
+                  shift_jis_marks,
                   encoders<mswin932>,
                   ascii_reduction<mswin932>,
                   letter_case<mswin932> {

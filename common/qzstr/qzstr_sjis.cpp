@@ -15,7 +15,7 @@ struct sjis : double_byte<sjis>,
               shift_jis_rules,
               shift_jis_decoding<sjis>,
               decoders<sjis>,
-              japanese_marks,
+              shift_jis_marks,
               encoders<sjis>,
               ascii_reduction<sjis>,
               letter_case<sjis> {

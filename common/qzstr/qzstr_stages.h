@@ -1,8 +1,8 @@
-// What the pivots must know of a charset beyond its slots, so that a long text converts as in one pass although it goes
-// through a buffer piece by piece. Units are big-endian.
+// What the pivots must know beyond the slots, so that a long text converts as in one pass although it goes through a
+// buffer piece by piece. Units are big-endian.
 #pragma once
 
-#include "core/units.h"
+#include "core/stages.h"
 #include "standards/iso2022kr.h"
 
 namespace qzstr {
@@ -17,16 +17,14 @@ struct resumable {
     encode_fn to_bytes_ucs2 = nullptr, to_bytes_ucs4 = nullptr;
 };
 
-extern const resumable iso2022kr_stages;
-
-/// What makes a row special in the middle of a text; nothing for most rows.
-struct stages {
-    const resumable* shifts = nullptr;
-    /// Whether every byte below 0x80 is its own code point, both ways and in any place.
-    bool ascii_is_itself = true;
-    /// As a target: whether the row encodes these two units together, so that no piece may end between them.
-    bool (*joins)(char32_t first, char32_t second) = nullptr;
+/// What the row's decoding family knows, what its encoding family knows.
+struct row_stages {
+    const stages *decoding, *encoding;
 };
+struct stage_table {
+    row_stages row[QZSTR_CHARSET_MAX];
+};
+extern const stage_table row_stages_of;
 
 /// UTF-8 to UTF-16 in one step.
 conv_status_t utf8_to_utf16(const uchar* src, core::offset_t len, uchar* dst, core::offset_t size, core::progress& at);

@@ -48,6 +48,7 @@ struct pair_cells {
         return rows;
     }
     std::uint32_t head[256] = {};
+    alignas(64) uchar row[128] = {};
     std::uint16_t cell[(2 + count_rows()) * 256 + 1] = {}; // vector code reads two cells at a time
 
     consteval pair_cells() {
@@ -60,6 +61,7 @@ struct pair_cells {
                 continue;
             }
             head[b] = next << 8 | 0xFF;
+            row[b - 0x80] = static_cast<uchar>(next / 256); // no lead is below 0x80
             for (unsigned trail = 0; trail < 256; ++trail)
                 cell[next + trail] = decoded_cell<F>({static_cast<uchar>(b), static_cast<uchar>(trail), 0, 0}, 2);
             next += 256;
@@ -72,7 +74,8 @@ inline constexpr pair_cells<F> pair_cells_of{};
 
 template <class F>
 consteval pair_decoding make_pair_decoding() {
-    pair_decoding plan{pair_cells_of<F>.head, pair_cells_of<F>.cell, &decode_leads<F>(), {0xFF, 0xFF}};
+    pair_decoding plan{
+        pair_cells_of<F>.head, pair_cells_of<F>.cell, &decode_leads<F>(), pair_cells_of<F>.row, {0xFF, 0xFF}};
     int found = 0;
     for (unsigned b = 1; b < 0x80; ++b)
         if (pair_cells_of<F>.cell[b] != b << 8) plan.unlike_ascii[found++] = static_cast<uchar>(b);
@@ -103,8 +106,10 @@ struct encode_pages {
                 }
         return pages;
     }
+    static_assert(count_pages() <= 256); // there are no characters in the pages of the surrogates
     std::uint32_t page[256] = {};
-    Cell cell[count_pages() * 256] = {};
+    alignas(64) uchar number[256] = {};
+    Cell cell[count_pages() * 256 + 1] = {}; // vector code reads two cells at a time
 
     consteval encode_pages() {
         std::uint32_t next = 256;
@@ -117,6 +122,7 @@ struct encode_pages {
                 }
             if (used) {
                 page[high] = next;
+                number[high] = static_cast<uchar>(next / 256);
                 next += 256;
             }
         }
@@ -167,13 +173,10 @@ void encode_fast(const uchar* src, offset_t len, uchar* dst, offset_t size, Prog
         at.read += static_cast<offset_t>(m.read);
         at.written += static_cast<offset_t>(m.written);
     } else if constexpr (decodes_pairs<F>) {
-        constexpr pair_encoding plan{encode_pages_of<F>.page, encode_pages_of<F>.cell};
+        constexpr pair_encoding plan{encode_pages_of<F>.page, encode_pages_of<F>.cell, encode_pages_of<F>.number,
+                                     F::ucs4_mask};
         constexpr int unit = unit_size<Form>;
         const offset_t units = (len - at.read) / unit;
-        if constexpr (Form == form::ucs4 && F::ucs4_mask == 0xFFFF) {
-            // The high halves are ignored, which the kernel does not know.
-            return;
-        }
         const moved m = encode_pairs(plan, layout_of<Form, Order>, src + at.read, static_cast<std::size_t>(units),
                                      dst + at.written, static_cast<std::size_t>(size - at.written));
         at.read += static_cast<offset_t>(m.read);

@@ -4,9 +4,11 @@
 // set members. Runs that begin at an even position are found with one addition whose carry runs through the run; the
 // state of the last byte is carried to the next block. Character starts are the bytes that do not follow a lead.
 #include "core/kernels.h"
+#include "core/lanes.h"
 #include "core/units.h"
 #include "core/vector.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -40,6 +42,9 @@ moved decode_pairs(const pair_decoding&, unit_layout, const uchar*, std::size_t,
     return {};
 }
 moved encode_pairs(const pair_encoding&, unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
+    return {};
+}
+recoded_run pairs_to_utf8(const pair_decoding&, const uchar*, std::size_t, uchar*, std::size_t, std::size_t) {
     return {};
 }
 moved skip_pairs(const byte_set& leads, const uchar* p, std::size_t n, std::size_t chars) {
@@ -76,6 +81,15 @@ std::uint64_t members(const byte_set& set, const uchar* p) {
     return bits;
 }
 
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+std::uint64_t members(const byte_set& set, block bytes) {
+    std::uint64_t bits = 0;
+    for (int r = 0; r < set.ranges(); ++r)
+        bits |= bytes.within(set.range(r));
+    return bits;
+}
+#endif
+
 /// The leads of a block, from its members of the lead set. `carry` is 1 when the block's first byte is a trail.
 std::uint64_t leads_among(std::uint64_t members, std::uint64_t carry) {
     const std::uint64_t candidates = members & ~carry;
@@ -101,11 +115,7 @@ struct padded {
 /// The members of the set among the last n bytes of a text, at most a block.
 std::uint64_t members_of_rest(const byte_set& set, const uchar* p, std::size_t n) {
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
-    const block rest{_mm512_maskz_loadu_epi8(first_bits(n), p)};
-    std::uint64_t bits = 0;
-    for (int r = 0; r < set.ranges(); ++r)
-        bits |= rest.within(set.range(r));
-    return bits & first_bits(n);
+    return members(set, block{_mm512_maskz_loadu_epi8(first_bits(n), p)}) & first_bits(n);
 #else
     return members(set, padded(p, n).bytes);
 #endif
@@ -116,83 +126,202 @@ std::uint16_t cell_of(pair_decoding plan, const uchar* p) {
     return plan.cell[(head >> 8) + (p[1] & (head & 0xFF))];
 }
 
+/// Where decoded characters go: units of a form, up to a number of them.
 template <form Form, order Order>
-void store_cell(uchar* dst, std::uint16_t cell) {
-    store_unit<Form, Order>(dst, __builtin_bswap16(cell));
-}
+struct unit_target {
+    static constexpr std::size_t unit = unit_size<Form>;
+    uchar* dst;
+    std::size_t limit;
+    std::size_t units = 0;
 
-/// Decodes the characters that `start` marks, one by one, up to the first that must be asked for.
-template <form Form, order Order>
-std::size_t decode_carefully(pair_decoding plan, const uchar* p, std::uint64_t& start, uchar* dst, std::size_t units) {
-    std::size_t n = 0;
-    for (; start != 0 && n < units; ++n, start &= start - 1) {
-        const std::uint16_t cell = cell_of(plan, p + lowest(start));
-        if (cell == ask) break;
-        store_cell<Form, Order>(dst + n * unit_size<Form>, cell);
+    std::size_t room() const { return limit - units; }
+
+    /// 64 bytes of ASCII.
+    bool put_ascii(const uchar* p) {
+        if (room() < block_size) return false;
+        uchar* const to = dst + units * unit;
+        if constexpr (Form == form::ucs2)
+            for (std::size_t i = 0; i < block_size; i += block::size)
+                block::load(p + i).template widen<Order>(to + 2 * i);
+        else
+            for (std::size_t i = 0; i < block_size; ++i)
+                store_unit<Form, Order>(to + 4 * i, p[i]);
+        units += block_size;
+        return true;
     }
-    return n;
+
+    bool put(std::uint16_t cell) {
+        if (room() == 0) return false;
+        store_unit<Form, Order>(dst + units++ * unit, __builtin_bswap16(cell));
+        return true;
+    }
+};
+
+/// The same as UTF-8, up to a number of units and of bytes.
+struct utf8_target {
+    uchar* dst;
+    std::size_t size, limit;
+    std::size_t written = 0, units = 0;
+
+    bool put_ascii(const uchar* p) {
+        if (size - written < block_size || limit - units < block_size) return false;
+        std::memcpy(dst + written, p, block_size);
+        written += block_size;
+        units += block_size;
+        return true;
+    }
+
+    bool put(std::uint16_t cell) {
+        const std::uint32_t c = __builtin_bswap16(cell);
+        const std::size_t length = 1 + (c >= 0x80) + (c >= 0x800);
+        if (units == limit || size - written < length) return false;
+        uchar* const to = dst + written;
+        if (length == 3) {
+            to[0] = static_cast<uchar>(0xE0 | c >> 12);
+            to[1] = static_cast<uchar>(0x80 | (c >> 6 & 0x3F));
+        } else if (length == 2) {
+            to[0] = static_cast<uchar>(0xC0 | c >> 6);
+        }
+        to[length - 1] = static_cast<uchar>(length == 1 ? c : 0x80 | (c & 0x3F));
+        written += length;
+        ++units;
+        return true;
+    }
+};
+
+/// Decodes the characters that `start` marks, one by one, up to the first that must be asked for or has no room.
+template <class Target>
+void decode_carefully(pair_decoding plan, const uchar* p, std::uint64_t& start, Target& target) {
+    for (; start != 0; start &= start - 1) {
+        const std::uint16_t cell = cell_of(plan, p + lowest(start));
+        if (cell == ask || !target.put(cell)) break;
+    }
 }
 
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
-/// Decodes all characters that `start` marks; false when one of them must be asked for. Reads the byte behind the block,
-/// writes up to 15 units too many.
+
+/// An entry of a table of 128 bytes for each byte, by its low seven bits.
+__m512i entries(const uchar* table, __m512i bytes) {
+    return _mm512_permutex2var_epi8(_mm512_load_si512(table), bytes, _mm512_load_si512(table + 64));
+}
+
+/// The cells of 16 indices.
+__m512i gather(const std::uint16_t* cells, __m512i index) {
+    return _mm512_and_si512(_mm512_i32gather_epi32(index, cells, 2), _mm512_set1_epi32(0xFFFF));
+}
+
+/// The code points of cells.
+__m512i code_points(__m512i cells) {
+    return _mm512_or_si512(_mm512_srli_epi32(cells, 8),
+                           _mm512_and_si512(_mm512_slli_epi32(cells, 8), _mm512_set1_epi32(0xFFFF)));
+}
+
+/// Takes the first n of 16 cells; false without room for all.
 template <form Form, order Order>
-bool decode_block(pair_decoding plan, __m512i bytes, __m512i behind, std::uint64_t start, uchar* dst) {
-    alignas(64) uchar first[block_size], second[block_size];
-    _mm512_store_si512(first, _mm512_maskz_compress_epi8(start, bytes));
-    _mm512_store_si512(second, _mm512_maskz_compress_epi8(start, behind));
-    constexpr int group = 16;
-    const __m512i low_half = _mm512_set1_epi32(0xFFFF);
-    __mmask16 asked = 0;
-    const int n = std::popcount(start);
-    for (int i = 0; i < n; i += group, dst += group * unit_size<Form>) {
-        const auto bytes_of = [i](const uchar* bytes) {
-            return _mm512_cvtepu8_epi32(_mm_load_si128(reinterpret_cast<const __m128i*>(bytes + i)));
-        };
-        const __m512i head = _mm512_i32gather_epi32(bytes_of(first), plan.head, 4);
-        const __m512i index = _mm512_add_epi32(_mm512_srli_epi32(head, 8), _mm512_and_si512(bytes_of(second), head));
-        const __m512i cell = _mm512_and_si512(_mm512_i32gather_epi32(index, plan.cell, 2), low_half);
-        asked |= _mm512_cmpeq_epi32_mask(cell, low_half);
-        const __m512i swapped =
-            _mm512_or_si512(_mm512_srli_epi32(cell, 8), _mm512_and_si512(_mm512_slli_epi32(cell, 8), low_half));
-        if constexpr (Form == form::ucs2)
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst),
-                                _mm512_cvtepi32_epi16(Order == order::big ? cell : swapped));
+bool put_group(unit_target<Form, Order>& target, __m512i cells, std::size_t n) {
+    constexpr std::size_t unit = unit_size<Form>;
+    if (target.room() < n) return false;
+    uchar* const dst = target.dst + target.units * unit;
+    // A masked store could not be read back without waiting.
+    const __mmask16 lanes = first_lanes(target.room() >= 16 ? 16 : n);
+    if constexpr (Form == form::ucs4) {
+        _mm512_mask_storeu_epi32(dst, lanes, Order == order::big ? _mm512_slli_epi32(cells, 16) : code_points(cells));
+    } else {
+        const __m256i units = _mm512_cvtepi32_epi16(Order == order::big ? cells : code_points(cells));
+        if (lanes == first_lanes(16))
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), units);
         else
-            _mm512_storeu_si512(dst, Order == order::big ? _mm512_slli_epi32(cell, 16) : swapped);
+            _mm256_mask_storeu_epi16(dst, lanes, units);
     }
-    return asked == 0;
+    target.units += n;
+    return true;
 }
-template <form Form, order Order>
-bool decode_block(const pair_decoding& plan, const uchar* p, std::uint64_t start, uchar* dst) {
-    return decode_block<Form, Order>(plan, _mm512_loadu_si512(p), _mm512_loadu_si512(p + 1), start, dst);
+bool put_group(utf8_target& target, __m512i cells, std::size_t n) {
+    const __m512i c = code_points(cells);
+    spread_bytes utf8 = spread_group(c, _mm512_cmpgt_epu32_mask(c, _mm512_set1_epi32(0x7F)),
+                                     _mm512_cmpgt_epu32_mask(c, _mm512_set1_epi32(0x7FF)), 0);
+    utf8.marks &= first_bits(4 * n);
+    const std::size_t room = target.size - target.written;
+    if (target.limit - target.units < n || room < utf8.length()) return false;
+    store_first(target.dst + target.written, room, utf8.pressed(), utf8.length());
+    target.written += utf8.length();
+    target.units += n;
+    return true;
 }
+
+/// Decodes all characters that `start` marks among 64 bytes; false when one of them must be asked for, or there is no room
+/// for all. `behind` are the bytes from the second one on.
+template <class Target>
+bool decode_block(const pair_decoding& plan, __m512i bytes, __m512i behind, std::uint64_t start, Target& target) {
+    Target after = target;
+    const __m512i first = _mm512_maskz_compress_epi8(start, bytes), second = _mm512_maskz_compress_epi8(start, behind);
+    __m512i row = _mm512_maskz_mov_epi8(_mm512_movepi8_mask(first), entries(plan.row, first));
+    __m512i cell_in_row = _mm512_mask_mov_epi8(first, _mm512_test_epi8_mask(row, row), second);
+    __mmask16 asked = 0;
+    for (int left = std::popcount(start); left > 0; left -= 16) {
+        const __m512i index = _mm512_or_si512(_mm512_slli_epi32(_mm512_cvtepu8_epi32(_mm512_castsi512_si128(row)), 8),
+                                              _mm512_cvtepu8_epi32(_mm512_castsi512_si128(cell_in_row)));
+        const __m512i cells = gather(plan.cell, index);
+        asked |= _mm512_cmpeq_epi32_mask(cells, _mm512_set1_epi32(ask));
+        if (!put_group(after, cells, static_cast<std::size_t>(std::min(left, 16)))) return false;
+        row = _mm512_alignr_epi32(row, row, 4);
+        cell_in_row = _mm512_alignr_epi32(cell_in_row, cell_in_row, 4);
+    }
+    if (asked != 0) return false;
+    target = after;
+    return true;
+}
+
 #else
-/// Decodes all characters that `start` marks; false when one of them must be asked for. Writes up to 7 units too many.
+
+/// Decodes all characters that `start` marks; false when one of them must be asked for, or there is no room for all and
+/// seven more, which it may write.
 /// (The plan comes by value: a store to the target could change what a reference leads to.)
 template <form Form, order Order>
-bool decode_block(pair_decoding plan, const uchar* p, std::uint64_t start, uchar* dst) {
+bool decode_block(pair_decoding plan, const uchar* p, std::uint64_t start, unit_target<Form, Order>& target) {
     constexpr int group = 8;
     std::uint32_t asked = 0;
     int left = std::popcount(start);
+    const auto count = static_cast<std::size_t>(left);
+    if (target.room() < count + group - 1) return false;
+    uchar* dst = target.dst + target.units * unit_size<Form>;
+    const auto store = [&dst](int k, std::uint16_t cell) {
+        store_unit<Form, Order>(dst + k * unit_size<Form>, __builtin_bswap16(cell));
+    };
     for (; left >= group; left -= group, dst += group * unit_size<Form>) {
 #pragma GCC unroll 8
         for (int k = 0; k < group; ++k, start &= start - 1) {
             const std::uint16_t cell = cell_of(plan, p + lowest(start));
-            store_cell<Form, Order>(dst + k * unit_size<Form>, cell);
+            store(k, cell);
             asked |= cell + 1U;
         }
     }
-    if (left == 0) return (asked >> 16) == 0;
+    if (left > 0) {
 #pragma GCC unroll 8
-    for (int k = 0; k < group; ++k, start &= start - 1) {
-        const bool there = start != 0;
-        const std::uint16_t cell = cell_of(plan, p + (there ? lowest(start) : 0));
-        store_cell<Form, Order>(dst + k * unit_size<Form>, cell);
-        asked |= there ? cell + 1U : 0U;
+        for (int k = 0; k < group; ++k, start &= start - 1) {
+            const bool there = start != 0;
+            const std::uint16_t cell = cell_of(plan, p + (there ? lowest(start) : 0));
+            store(k, cell);
+            asked |= there ? cell + 1U : 0U;
+        }
     }
-    return (asked >> 16) == 0;
+    if (asked >> 16 != 0) return false;
+    target.units += count;
+    return true;
 }
+
+bool decode_block(pair_decoding plan, const uchar* p, std::uint64_t start, utf8_target& target) {
+    uchar units[2 * (block_size + 8)];
+    unit_target<form::ucs2, order::little> decoded{units, block_size + 8};
+    if (target.limit - target.units < block_size || !decode_block(plan, p, start, decoded)) return false;
+    const moved m = QZSTR_LEVEL::encode_utf8(unit_layout::ucs2_little, units, decoded.units,
+                                             target.dst + target.written, target.size - target.written);
+    if (m.read < 2 * decoded.units) return false;
+    target.written += m.written;
+    target.units += decoded.units;
+    return true;
+}
+
 #endif
 
 bool plain_ascii(const pair_decoding& plan, const uchar* p) {
@@ -201,61 +330,80 @@ bool plain_ascii(const pair_decoding& plan, const uchar* p) {
            }) == 0;
 }
 
-template <form Form, order Order>
-void widen_block(const uchar* p, uchar* dst) {
-    if constexpr (Form == form::ucs2)
-        for (std::size_t i = 0; i < block_size; i += block::size)
-            block::load(p + i).template widen<Order>(dst + 2 * i);
-    else
-        for (std::size_t i = 0; i < block_size; ++i)
-            store_unit<Form, Order>(dst + 4 * i, p[i]);
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+
+/// Decodes a text into a target; returns the bytes it took.
+template <class Target>
+std::size_t decode_into(const pair_decoding& plan, const uchar* src, std::size_t n, Target& target) {
+    std::size_t base = 0;
+    while (base < n) {
+        const uchar* const p = src + base;
+        const std::size_t left = n - base, here = std::min(left, block_size);
+        if (left >= block_size && plain_ascii(plan, p) && target.put_ascii(p)) {
+            base += block_size;
+            continue;
+        }
+        // Masked loads read nothing behind the text, and need no copy of it.
+        const block bytes{_mm512_maskz_loadu_epi8(first_bits(left), p)};
+        const __m512i behind = _mm512_maskz_loadu_epi8(first_bits(left - 1), p + 1);
+        const std::uint64_t leads = leads_among(members(*plan.leads, bytes), 0);
+        // The trail of a lead at the end is behind the block, or missing: then the exact routine has the lead.
+        const std::size_t lead_at_end = leads >> (here - 1) & 1;
+        const std::size_t end = left > block_size ? here + lead_at_end : here - lead_at_end;
+        if (end == 0) break;
+        std::uint64_t start = starts_after(leads, 0) & first_bits(end);
+        if (!decode_block(plan, bytes.v, behind, start, target)) {
+            const padded text(p, std::min(left, block_size + 1));
+            decode_carefully(plan, text.bytes, start, target);
+            return base + (start == 0 ? end : lowest(start));
+        }
+        base += end;
+    }
+    return base;
 }
 
-template <form Form, order Order>
-moved decode_pairs_as(const pair_decoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
-    constexpr std::size_t unit = unit_size<Form>;
-    std::size_t base = 0, done = 0;
+#else
+
+/// Decodes a text into a target; returns the bytes it took.
+template <class Target>
+std::size_t decode_into(const pair_decoding& plan, const uchar* src, std::size_t n, Target& target) {
+    std::size_t base = 0;
     std::uint64_t carry = 0;
     // Decodes the marked characters of a block; where it stopped, block_size when it did all.
     const auto block_done = [&](const uchar* p, std::uint64_t start) {
-        if (units - done >= block_size + 8 && decode_block<Form, Order>(plan, p, start, dst + done * unit)) {
-            done += static_cast<std::size_t>(std::popcount(start));
-            return block_size;
-        }
-        done += decode_carefully<Form, Order>(plan, p, start, dst + done * unit, units - done);
+        if (decode_block(plan, p, start, target)) return block_size;
+        decode_carefully(plan, p, start, target);
         return start == 0 ? block_size : lowest(start);
     };
     while (n - base > block_size) {
         const uchar* const p = src + base;
-        if (carry == 0 && units - done >= block_size && plain_ascii(plan, p)) {
-            widen_block<Form, Order>(p, dst + done * unit);
+        if (carry == 0 && plain_ascii(plan, p) && target.put_ascii(p)) {
             base += block_size;
-            done += block_size;
             continue;
         }
         const std::uint64_t leads = leads_among(members(*plan.leads, p), carry);
-        if (const std::size_t at = block_done(p, starts_after(leads, carry)); at != block_size)
-            return {base + at, done * unit};
+        if (const std::size_t at = block_done(p, starts_after(leads, carry)); at != block_size) return base + at;
         base += block_size;
         carry = leads >> 63;
     }
     const std::size_t left = n - base;
-    if (left == 0) return {base, done * unit};
+    if (left == 0) return base;
     const std::uint64_t leads = leads_among(members_of_rest(*plan.leads, src + base, left), carry);
     // A lead in the very last byte is cut: the exact routine's.
     const std::size_t whole = left - static_cast<std::size_t>(leads >> (left - 1) & 1);
     const std::uint64_t start = starts_after(leads, carry) & first_bits(whole);
-#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
-    // Masked loads read nothing behind the text, and need no copy of it.
-    if (units - done >= block_size + 8 &&
-        decode_block<Form, Order>(plan, _mm512_maskz_loadu_epi8(first_bits(left), src + base),
-                                  _mm512_maskz_loadu_epi8(first_bits(left - 1), src + base + 1), start,
-                                  dst + done * unit))
-        return {base + whole, (done + static_cast<std::size_t>(std::popcount(start))) * unit};
-#endif
     const padded last(src + base, left);
     const std::size_t at = block_done(last.bytes, start);
-    return {base + (at == block_size ? whole : at), done * unit};
+    return base + (at == block_size ? whole : at);
+}
+
+#endif
+
+template <form Form, order Order>
+moved decode_pairs_as(const pair_decoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
+    unit_target<Form, Order> target{dst, units};
+    const std::size_t read = decode_into(plan, src, n, target);
+    return {read, target.units * unit_size<Form>};
 }
 
 template <form Form, order Order>
@@ -263,7 +411,7 @@ std::size_t encode_carefully(pair_encoding plan, const uchar* src, std::size_t n
                              std::size_t& written) {
     std::size_t i = 0;
     for (; i < n && room - written >= 2; ++i) {
-        const char32_t c = load_unit<Form, Order>(src + i * unit_size<Form>);
+        const char32_t c = load_unit<Form, Order>(src + i * unit_size<Form>) & plan.unit_mask;
         const std::uint16_t cell = c > 0xFFFF ? 0 : plan.cell[plan.page[c >> 8] + (c & 0xFF)];
         if (cell == 0) break;
         std::memcpy(dst + written, &cell, 2);
@@ -271,6 +419,82 @@ std::size_t encode_carefully(pair_encoding plan, const uchar* src, std::size_t n
     }
     return i;
 }
+
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+
+/// Up to 32 units as 16-bit ones in the host's order; bits of `beyond` where one has more bits that count.
+template <form Form, order Order>
+__m512i load_units(const uchar* src, std::size_t n, char32_t unit_mask, std::uint32_t& beyond) {
+    const auto lanes = static_cast<__mmask32>(first_bits(n));
+    if constexpr (Form == form::ucs2) {
+        beyond = 0;
+        const __m512i units = _mm512_maskz_loadu_epi16(lanes, src);
+        if constexpr (Order == order::little) return units;
+        return _mm512_or_si512(_mm512_srli_epi16(units, 8), _mm512_slli_epi16(units, 8));
+    } else {
+        __m512i low = _mm512_maskz_loadu_epi32(static_cast<__mmask16>(lanes), src);
+        __m512i high = _mm512_maskz_loadu_epi32(static_cast<__mmask16>(lanes >> 16), src + 64);
+        if constexpr (Order == order::big) {
+            const __m512i swap =
+                _mm512_broadcast_i32x4(_mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12));
+            low = _mm512_shuffle_epi8(low, swap);
+            high = _mm512_shuffle_epi8(high, swap);
+        }
+        const __m512i more = _mm512_set1_epi32(static_cast<int>(unit_mask & ~char32_t{0xFFFF}));
+        beyond = _mm512_test_epi32_mask(low, more) | std::uint32_t{_mm512_test_epi32_mask(high, more)} << 16;
+        return _mm512_inserti64x4(_mm512_castsi256_si512(_mm512_cvtepi32_epi16(low)), _mm512_cvtepi32_epi16(high), 1);
+    }
+}
+
+/// The cells of n units, at most 32, as 16-bit ones.
+__m512i cells_of(const pair_encoding& plan, __m512i units, std::size_t n) {
+    // What the lookup makes of the low bytes is not used.
+    const __m512i number = _mm512_mask_mov_epi8(entries(plan.page_number, units), _mm512_movepi8_mask(units),
+                                                entries(plan.page_number + 128, units));
+    const __m512i index = _mm512_ternarylogic_epi32(_mm512_set1_epi16(static_cast<short>(0xFF00)), number, units, 0xCA);
+    const auto half = [&plan](__m256i indices) {
+        return _mm512_cvtepi32_epi16(gather(plan.cell, _mm512_cvtepu16_epi32(indices)));
+    };
+    const __m512i low = _mm512_zextsi256_si512(half(_mm512_castsi512_si256(index)));
+    return n <= 16 ? low : _mm512_inserti64x4(low, half(_mm512_extracti64x4_epi64(index, 1)), 1);
+}
+
+/// The bytes of each cell that are no zero are pressed together.
+template <form Form, order Order>
+moved encode_pairs_as(pair_encoding plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+    constexpr std::size_t unit = unit_size<Form>, group = 32;
+    std::size_t i = 0, written = 0;
+    while (i < n) {
+        if constexpr (Form == form::ucs2) {
+            // One byte more than they take: a charset may ask for two bytes of room for each.
+            if (n - i >= block::size && room - written > block::size &&
+                block::template narrow_ascii<Order>(src + i * unit, dst + written)) {
+                i += block::size;
+                written += block::size;
+                continue;
+            }
+        }
+        std::uint32_t beyond = 0;
+        const std::size_t here = std::min(n - i, group);
+        const __m512i cells =
+            cells_of(plan, load_units<Form, Order>(src + i * unit, here, plan.unit_mask, beyond), here);
+        const std::uint64_t bytes = _mm512_test_epi8_mask(cells, cells);
+        const std::uint64_t asked = ((~bytes & even_bits) | _pdep_u64(beyond, even_bits)) & first_bits(2 * here);
+        const std::size_t count = asked == 0 ? here : lowest(asked) / 2;
+        const std::uint64_t kept = bytes & first_bits(2 * count);
+        const auto length = static_cast<std::size_t>(std::popcount(kept));
+        if (room - written <= length) break;
+        store_first(dst + written, room - written, _mm512_maskz_compress_epi8(kept, cells), length);
+        written += length;
+        if (asked != 0) [[unlikely]]
+            return {(i + count) * unit, written};
+        i += here; // not by `count`: the next load would wait for this one's cells
+    }
+    const std::size_t more = encode_carefully<Form, Order>(plan, src + i * unit, n - i, dst, room, written);
+    return {(i + more) * unit, written};
+}
+
+#else
 
 template <form Form, order Order>
 moved encode_pairs_as(pair_encoding plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
@@ -291,7 +515,7 @@ moved encode_pairs_as(pair_encoding plan, const uchar* src, std::size_t n, uchar
         std::uint32_t asked = 0;
 #pragma GCC unroll 16
         for (std::size_t k = 0; k < group; ++k) {
-            const char32_t c = load_unit<Form, Order>(src + (i + k) * unit);
+            const char32_t c = load_unit<Form, Order>(src + (i + k) * unit) & plan.unit_mask;
             const std::uint32_t cell = plan.cell[plan.page[c >> 8 & 0xFF] + (c & 0xFF)];
             const auto two_bytes = static_cast<std::uint16_t>(cell);
             std::memcpy(out, &two_bytes, 2);
@@ -306,6 +530,8 @@ moved encode_pairs_as(pair_encoding plan, const uchar* src, std::size_t n, uchar
     const std::size_t more = encode_carefully<Form, Order>(plan, src + i * unit, n - i, dst, room, written);
     return {(i + more) * unit, written};
 }
+
+#endif
 
 } // namespace
 
@@ -322,6 +548,15 @@ moved decode_pairs(const pair_decoding& plan, unit_layout layout, const uchar* s
         return leaving([&] { return decode_pairs_as<form::ucs4, order::little>(plan, src, n, dst, units); });
     }
     return {};
+}
+
+recoded_run pairs_to_utf8(const pair_decoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room,
+                          std::size_t units) {
+    return leaving([&]() -> recoded_run {
+        utf8_target target{dst, room, units};
+        const std::size_t read = decode_into(plan, src, n, target);
+        return {read, target.written, target.units};
+    });
 }
 
 moved encode_pairs(const pair_encoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst,

@@ -16,18 +16,26 @@ struct moved {
     std::size_t written;
 };
 
+/// The same of a kernel that goes past the units of a pivot, and how many of them there would have been.
+struct recoded_run {
+    std::size_t read, written, units;
+};
+
 /// Decoding of one- and two-byte characters by one table read a character.
 struct pair_decoding {
     const std::uint32_t* head; ///< for a first byte: cell index << 8 | mask for the second byte
     const std::uint16_t* cell; ///< units in big-endian order; `ask` where the exact routine must look
     const byte_set* leads;     ///< what takes a second byte
-    uchar unlike_ascii[2];     ///< bytes below 0x80 that are not themselves (0xFF: none)
+    const uchar* row;      ///< for a first byte from 0x80 on: its cell index / 256; 0: a single byte, the index itself
+    uchar unlike_ascii[2]; ///< bytes below 0x80 that are not themselves (0xFF: none)
 };
 
 /// Encoding into one or two bytes by one table read a unit.
 struct pair_encoding {
     const std::uint32_t* page; ///< for the high byte of a unit: index of its page's first cell
     const std::uint16_t* cell; ///< first byte low, second byte high (0: one byte); 0 where the exact routine must look
+    const uchar* page_number;  ///< the same as `page` / 256
+    char32_t unit_mask;        ///< what of a unit counts: the low half, or all
 };
 
 /// Three bytes of a pattern and where they stand in it (not all need differ): what a search tests at once for many
@@ -105,6 +113,10 @@ struct long_forms {
     K(moved, encode_pairs,                                                                                             \
       (const pair_encoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t room),  \
       (plan, layout, src, n, dst, room))                                                                               \
+    /* Converts up to `units` one- and two-byte characters to UTF-8. */                                                \
+    K(recoded_run, pairs_to_utf8,                                                                                      \
+      (const pair_decoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t units),   \
+      (plan, src, n, dst, room, units))                                                                                \
     /* Decodes n bytes to as many units; zero where there is nothing faster than the exact routine. */                 \
     K(std::size_t, decode_bytes,                                                                                       \
       (const byte_decoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst),                    \

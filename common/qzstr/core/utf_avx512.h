@@ -2,6 +2,7 @@
 #pragma once
 
 #include "core/kernels.h"
+#include "core/lanes.h"
 #include "core/letter_pages.h"
 #include "core/units.h"
 #include "core/utf8_width.h"
@@ -235,32 +236,6 @@ __m512i load_group(const uchar* src, std::size_t count) {
     }
 }
 
-/// UTF-8 bytes in their order, of which only those marked count.
-struct spread_bytes {
-    __m512i bytes;
-    std::uint64_t marks;
-
-    std::size_t store(uchar* dst) const {
-        _mm512_storeu_si512(dst, _mm512_maskz_compress_epi8(marks, bytes));
-        return static_cast<std::size_t>(std::popcount(marks));
-    }
-};
-
-/// 16 code points in the four bytes of a lane each, last byte last, by masks of those that take two bytes, three, four.
-inline spread_bytes spread_group(__m512i c, __mmask16 two, __mmask16 three, __mmask16 four) {
-    const auto all = [](unsigned v) { return _mm512_set1_epi32(static_cast<int>(v)); };
-    const __m512i fields = _mm512_set1_epi64(0x20262C32'00060C12);
-    // (field & 3F) | 80 in every byte; the lead then gets the rest of its prefix.
-    __m512i out =
-        _mm512_ternarylogic_epi32(_mm512_multishift_epi64_epi8(fields, c), all(0x3F3F3F3F), all(0x80808080), 0xEA);
-    out = _mm512_mask_or_epi32(out, two & ~three, out, all(0x00400000));
-    out = _mm512_mask_or_epi32(out, three & ~four, out, all(0x00006000));
-    out = _mm512_mask_or_epi32(out, four, out, all(0x00000070));
-    out = _mm512_mask_slli_epi32(out, static_cast<__mmask16>(~two), c, 24);
-    return {out, _pdep_u64(two, 0x4444444444444444) | _pdep_u64(three, 0x2222222222222222) |
-                     _pdep_u64(four, 0x1111111111111111) | 0x8888888888888888};
-}
-
 /// 32 units below 0x800 in their two bytes.
 inline spread_bytes spread_twos(__m512i c, __mmask32 two) {
     const __m512i both =
@@ -343,13 +318,8 @@ moved encode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t ro
         spread_bytes spread = spread_group(c, two, three, four);
         spread.marks &= first_bits(4 * count) & ~(_pdep_u64(dropped, 0x1111111111111111) * 15);
         const auto length = static_cast<std::size_t>(std::popcount(spread.marks));
-        if (room - written >= 64)
-            spread.store(dst + written);
-        else if (length <= room - written)
-            _mm512_mask_storeu_epi8(dst + written, first_bits(length),
-                                    _mm512_maskz_compress_epi8(spread.marks, spread.bytes));
-        else
-            break;
+        if (length > room - written) break;
+        store_first(dst + written, room - written, spread.pressed(), length);
         i += count;
         written += length;
         if (count == 0) break;

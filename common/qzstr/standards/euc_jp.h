@@ -82,6 +82,11 @@ constexpr core::encoded encode_euc_jp(char32_t c, char32_t next) {
     return c == 0x203E ? core::single(0x7E) : core::unmappable();
 }
 
+/// What joins the character before it in EUC-JP.
+struct euc_jp_marks : japanese_marks {
+    static bool joins(char32_t first, char32_t second) { return qzstr_euc_jisx0213_compose(first, second) != 0; }
+};
+
 /// What takes a second byte when only pairs are looked at; 8F is left to the exact routine.
 inline constexpr core::byte_set euc_jp_pair_leads{core::byte_range{euc_jp_kana, euc_jp_kana},
                                                   core::byte_range{0xA1, 0xFE}};

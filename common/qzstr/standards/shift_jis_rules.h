@@ -34,6 +34,11 @@ struct shift_jis_decoding {
     }
 };
 
+/// What joins the character before it in Shift-JIS and CP932.
+struct shift_jis_marks : japanese_marks {
+    static bool joins(char32_t first, char32_t second) { return qzstr_shift_jisx0213_compose(first, second) != 0; }
+};
+
 /// Shift-JIS: JIS X 0201 Roman, JIS X 0208, the user-defined area, JIS X 0213 where those leave a gap.
 struct shift_jis_rules {
     static constexpr char32_t roman(unsigned b) { return b == 0x5C ? 0xA5 : b == 0x7E ? 0x203E : b; }

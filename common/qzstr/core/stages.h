@@ -1,0 +1,81 @@
+// What the pivots know of a charset beyond its slots, derived from its family: shortcuts past the slots' checks and the
+// buffer of units, and what must stay together in the middle of a text.
+#pragma once
+
+#include "core/transcode.h"
+
+namespace qzstr {
+
+struct resumable;
+
+/// One for each family; a row takes the decoding half of the family that decodes it and the encoding half of the one that
+/// encodes it.
+struct stages {
+    /// Conversions that carry a shift state, for a charset that has one.
+    const resumable* shifts = nullptr;
+    /// Whether every byte below 0x80 is its own code point, wherever it stands: as a source, as a target.
+    bool decodes_ascii = false, encodes_ascii = false;
+    /// Whether the charset encodes these two units together, so that no piece may end between them.
+    bool (*joins)(char32_t first, char32_t second) = nullptr;
+    /// Bytes straight to UTF-8, at most `units` characters. May stop anywhere between two.
+    core::recoded_run (*to_utf8)(const uchar* src, std::size_t n, uchar* dst, std::size_t room,
+                                 std::size_t units) = nullptr;
+    /// UCS-2BE to bytes. May stop anywhere between two characters; never takes a unit that belongs to the next one.
+    core::moved (*encode_units)(const uchar* src, std::size_t n, uchar* dst, std::size_t room) = nullptr;
+};
+
+namespace core {
+
+template <class F>
+consteval bool decodes_ascii() {
+    if constexpr (requires(const uchar* p) { F::template decode<form::ucs2>(p, 1); })
+        for (unsigned b = 0; b < 0x80; ++b) {
+            const uchar text[1] = {static_cast<uchar>(b)};
+            const decoded d = F::template decode<form::ucs2>(text, 1);
+            if (d.what != outcome::ok || d.units != 1 || d.consumed != 1 || d.unit[0] != b) return false;
+        }
+    else
+        return false;
+    return true;
+}
+
+template <class F>
+consteval bool encodes_ascii() {
+    if constexpr (requires { F::template encode<form::ucs2>(0, none); })
+        for (unsigned b = 0; b < 0x80; ++b) {
+            const encoded e = F::template encode<form::ucs2>(b, none);
+            if (e.what != outcome::ok || e.bytes != 1 || e.room != 1 || e.byte[0] != b) return false;
+        }
+    else
+        return false;
+    return true;
+}
+
+template <class F>
+recoded_run to_utf8(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t units) {
+    return pairs_to_utf8(pair_decoding_of<F>, src, n, dst, room, units);
+}
+
+template <class F>
+moved encode_units(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+    progress at;
+    encode_fast<F, form::ucs2, order::big>(src, static_cast<offset_t>(2 * n), dst, static_cast<offset_t>(room), at);
+    return {static_cast<std::size_t>(at.read), static_cast<std::size_t>(at.written)};
+}
+
+template <class F>
+consteval stages stages_of() {
+    stages s;
+    s.decodes_ascii = decodes_ascii<F>();
+    s.encodes_ascii = encodes_ascii<F>();
+    if constexpr (requires { F::shifts; }) s.shifts = &F::shifts;
+    if constexpr (requires { F::joins(none, none); }) s.joins = F::joins;
+    if constexpr (decodes_pairs<F>) {
+        s.to_utf8 = to_utf8<F>;
+        if constexpr (requires { F::ucs4_mask; }) s.encode_units = encode_units<F>;
+    }
+    return s;
+}
+
+} // namespace core
+} // namespace qzstr
