@@ -55,7 +55,7 @@ struct stage_result {
 };
 
 /// The way around the buffer of units for what is usual in a text.
-enum class shortcut { none, ascii, to_utf8, from_utf8, from_utf16 };
+enum class shortcut { none, to_utf8, from_utf8, from_utf16 };
 
 /// One call of a pivot: the stages with what they carry from chunk to chunk.
 template <class Pivot>
@@ -63,29 +63,20 @@ class conversion {
 public:
     conversion(qzstr_charset_t from, qzstr_charset_t to)
         : pivot_(from, to), decoding_(*row_stages_of.row[from].decoding), encoding_(*row_stages_of.row[to].encoding),
-          from_(decoding_.shifts), to_(encoding_.shifts), way_(way(from, to)) {}
+          from_(decoding_.shifts), to_(encoding_.shifts),
+          copies_ascii_(decoding_.decodes_ascii && encoding_.encodes_ascii), way_(way(from, to)) {}
 
     static constexpr int unit = unit_size<Pivot::units>;
 
-    bool has_shortcut() const { return way_ > shortcut::ascii; }
+    bool has_shortcut() const { return way_ != shortcut::none; }
 
     /// Converts what is usual at the beginning of a chunk without the buffer of units; at most `most` of them.
     recoded_run around(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t most) const {
-        switch (way_) {
-        case shortcut::none:
-            return {};
-        case shortcut::ascii: {
-            const std::size_t run = copy_ascii(src, std::min({n, room, most}), dst);
-            return {run, run, run};
-        }
-        case shortcut::to_utf8:
-            return decoding_.to_utf8(src, n, dst, room, most);
-        case shortcut::from_utf8:
-            return utf8_around(src, n, dst, room, most);
-        case shortcut::from_utf16:
-            return utf16_around(src, n, dst, room, most);
-        }
-        return {};
+        std::size_t ascii = 0;
+        if (copies_ascii_ && src[0] < 0x80) ascii = copy_ascii(src, std::min({n, room, most}), dst);
+        recoded_run rest{};
+        if (ascii < n) rest = around_units(src + ascii, n - ascii, dst + ascii, room - ascii, most - ascii);
+        return {ascii + rest.read, ascii + rest.written, ascii + rest.units};
     }
 
     /// Decodes up to `units` more of a chunk of which `done` are elsewhere already. Two units that the target encodes
@@ -160,11 +151,25 @@ private:
         return !taken;
     }
 
+    recoded_run around_units(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t most) const {
+        switch (way_) {
+        case shortcut::none:
+            return {};
+        case shortcut::to_utf8:
+            return decoding_.to_utf8(src, n, dst, room, most);
+        case shortcut::from_utf8:
+            return utf8_around(src, n, dst, room, most);
+        case shortcut::from_utf16:
+            return utf16_around(src, n, dst, room, most);
+        }
+        return {};
+    }
+
     shortcut way(qzstr_charset_t from, qzstr_charset_t to) const {
         if (to == QZSTR_CHARSET_UTF8 && decoding_.to_utf8 != nullptr) return shortcut::to_utf8;
         if (from == QZSTR_CHARSET_UTF8 && encoding_.encode_units != nullptr) return shortcut::from_utf8;
         if (from == QZSTR_CHARSET_UTF16 && encoding_.encode_units != nullptr) return shortcut::from_utf16;
-        return decoding_.decodes_ascii && encoding_.encodes_ascii ? shortcut::ascii : shortcut::none;
+        return shortcut::none;
     }
 
     /// Of n units before a text that goes on, the last one may belong to the next.
@@ -202,6 +207,7 @@ private:
     const stages& encoding_;
     const resumable* from_;
     const resumable* to_;
+    bool copies_ascii_;
     shortcut way_;
     shift_state from_state_, to_state_;
 };
