@@ -32,7 +32,7 @@ flags="$(pkg-config --cflags --libs qzstr-runtime) -Wl,-rpath,$libdir"
 }
 for program in c cpp own static; do runs "pkg-config, $program" "$work/$program"; done
 
-consumer() { # NAME HOW: a project that reaches the library by the command HOW
+consumer() { # NAME HOW [CMAKE_OPTION...]: a project that reaches the library by the command HOW
     mkdir "$work/$1"
     cat >"$work/$1/CMakeLists.txt" <<END
 cmake_minimum_required(VERSION 3.25)
@@ -45,13 +45,14 @@ add_executable(cpp $source/examples/hello.cpp)
 target_link_libraries(cpp PRIVATE qzstr::qzstr qzstr::runtime)
 END
     "$cmake" -G Ninja -S "$work/$1" -B "$work/$1/build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_C_COMPILER="$cc" \
-        -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_PREFIX_PATH="$prefix" >"$work/log" &&
+        -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_PREFIX_PATH="$prefix" "${@:3}" >"$work/log" &&
         "$cmake" --build "$work/$1/build" --target c cpp >>"$work/log" || { cat "$work/log"; failed "$1"; }
     runs "$1, C" "$work/$1/build/c"
     runs "$1, C++" "$work/$1/build/cpp"
 }
 consumer find_package 'find_package(qzstr 1 REQUIRED)'
-consumer add_subdirectory "add_subdirectory($source qzstr)"
+# With the flags of a release build, so that a compiler cache has the objects.
+consumer add_subdirectory "add_subdirectory($source qzstr)" -DQZSTR_WERROR=ON
 
 # The tool, from where it is and after the whole prefix has moved.
 mv "$prefix" "$work/moved"

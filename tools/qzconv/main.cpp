@@ -19,6 +19,24 @@ void leave_on_library_error(const qzstr_error_t* error, void*) {
     std::_Exit(qzconv::failed);
 }
 
+int run(int argc, char** argv) {
+    CLI::App app{"Converts and examines text in the 35 database charsets.", "qzconv"};
+    app.require_subcommand(1);
+    app.footer("Exit codes: 0 exact, 1 with replacements, 2 malformed or truncated text, 3 usage or input/output.");
+    int exit_code = qzconv::exact;
+    for (const auto add : {qzconv::add_convert, qzconv::add_list, qzconv::add_stat, qzconv::add_dump, qzconv::add_check,
+                           qzconv::add_cut, qzconv::add_find})
+        add(app, exit_code);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == 0) return app.exit(error); // help
+        throw qzconv::Failure(fmt::format("{}; \"qzconv --help\" tells more", error.what()));
+    }
+    if (std::fflush(stdout) != 0) throw qzconv::Failure(fmt::format("standard output: {}", std::strerror(errno)));
+    return exit_code;
+}
+
 } // namespace
 
 void qzconv::leave_on_library_errors() {
@@ -28,28 +46,10 @@ void qzconv::leave_on_library_errors() {
 int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN); // a closed pipe is a write error like any other
     qzconv::leave_on_library_errors();
-
-    CLI::App app{"Converts and examines text in the 35 database charsets.", "qzconv"};
-    app.require_subcommand(1);
-    app.footer("Exit codes: 0 exact, 1 with replacements, 2 malformed or truncated text, 3 usage or input/output.");
-    int exit_code = qzconv::exact;
-    qzconv::add_convert(app, exit_code);
-    qzconv::add_list(app, exit_code);
-    qzconv::add_stat(app, exit_code);
-    qzconv::add_dump(app, exit_code);
-    qzconv::add_check(app, exit_code);
-    qzconv::add_cut(app, exit_code);
-    qzconv::add_find(app, exit_code);
     try {
-        app.parse(argc, argv);
-        if (std::fflush(stdout) != 0) throw qzconv::Failure(fmt::format("standard output: {}", std::strerror(errno)));
-    } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == 0) return app.exit(error); // help
-        fmt::print(stderr, "qzconv: {}; \"qzconv --help\" tells more\n", error.what());
-        return qzconv::failed;
+        return run(argc, argv);
     } catch (const std::exception& error) {
-        fmt::print(stderr, "qzconv: {}\n", error.what());
+        std::fprintf(stderr, "qzconv: %s\n", error.what());
         return qzconv::failed;
     }
-    return exit_code;
 }
