@@ -120,15 +120,9 @@ void qzstr_ucs2_get_byte_pos_with_disp_size(char* str, int byte_len, int dis_siz
     const offset_t units = at_least_0(byte_len) / 2;
     // KEPT: U+8000 and above are 2 columns wide, whatever the character.
     const auto columns = [p](offset_t unit) { return 1 + (p[2 * unit] >> 7); };
-    offset_t unit = 0, width = 0;
-    // As many units as fit whatever their width need no test; half of the rest remains at worst.
-    for (;;) {
-        const offset_t sure = (offset_t{at_least_0(dis_size)} - width - 1) / 2;
-        const offset_t end = unit + (sure < units - unit ? sure : units - unit);
-        if (unit >= end) break;
-        for (; unit < end; ++unit)
-            width += columns(unit);
-    }
+    const moved fast =
+        fit_units(p, static_cast<std::size_t>(2 * units), static_cast<std::size_t>(at_least_0(dis_size)));
+    auto unit = static_cast<offset_t>(fast.read / 2), width = static_cast<offset_t>(fast.written);
     *disp_size_is_less = 0;
     for (; unit < units; ++unit) {
         const offset_t wider = width + columns(unit);

@@ -51,12 +51,13 @@ struct reader {
 
 } // namespace
 
-struct utf16 : multibyte<utf16>, decoders<utf16>, encoders<utf16> {
+struct utf16 : block_walks<utf16>, decoders<utf16>, encoders<utf16> {
     static constexpr diagnostics where{.source = "common/qzstr/qzstr_utf16"};
 
     static constexpr char32_t ucs4_mask = 0xFFFFFFFF;
 
-    static int step(const uchar* p, offset_t) { return leads_pair(*p) ? 4 : 2; }
+    static offset_t step(const uchar* p, offset_t) { return leads_pair(*p) ? 4 : 2; }
+    static moved skip(const uchar* p, std::size_t n, std::size_t chars) { return skip_units(p, n, chars); }
 
     static constexpr encoded unit(char32_t c) { return pair(c >> 8, c & 0xFF); }
 
@@ -136,9 +137,10 @@ struct utf16 : multibyte<utf16>, decoders<utf16>, encoders<utf16> {
         if (!has_positions(str, start_pos, end_pos)) return;
         const uchar* const p = bytes(str);
         const offset_t len = at_least_0(str_len);
-        offset_t at = 0, number = 0;
-        for (; number < char_cnt && at < len; ++number)
-            at += step(p + at, len - at);
+        const moved passed =
+            pass(p, static_cast<std::size_t>(len), len, static_cast<std::size_t>(at_least_0(char_cnt)), step);
+        const auto number = static_cast<offset_t>(passed.written);
+        auto at = static_cast<offset_t>(passed.read);
         if (at > len) at = len;
         require(at > 0, "byte_offset >= 0", where.source, 0);
         // KEPT: the character is looked for from its last byte, so the second half of a false pair is found alone.
@@ -151,8 +153,11 @@ struct utf16 : multibyte<utf16>, decoders<utf16>, encoders<utf16> {
     // KEPT: width goes by units and their high byte: U+8000 and above take two columns, ideographs below one, a
     // surrogate pair four.
     static prefix fit(const uchar* p, offset_t len, offset_t limit) {
-        return cut_to_columns(
-            p, len, limit, [](const uchar*, offset_t) { return 2; },
+        const auto fast = [](const uchar* at, offset_t left, offset_t room) {
+            return fit_units(at, static_cast<std::size_t>(even(left)), static_cast<std::size_t>(room));
+        };
+        return cut_by_blocks(
+            p, len, limit, fast, [](const uchar*, offset_t) { return 2; },
             [](const uchar* unit) { return unit[0] >= 0x80 ? 2 : 1; });
     }
 
@@ -204,12 +209,6 @@ bool is_ascii_unit(const uchar* p) {
     return p[0] == 0 && p[1] < 0x80;
 }
 
-template <class Each>
-void each_ascii_unit(uchar* p, offset_t len, Each each) {
-    for (uchar* const end = p + even(len); p != end; p += 2)
-        if (is_ascii_unit(p)) p[1] = each(p[1]);
-}
-
 void init_cap(uchar* p, offset_t len) {
     bool at_word_start = true;
     for (uchar* const end = p + even(len); p != end; p += 2) {
@@ -238,11 +237,12 @@ void trim_upper(uchar* p, offset_t len) {
 void utf16::convert_case(qzstr_case_t case_type, char* str, int str_len) {
     uchar* const p = bytes(str);
     const offset_t len = at_least_0(str_len);
+    const auto units = static_cast<std::size_t>(len / 2);
     switch (case_type) {
     case QZSTR_CASE_LOWER:
-        return each_ascii_unit(p, len, to_lower);
+        return flip_letters_units('A', p, units);
     case QZSTR_CASE_UPPER:
-        return each_ascii_unit(p, len, to_upper);
+        return flip_letters_units('a', p, units);
     case QZSTR_CASE_INITCAP:
         return init_cap(p, len);
     case QZSTR_CASE_TRIM_UPPER:

@@ -35,6 +35,18 @@ std::size_t narrow(const uchar* src, std::size_t n, uchar* dst) {
     return i;
 }
 
+/// Changes the case in a group of big-endian units, in a loop that the compiler turns into vectors.
+template <std::size_t Units>
+void flip_group(uchar first, uchar* p) {
+    std::uint16_t unit[Units];
+    std::memcpy(unit, p, sizeof unit);
+    for (std::uint16_t& u : unit) {
+        const auto from_first = static_cast<std::uint16_t>(__builtin_bswap16(u) - first);
+        u = static_cast<std::uint16_t>(u ^ (from_first < 26 ? 0x2000 : 0));
+    }
+    std::memcpy(p, unit, sizeof unit);
+}
+
 /// Length of the run before the first byte that is marked in its block, at most n; `is_end` says the same of a byte.
 template <class Marks, class IsEnd>
 std::size_t run_until(const uchar* p, std::size_t n, Marks marks, [[maybe_unused]] IsEnd is_end) {
@@ -142,6 +154,18 @@ void flip_letters(uchar first, uchar* p, std::size_t n) {
     }
     for (; i < n; ++i)
         if (static_cast<uchar>(p[i] - first) < 26) p[i] ^= 0x20;
+}
+
+void flip_letters_units(uchar first, uchar* p, std::size_t n) {
+    return leaving([&] {
+        std::size_t i = 0;
+        for (; n - i >= 32; i += 32)
+            flip_group<32>(first, p + 2 * i);
+        for (; n - i >= 8; i += 8)
+            flip_group<8>(first, p + 2 * i);
+        for (; i < n; ++i)
+            flip_group<1>(first, p + 2 * i);
+    });
 }
 
 } // namespace qzstr::core::QZSTR_LEVEL

@@ -37,6 +37,12 @@ moved skip_utf8(const uchar*, std::size_t, std::size_t) {
 moved fit_utf8(const uchar*, std::size_t, std::size_t) {
     return {};
 }
+moved fit_units(const uchar*, std::size_t, std::size_t) {
+    return {};
+}
+moved skip_units(const uchar*, std::size_t, std::size_t) {
+    return {};
+}
 std::size_t change_letters_utf8(const letter_pages&, uchar, uchar*, std::size_t) {
     return 0;
 }
@@ -542,6 +548,9 @@ std::uint64_t wide_triples_of(Text p, std::uint64_t triples) {
 #endif
 }
 
+/// Of each unit.
+constexpr std::uint64_t first_bytes = 0x5555555555555555;
+
 /// The characters of a block and what they take, one column or two.
 struct block_columns {
     std::uint64_t starts, wide;
@@ -721,6 +730,48 @@ moved fit_utf8(const uchar* p, std::size_t n, std::size_t limit) {
             carry = spill;
         }
         return {base + static_cast<std::size_t>(std::popcount(carry)), columns};
+    });
+}
+
+moved skip_units(const uchar* p, std::size_t n, std::size_t chars) {
+    return leaving([&]() -> moved {
+        std::size_t base = 0, passed = 0;
+        std::uint64_t carry = 0; // 1 where a block begins with the second unit of a pair
+        n &= ~std::size_t{1};
+        while (base < n && passed < chars) {
+            const std::size_t taken = std::min(n - base, block_size);
+            const std::uint64_t units = first_bytes & first_bits(taken);
+            const std::uint64_t high =
+                over_block(p + base, n - base, [](auto text) { return inside(text, 0xD8, 0xDB); }) & units & ~carry;
+            if ((high & high << 2) != 0) break;
+            const std::uint64_t starts = units & ~(high << 2 | carry);
+            const auto here = static_cast<std::size_t>(std::popcount(starts));
+            if (here > chars - passed) return {base + nth_bit(starts, chars - passed), chars};
+            passed += here;
+            base += taken;
+            carry = high >> (taken - 2) & 1;
+        }
+        return {base + static_cast<std::size_t>(2 * carry), passed};
+    });
+}
+
+moved fit_units(const uchar* p, std::size_t n, std::size_t limit) {
+    return leaving([&]() -> moved {
+        std::size_t base = 0, columns = 0;
+        while (base < n && columns < limit) {
+            const std::size_t taken = std::min(n - base, block_size);
+            const std::uint64_t high = over_block(
+                p + base, n - base, [](auto text) { return text.mask([](block b) { return b.high_bits(); }); });
+            const block_columns block{first_bytes & first_bits(taken), high & first_bytes & first_bits(taken)};
+            const std::size_t here = block.before(block_size);
+            if (here >= limit - columns) {
+                const std::size_t passed = block.place_of(limit - columns);
+                return {base + passed, columns + block.before(passed)};
+            }
+            columns += here;
+            base += taken;
+        }
+        return {base, columns};
     });
 }
 

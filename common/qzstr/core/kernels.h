@@ -155,8 +155,12 @@ struct long_forms {
       (src, n, dst, room))                                                                                             \
     /* Passes at most `chars` characters of UTF-8 that begin in the first n bytes, as skip_pairs. */                   \
     K(moved, skip_utf8, (const uchar* p, std::size_t n, std::size_t chars), (p, n, chars))                             \
+    /* The same over big-endian UTF-16, where a high surrogate takes the unit behind it along. */                      \
+    K(moved, skip_units, (const uchar* p, std::size_t n, std::size_t chars), (p, n, chars))                            \
     /* Passes whole characters of UTF-8 in the first n bytes that take less than `limit` columns: bytes, columns. */   \
     K(moved, fit_utf8, (const uchar* p, std::size_t n, std::size_t limit), (p, n, limit))                              \
+    /* The same over big-endian units, of which those from 8000 on take two columns. */                                \
+    K(moved, fit_units, (const uchar* p, std::size_t n, std::size_t limit), (p, n, limit))                             \
     /* n units of UTF-16 into up to `units` UCS-4 units of the same order; n UCS-4 units into big-endian UTF-16. */    \
     K(moved, utf16_to_ucs4, (unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units),      \
       (layout, src, n, dst, units))                                                                                    \
@@ -167,6 +171,8 @@ struct long_forms {
       (letters, first, p, n))                                                                                          \
     /* Changes the case of the ASCII letters from `first` on, where a lead takes the byte behind it along. */          \
     K(void, flip_letters_pairs, (const byte_set& leads, uchar first, uchar* p, std::size_t n), (leads, first, p, n))   \
+    /* As flip_letters in n big-endian units. */                                                                       \
+    K(void, flip_letters_units, (uchar first, uchar * p, std::size_t n), (first, p, n))                                \
     /* Changes the case of ASCII letters in n bytes: of those from `first` to `first` + 25, in the other case. */      \
     K(void, flip_letters, (uchar first, uchar * p, std::size_t n), (first, p, n))
 
