@@ -12,8 +12,9 @@ if(qzstr_kernels)
 endif()
 
 set(qzstr_levels sse2 avx2 avx512)
-set(qzstr_options_avx2 -march=x86-64-v3)
-set(qzstr_options_avx512 -march=x86-64-v4 -mavx512vbmi -mavx512vbmi2 -mavx512bitalg -mavx512vpopcntdq)
+# A 16-bit movbe keeps the upper half of its register, and so waits for whatever was in it.
+set(qzstr_options_avx2 -march=x86-64-v3 -mno-movbe)
+set(qzstr_options_avx512 -march=x86-64-v4 -mno-movbe -mavx512vbmi -mavx512vbmi2 -mavx512bitalg -mavx512vpopcntdq)
 
 function(qzstr_add_objects name)
   add_library(${name} OBJECT ${ARGN})
@@ -24,12 +25,12 @@ function(qzstr_add_objects name)
     -fno-exceptions -fno-rtti -fno-threadsafe-statics -fno-semantic-interposition
     # Acceleration tables are derived from the generated ones at compile time.
     $<$<CXX_COMPILER_ID:GNU>:-fconstexpr-ops-limit=4000000000 -fconstexpr-loop-limit=100000000>
-    # It joins the two halves of a kernel's result by a load that waits for two stores.
-    $<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize>
     $<$<CXX_COMPILER_ID:Clang>:-fconstexpr-steps=2000000000>)
 endfunction()
 
 qzstr_add_objects(qzstr_objects ${qzstr_sources})
+# It joins the two halves of a kernel's result by a load that waits for two stores.
+target_compile_options(qzstr_objects PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize>)
 foreach(level ${qzstr_levels} plain)
   if(qzstr_kernels)
     qzstr_add_objects(qzstr_kernels_${level} ${qzstr_kernels})

@@ -157,6 +157,17 @@ struct unit_target {
     }
 };
 
+/// Decodes the characters that `start` marks, one by one, up to the first that must be asked for or has no room.
+template <class Target>
+void decode_carefully(pair_decoding plan, const uchar* p, std::uint64_t& start, Target& target) {
+    for (; start != 0; start &= start - 1) {
+        const std::uint16_t cell = cell_of(plan, p + lowest(start));
+        if (cell == ask || !target.put(cell)) break;
+    }
+}
+
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+
 /// The same as UTF-8, up to a number of units and of bytes.
 struct utf8_target {
     uchar* dst;
@@ -188,17 +199,6 @@ struct utf8_target {
         return true;
     }
 };
-
-/// Decodes the characters that `start` marks, one by one, up to the first that must be asked for or has no room.
-template <class Target>
-void decode_carefully(pair_decoding plan, const uchar* p, std::uint64_t& start, Target& target) {
-    for (; start != 0; start &= start - 1) {
-        const std::uint16_t cell = cell_of(plan, p + lowest(start));
-        if (cell == ask || !target.put(cell)) break;
-    }
-}
-
-#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
 
 /// An entry of a table of 128 bytes for each byte, by its low seven bits.
 __m512i entries(const uchar* table, __m512i bytes) {
@@ -310,18 +310,6 @@ bool decode_block(pair_decoding plan, const uchar* p, std::uint64_t start, unit_
     return true;
 }
 
-bool decode_block(pair_decoding plan, const uchar* p, std::uint64_t start, utf8_target& target) {
-    uchar units[2 * (block_size + 8)];
-    unit_target<form::ucs2, order::little> decoded{units, block_size + 8};
-    if (target.limit - target.units < block_size || !decode_block(plan, p, start, decoded)) return false;
-    const moved m = QZSTR_LEVEL::encode_utf8(unit_layout::ucs2_little, units, decoded.units,
-                                             target.dst + target.written, target.size - target.written);
-    if (m.read < 2 * decoded.units) return false;
-    target.written += m.written;
-    target.units += decoded.units;
-    return true;
-}
-
 #endif
 
 bool plain_ascii(const pair_decoding& plan, const uchar* p) {
@@ -406,16 +394,27 @@ moved decode_pairs_as(const pair_decoding& plan, const uchar* src, std::size_t n
     return {read, target.units * unit_size<Form>};
 }
 
+std::size_t bytes_of(std::uint32_t cell) {
+    return 1 + static_cast<std::size_t>(cell > 0xFF);
+}
+
+/// A unit as far as it counts.
+template <form Form, order Order>
+char32_t load_masked(const pair_encoding& plan, const uchar* src) {
+    const char32_t c = load_unit<Form, Order>(src);
+    return Form == form::ucs4 ? c & plan.unit_mask : c;
+}
+
 template <form Form, order Order>
 std::size_t encode_carefully(pair_encoding plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room,
                              std::size_t& written) {
     std::size_t i = 0;
     for (; i < n && room - written >= 2; ++i) {
-        const char32_t c = load_unit<Form, Order>(src + i * unit_size<Form>) & plan.unit_mask;
+        const char32_t c = load_masked<Form, Order>(plan, src + i * unit_size<Form>);
         const std::uint16_t cell = c > 0xFFFF ? 0 : plan.cell[plan.page[c >> 8] + (c & 0xFF)];
         if (cell == 0) break;
         std::memcpy(dst + written, &cell, 2);
-        written += cell > 0xFF ? 2 : 1;
+        written += bytes_of(cell);
     }
     return i;
 }
@@ -515,11 +514,11 @@ moved encode_pairs_as(pair_encoding plan, const uchar* src, std::size_t n, uchar
         std::uint32_t asked = 0;
 #pragma GCC unroll 16
         for (std::size_t k = 0; k < group; ++k) {
-            const char32_t c = load_unit<Form, Order>(src + (i + k) * unit) & plan.unit_mask;
+            const char32_t c = load_masked<Form, Order>(plan, src + (i + k) * unit);
             const std::uint32_t cell = plan.cell[plan.page[c >> 8 & 0xFF] + (c & 0xFF)];
             const auto two_bytes = static_cast<std::uint16_t>(cell);
             std::memcpy(out, &two_bytes, 2);
-            out += 1 + static_cast<std::size_t>(cell > 0xFF);
+            out += bytes_of(cell);
             asked |= cell - 1;
             if constexpr (Form == form::ucs4) asked |= c > 0xFFFF ? ~0U : 0U;
         }
@@ -550,6 +549,7 @@ moved decode_pairs(const pair_decoding& plan, unit_layout layout, const uchar* s
     return {};
 }
 
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
 recoded_run pairs_to_utf8(const pair_decoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room,
                           std::size_t units) {
     return leaving([&]() -> recoded_run {
@@ -558,6 +558,25 @@ recoded_run pairs_to_utf8(const pair_decoding& plan, const uchar* src, std::size
         return {read, target.written, target.units};
     });
 }
+#else
+recoded_run pairs_to_utf8(const pair_decoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room,
+                          std::size_t units) {
+    return leaving([&]() -> recoded_run {
+        constexpr std::size_t piece = 512;
+        alignas(64) uchar decoded[2 * piece];
+        recoded_run done{};
+        while (done.read < n && done.units < units) {
+            const moved in = decode_pairs_as<form::ucs2, order::little>(plan, src + done.read, n - done.read, decoded,
+                                                                        std::min(piece, units - done.units));
+            const moved out = QZSTR_LEVEL::encode_utf8(unit_layout::ucs2_little, decoded, in.written / 2,
+                                                       dst + done.written, room - done.written);
+            if (in.read == 0 || out.read < in.written) break; // not all of it had room
+            done = {done.read + in.read, done.written + out.written, done.units + in.written / 2};
+        }
+        return done;
+    });
+}
+#endif
 
 moved encode_pairs(const pair_encoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst,
                    std::size_t room) {
