@@ -1,43 +1,24 @@
 // Search beside memmem, Boyer-Moore-Horspool, std::u16string_view::find and ICU: all occurrences of a pattern in a text of
 // 1 MiB, bytes and UCS-2 units, and in a short value; periodic text; backward beside forward; wildcards beside a plain loop.
 //
-// Names: <text>/<pattern>/<library>. The environment variable QZSTR_CORPUS names the directory that corpus.py filled.
-#include "qzstr.h"
+// Names: search/<text>/<pattern>.
+#include "harness.h"
+#include "peers.h"
 
 #include <algorithm>
-#include <benchmark/benchmark.h>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <string>
 #include <string_view>
 #include <unicode/ustring.h>
-#include <vector>
+
+namespace bench {
 
 namespace {
 
 constexpr std::size_t text_bytes = 1 << 20;
-
-std::string corpus(const std::string& language) {
-    const char* const directory = std::getenv("QZSTR_CORPUS");
-    std::ifstream in(std::string(directory != nullptr ? directory : ".") + "/" + language + ".txt");
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
-/// UTF-8 to big-endian UCS-2.
-std::string to_ucs2(const std::string& utf8) {
-    std::u16string host(utf8.size(), 0);
-    std::int32_t length = 0;
-    UErrorCode error = U_ZERO_ERROR;
-    u_strFromUTF8WithSub(host.data(), static_cast<std::int32_t>(host.size()), &length, utf8.data(),
-                         static_cast<std::int32_t>(utf8.size()), 0xFFFD, nullptr, &error);
-    std::string units;
-    for (const char16_t unit : host.substr(0, static_cast<std::size_t>(length)))
-        units.append({static_cast<char>(unit >> 8), static_cast<char>(unit)});
-    return units;
-}
 
 std::u16string host_order(std::string_view units) {
     std::u16string text(units.size() / 2, 0);
@@ -115,68 +96,68 @@ long wildcards_with_loop(std::u16string_view text, std::u16string_view pattern) 
     return count;
 }
 
-/// Registers one library's run over a case; every library must find the same number of occurrences.
-class bench_case {
+/// What several libraries search for in one text; all must find the same number of occurrences.
+class hunt {
 public:
-    explicit bench_case(std::string name) : name_(std::move(name)) {}
+    hunt(suite& s, const std::string& name, std::string_view text) : suite_(s), name_("search/" + name), text_(text) {}
+    ~hunt() { suite_.measure(name_, text_.size(), 1, contenders_); }
+    hunt(const hunt&) = delete;
 
     void run(const char* library, std::function<long()> search) {
+        if (!suite_.wants(name_)) return;
         const long found = search();
-        if (expected_ < 0) expected_ = found;
+        if (contenders_.empty()) expected_ = found;
         if (found != expected_) {
-            std::fprintf(stderr, "%s/%s: %ld occurrences, not %ld\n", name_.c_str(), library, found, expected_);
+            std::fprintf(stderr, "%s: %s finds %ld occurrences, not %ld\n", name_.c_str(), library, found, expected_);
             std::exit(1);
         }
-        benchmark::RegisterBenchmark((name_ + "/" + library).c_str(),
-                                     [search = std::move(search)](benchmark::State& state) {
-                                         for (auto _ : state)
-                                             benchmark::DoNotOptimize(search());
-                                     });
+        contenders_.push_back({library, [search = std::move(search)] { keep(search()); }});
     }
 
 private:
+    suite& suite_;
     std::string name_;
-    long expected_ = -1;
+    std::string_view text_;
+    long expected_ = 0;
+    std::vector<contender> contenders_;
 };
 
-void add_bytes(const std::string& name, const std::string& text, const std::string& pattern) {
-    bench_case c(name);
-    c.run("qzstr", [=] { return with_qzstr(text, pattern, 1, true); });
-    c.run("memmem", [=] { return with_memmem(text, pattern); });
-    c.run("horspool", [=] { return with_horspool(text, pattern); });
+void add_bytes(suite& s, const std::string& name, const std::string& text, const std::string& pattern) {
+    hunt h(s, name, text);
+    h.run("qzstr", [&] { return with_qzstr(text, pattern, 1, true); });
+    h.run("memmem", [&] { return with_memmem(text, pattern); });
+    h.run("horspool", [&] { return with_horspool(text, pattern); });
 }
 
-void add_units(const std::string& name, const std::string& text, const std::string& pattern) {
-    bench_case c(name);
+void add_units(suite& s, const std::string& name, const std::string& text, const std::string& pattern) {
     const std::u16string host = host_order(text), wanted = host_order(pattern);
-    c.run("qzstr", [=] { return with_qzstr(text, pattern, 2, true); });
-    c.run("u16find", [=] { return with_find(host, wanted); });
-    c.run("icu", [=] { return with_icu(host, wanted); });
+    hunt h(s, name, text);
+    h.run("qzstr", [&] { return with_qzstr(text, pattern, 2, true); });
+    h.run("u16find", [&] { return with_find(host, wanted); });
+    h.run("icu", [&] { return with_icu(host, wanted); });
 }
 
-void add_backward(const std::string& name, const std::string& text, const std::string& pattern, int bpc) {
-    bench_case c(name);
-    c.run("qzstr", [=] { return with_qzstr(text, pattern, bpc, false); });
-    c.run("forward", [=] { return with_qzstr(text, pattern, bpc, true); });
+void add_backward(suite& s, const std::string& name, const std::string& text, const std::string& pattern, int bpc) {
+    hunt h(s, name, text);
+    h.run("qzstr", [&] { return with_qzstr(text, pattern, bpc, false); });
+    h.run("forward", [&] { return with_qzstr(text, pattern, bpc, true); });
 }
 
-void add_wildcards(const std::string& name, const std::string& text, const std::string& pattern) {
-    bench_case c(name);
+void add_wildcards(suite& s, const std::string& name, const std::string& text, const std::string& pattern) {
     const std::u16string host = host_order(text), wanted = host_order(pattern);
-    c.run("qzstr", [=] { return wildcards_with_qzstr(text, pattern); });
-    c.run("loop", [=] { return wildcards_with_loop(host, wanted); });
+    hunt h(s, name, text);
+    h.run("qzstr", [&] { return wildcards_with_qzstr(text, pattern); });
+    h.run("loop", [&] { return wildcards_with_loop(host, wanted); });
 }
 
 } // namespace
 
-int main(int argc, char** argv) {
-    benchmark::Initialize(&argc, argv);
-    const std::string english = corpus("en").substr(0, text_bytes);
-    const std::string korean = to_ucs2(corpus("ko")).substr(0, text_bytes);
-    if (english.size() < text_bytes || korean.size() < text_bytes / 4) {
-        std::fprintf(stderr, "QZSTR_CORPUS has not enough text\n");
-        return 1;
-    }
+void search(suite& s) {
+    const auto to_ucs2 = [](const std::string& utf8) {
+        return converted(QZSTR_CHARSET_UTF8, QZSTR_CHARSET_UTF16, utf8);
+    };
+    const std::string english = text_for({QZSTR_CHARSET_ASCII}, "ascii").substr(0, text_bytes);
+    const std::string korean = to_ucs2(text_for({QZSTR_CHARSET_EUCKR}, "ko")).substr(0, text_bytes);
     const std::string wide_english = to_ucs2(english);
     struct pattern {
         const char *kind, *english, *korean, *wildcards;
@@ -186,24 +167,26 @@ int main(int argc, char** argv) {
                              pattern{"frequent", " the ", "\uC788\uC2B5\uB2C8\uB2E4", "\uC2B5_\uB2E4"},
                              pattern{"letter", "e", "\uB2E4", "_\uB2E4"}}) {
         const std::string kind = std::string("/") + p.kind, wide = to_ucs2(p.english), hangul = to_ucs2(p.korean);
-        add_bytes("en" + kind, english, p.english);
-        add_units("en-ucs2" + kind, wide_english, wide);
-        add_units("ko-ucs2" + kind, korean, hangul);
-        add_backward("en" + kind + "-backward", english, p.english, 1);
-        add_backward("ko-ucs2" + kind + "-backward", korean, hangul, 2);
-        add_wildcards("ko-wildcards" + kind, korean, to_ucs2(p.wildcards));
+        add_bytes(s, "en" + kind, english, p.english);
+        add_units(s, "en-ucs2" + kind, wide_english, wide);
+        add_units(s, "ko-ucs2" + kind, korean, hangul);
+        add_backward(s, "en" + kind + "-backward", english, p.english, 1);
+        add_backward(s, "ko-ucs2" + kind + "-backward", korean, hangul, 2);
+        add_wildcards(s, "ko-wildcards" + kind, korean, to_ucs2(p.wildcards));
     }
     for (const std::size_t size : {16u, 64u, 256u}) {
-        add_bytes("en-value/absent-" + std::to_string(size), english.substr(5000, size), "zymurgist");
-        add_units("ko-value/absent-" + std::to_string(size), korean.substr(5000, size), to_ucs2("\uD6FC\uAD2D\uD000"));
+        add_bytes(s, "en-value/absent-" + std::to_string(size), english.substr(5000, size), "zymurgist");
+        add_units(s, "ko-value/absent-" + std::to_string(size), korean.substr(5000, size),
+                  to_ucs2("\uD6FC\uAD2D\uD000"));
     }
     for (const std::size_t length : {20u, 1000u}) {
         std::string wanted(length, 'a');
         wanted[length / 3] = 'b'; // where no quick test looks
-        bench_case c("periodic/" + std::to_string(length));
         const std::string text(text_bytes, 'a');
-        c.run("qzstr", [=] { return with_qzstr(text, wanted, 1, true); });
-        c.run("memmem", [=] { return with_memmem(text, wanted); });
+        hunt h(s, "periodic/" + std::to_string(length), text);
+        h.run("qzstr", [&] { return with_qzstr(text, wanted, 1, true); });
+        h.run("memmem", [&] { return with_memmem(text, wanted); });
     }
-    benchmark::RunSpecifiedBenchmarks();
 }
+
+} // namespace bench
