@@ -4,6 +4,8 @@
 //                          (QZSTR_CORPUS) and on all that the row holds
 // footprint stack MODULE   bytes of stack below the caller, the most that any row takes for an operation
 // footprint load MODULE    page faults and time of loading, and of the first conversion
+// footprint run COMMAND... processor time and most memory of a program (whoever starts it counts in its memory: this
+//                          one is small)
 //
 // Lines are found by taking the access rights of the read-only data away: each access faults, is noted, is let through as
 // a single step, and the rights are taken away again. The module is one without gathering loads, whose addresses the
@@ -27,7 +29,9 @@
 #include <string>
 #include <sys/mman.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <ucontext.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -291,11 +295,29 @@ nlohmann::ordered_json load_costs(const char* module) {
         {"faults", loaded - start}, {"microseconds", seconds * 1e6}, {"faults_first_conversion", faults() - loaded}};
 }
 
+// ---- Programs ----
+
+nlohmann::ordered_json run(char** command) {
+    const pid_t child = fork();
+    if (child == 0) {
+        execvp(command[0], command);
+        std::perror(command[0]);
+        std::_Exit(127);
+    }
+    int status = 0;
+    rusage usage;
+    if (wait4(child, &status, 0, &usage) != child || status != 0) std::exit(1);
+    const auto seconds = [](const timeval& t) {
+        return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_usec) * 1e-6;
+    };
+    return {{"seconds", seconds(usage.ru_utime) + seconds(usage.ru_stime)}, {"kib", usage.ru_maxrss}};
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    const std::string what = argc == 3 ? argv[1] : "";
-    if (what != "load" && argc == 3) load(argv[2]);
+    const std::string what = argc == 3 || (argc > 3 && argv[1] == std::string("run")) ? argv[1] : "";
+    if (what == "lines" || what == "stack") load(argv[2]);
     nlohmann::ordered_json out;
     if (what == "lines")
         out = lines();
@@ -303,7 +325,9 @@ int main(int argc, char** argv) {
         out = stack();
     else if (what == "load")
         out = load_costs(argv[2]);
+    else if (what == "run")
+        out = run(argv + 2);
     else
-        return std::fprintf(stderr, "usage: footprint lines|stack|load MODULE\n"), 2;
-    std::puts(out.dump().c_str());
+        return std::fprintf(stderr, "usage: footprint lines|stack|load MODULE, footprint run COMMAND...\n"), 2;
+    std::fprintf(what == "run" ? stderr : stdout, "%s\n", out.dump().c_str());
 }

@@ -1,5 +1,5 @@
 """Whole programs, from start to end: qzconv beside iconv and uconv on 100 MB of each language, and the memory they take."""
-import os
+import json
 import pathlib
 import statistics
 import subprocess
@@ -19,14 +19,11 @@ def commands(build, source, target):
     }
 
 
-def run(command, file, output=subprocess.DEVNULL):
+def run(build, command, file, output=subprocess.DEVNULL):
     """Processor seconds and the most memory, in KiB, of one run."""
-    child = subprocess.Popen([*command, file], stdout=output)
-    _, status, usage = os.wait4(child.pid, 0)
-    child.returncode = os.waitstatus_to_exitcode(status)
-    if child.returncode != 0:
-        raise RuntimeError(f"{command}: exit code {child.returncode}")
-    return usage.ru_utime + usage.ru_stime, usage.ru_maxrss
+    done = subprocess.run([build / "bench/footprint", "run", *command, file], check=True, stdout=output,
+                          stderr=subprocess.PIPE, text=True)
+    return json.loads(done.stderr)
 
 
 def lines_alike(build, directory, text, charset):
@@ -49,13 +46,13 @@ def write_repeated(path, text, size):
             out.write(text)
 
 
-def measure_one(directory, programs, text, rounds):
+def measure_one(build, directory, programs, text, rounds):
     file, sample = directory / "text", directory / "sample"
     sample.write_bytes(text)
     results = set()
     for program, command in programs.items():
         with open(directory / program, "wb") as out:
-            run(command, sample, out)
+            run(build, command, sample, out)
         results.add((directory / program).read_bytes())
     if len(results) != 1:
         raise RuntimeError(f"{programs}: results differ")
@@ -63,8 +60,8 @@ def measure_one(directory, programs, text, rounds):
     taken = {program: [] for program in programs}
     for _ in range(rounds):
         for program, command in programs.items():
-            taken[program].append(run(command, file))
-    return {program: {"seconds": statistics.median(s for s, _ in runs), "kib": max(k for _, k in runs)}
+            taken[program].append(run(build, command, file))
+    return {program: {"seconds": statistics.median(r["seconds"] for r in runs), "kib": max(r["kib"] for r in runs)}
             for program, runs in taken.items()}
 
 
@@ -73,7 +70,7 @@ def peaks(build, directory, text):
     file, found = directory / "text", {}
     for size in (1_000_000, 10_000_000, 100_000_000, 1_000_000_000):
         write_repeated(file, text, size)
-        found[size] = run(commands(build, "EUC-KR", "UTF-8")["qzstr"], file)[1]
+        found[size] = run(build, commands(build, "EUC-KR", "UTF-8")["qzstr"], file)["kib"]
     return found
 
 
@@ -88,7 +85,7 @@ def measure(build, corpus, rounds):
                 programs = commands(build, source, target)
                 text = utf8 if source == "UTF-8" else subprocess.check_output(
                     [*commands(build, "UTF-8", charset)["qzstr"], directory / "sample"])
-                cases[f"{language}/{source}-to-{target}"] = measure_one(directory, programs, text, rounds)
+                cases[f"{language}/{source}-to-{target}"] = measure_one(build, directory, programs, text, rounds)
                 if (language, source) == ("ko", charset):
                     korean = text
         return {"bytes": SIZE, "cases": cases, "peak_kib_by_size": peaks(build, directory, korean)}
