@@ -57,6 +57,14 @@ TEST(Pivot, JoinedUnitsStayTogether) {
             ASSERT_EQ(pivot(3, to, text), one_pass(3, to, text)) << to << " " << before;
         }
     EXPECT_EQ(hex(pivot(3, 5, joined.substr(0, 6)).bytes), "82 F5");
+    // The same before what no shortcut takes.
+    for (const int to : {5, 6, 7, 8, 9, 27})
+        for (std::size_t length = 0; length <= joined.size(); ++length) {
+            const std::string text = joined.substr(0, length) + "\xF0\x9F\x98\x80\xFF" + joined;
+            ASSERT_EQ(pivot(3, to, text), one_pass(3, to, text)) << to << " " << length;
+            const std::string wide = one_pass(3, 4, text).bytes + "\xD8\x3D" + one_pass(3, 4, joined).bytes;
+            ASSERT_EQ(pivot(4, to, wide), one_pass(4, to, wide)) << to << " " << length;
+        }
 }
 
 TEST(Pivot, ManyChunks) {

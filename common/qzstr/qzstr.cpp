@@ -172,14 +172,20 @@ private:
         return shortcut::none;
     }
 
-    /// Of n units before a text that goes on, the last one may belong to the next.
-    std::size_t without_last(std::size_t n, bool goes_on) const {
-        return n > 0 && goes_on && encoding_.joins != nullptr ? n - 1 : n;
+    /// Of n big-endian 16-bit units before a text that goes on: how many the target encodes as it would with the rest in
+    /// sight. The last one may belong to the next, and those before it to the last one.
+    std::size_t settled(const uchar* units, std::size_t n, bool goes_on) const {
+        if (n == 0 || !goes_on || encoding_.joins == nullptr) return n;
+        const auto at = [units](std::size_t i) { return load_unit<form::ucs2, order::big>(units + 2 * i); };
+        do
+            --n;
+        while (n > 0 && encoding_.joins(at(n - 1), at(n)));
+        return n;
     }
 
     recoded_run utf16_around(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t most) const {
         const std::size_t units = std::min(n / 2, most);
-        const moved m = encoding_.encode_units(src, without_last(units, 2 * units < n), dst, room);
+        const moved m = encoding_.encode_units(src, settled(src, units, 2 * units < n), dst, room);
         return {m.read, m.written, m.read / 2};
     }
 
@@ -191,7 +197,7 @@ private:
         while (done.read < n && done.units < most) {
             const moved in = decode_utf8(unit_layout::ucs2_big, src + done.read, n - done.read, units,
                                          std::min(piece, most - done.units));
-            const std::size_t decoded = in.written / 2, wanted = without_last(decoded, done.read + in.read < n);
+            const std::size_t decoded = in.written / 2, wanted = settled(units, decoded, done.read + in.read < n);
             const moved out = encoding_.encode_units(units, wanted, dst + done.written, room - done.written);
             const std::size_t taken = out.read / 2;
             done.read += taken == decoded ? in.read : skip_utf8(src + done.read, in.read, taken).read;
