@@ -227,7 +227,7 @@ public:
     }
 
 private:
-    static constexpr int least = 16, most = 2048;
+    static constexpr int least = 4, most = 2048;
     int units_ = least;
 };
 
