@@ -2,13 +2,25 @@
 #include "core/contract.h"
 #include "qzstr_stages.h"
 
-#include <string_view>
+#include <iterator>
+
+#define QZSTR_DECLARE_STAGES(result, cs, operation, field, parameters, arguments) extern const stages cs##_stages;
+#define QZSTR_NO_CELL(cs, target)
+namespace qzstr {
+QZSTR_FAMILIES(QZSTR_DECLARE_STAGES, QZSTR_NO_CELL)
+} // namespace qzstr
 
 namespace {
 
+/// A row, and what the pivots know of its families.
+struct catalogue_row {
+    qzstr_charset_info_t info;
+    qzstr::row_stages stages;
+};
+
 using convert_fn = qzstr_get_another_charset_str_fn_t;
 
-#define QZSTR_SET_SLOT(result, cs, operation, field, parameters, arguments) row.field = qzstr_##cs##_##operation;
+#define QZSTR_SET_SLOT(result, cs, operation, field, parameters, arguments) row.info.field = qzstr_##cs##_##operation;
 #define QZSTR_POSITIONS(cs) QZSTR_POSITION_SLOTS(QZSTR_SET_SLOT, cs)
 #define QZSTR_DECODERS(cs) QZSTR_DECODE_SLOTS(QZSTR_SET_SLOT, cs)
 #define QZSTR_ENCODERS(cs) QZSTR_ENCODE_SLOTS(QZSTR_SET_SLOT, cs)
@@ -19,7 +31,8 @@ using convert_fn = qzstr_get_another_charset_str_fn_t;
 /// The slots of a row, group by group: the family that provides its positions, decoders, encoders, case, trailing
 /// blanks and white space.
 #define QZSTR_ROW_SLOTS(row_name, positions, decoding, encoding, casing, trailing, space)                              \
-    constexpr void row_name##_slots(qzstr_charset_info_t& row) {                                                       \
+    constexpr void row_name##_slots(catalogue_row& row) {                                                              \
+        row.stages = {&qzstr::decoding##_stages, &qzstr::encoding##_stages};                                           \
         QZSTR_POSITIONS(positions)                                                                                     \
         QZSTR_DECODERS(decoding)                                                                                       \
         QZSTR_ENCODERS(encoding) QZSTR_CASE(casing) QZSTR_TRAILING(trailing) QZSTR_ISSPACE(space)                      \
@@ -59,10 +72,11 @@ QZSTR_ROW_SLOTS(sjis_tld, sjis, sjis_tld, sjis, sjis, ascii, sjis)
 QZSTR_ROW_SLOTS(mswin932_tld, mswin932, mswin932_tld, mswin932, mswin932, ascii, mswin932)
 QZSTR_ROW_SLOTS(tcvn3, ascii, tcvn3, tcvn3, tcvn3, ascii, ascii)
 
-constexpr void eucjp_tld_slots(qzstr_charset_info_t& row) {
+constexpr void eucjp_tld_slots(catalogue_row& row) {
     eucjp_slots(row);
+    row.stages = {&qzstr::eucjp_tld_stages, &qzstr::eucjp_tld_stages};
     QZSTR_DECODERS(eucjp_tld)
-    row.qzstr_from_ucs2_fn = qzstr_eucjp_tld_from_ucs2;
+    row.info.qzstr_from_ucs2_fn = qzstr_eucjp_tld_from_ucs2;
 }
 
 /// Attributes of a row, in the order of the descriptor.
@@ -92,9 +106,10 @@ consteval void copy_name(char (&to)[17], const char* from) {
 
 /// A row begins full of the UCS-2 pivot; then come its direct conversions and its UCS-4 targets.
 template <std::size_t Directs, std::size_t Wides = 1>
-consteval qzstr_charset_info_t make_row(attributes a, void (*set_slots)(qzstr_charset_info_t&),
-                                        const direct (&directs)[Directs], const int (&ucs4_targets)[Wides] = {-1}) {
-    qzstr_charset_info_t row{};
+consteval catalogue_row make_row(attributes a, void (*set_slots)(catalogue_row&), const direct (&directs)[Directs],
+                                 const int (&ucs4_targets)[Wides] = {-1}) {
+    catalogue_row made{};
+    qzstr_charset_info_t& row = made.info;
     copy_name(row.name, a.name);
     copy_name(row.canonical_name, a.canonical_name);
     copy_name(row.ora_compat_name, a.ora_compat_name);
@@ -111,18 +126,18 @@ consteval qzstr_charset_info_t make_row(attributes a, void (*set_slots)(qzstr_ch
     for (const direct& d : directs)
         for (const int target : d.target)
             if (target >= 0) row.qzstr_get_another_charset_str_fn[target] = d.convert;
-    set_slots(row);
-    return row;
+    set_slots(made);
+    return made;
 }
 
 // KEPT: UTF8 is reached through UCS-2 although its bytes would be equal; all others but UTF16 and EBCDIC get a copy.
-consteval qzstr_charset_info_t make_ascii_row() {
-    qzstr_charset_info_t row = make_row(
+consteval catalogue_row make_ascii_row() {
+    catalogue_row row = make_row(
         {"ASCII", "US-ASCII", "US7ASCII", 1, 1, true}, ascii_slots,
         {{qzstr_ascii_get_utf16_str, QZSTR_CHARSET_UTF16}, {qzstr_ascii_get_us8icl_str, QZSTR_CHARSET_US8ICL}});
     for (int target = 0; target < QZSTR_CHARSET_MAX; ++target)
         if (target != QZSTR_CHARSET_UTF8 && target != QZSTR_CHARSET_UTF16 && target != QZSTR_CHARSET_US8ICL)
-            row.qzstr_get_another_charset_str_fn[target] = qzstr_ascii_get_ascii_str;
+            row.info.qzstr_get_another_charset_str_fn[target] = qzstr_ascii_get_ascii_str;
     return row;
 }
 
@@ -132,10 +147,8 @@ consteval qzstr_charset_info_t make_ascii_row() {
               {qzstr_##cs##_get_utf16_str, QZSTR_CHARSET_UTF16},                                                       \
               {qzstr_##cs##_get_##cs##_str, QZSTR_CHARSET_##enumerator}})
 
-} // namespace
-
 /* The rows in catalogue order. A multibyte row sends VN8VN3 (TCVN3) to its own ASCII reduction. */
-constexpr qzstr_charset_info_t _charset_info[QZSTR_CHARSET_MAX] = {
+constexpr catalogue_row rows[] = {
     make_ascii_row(),
     make_row({"EUCKR", "EUC-KR", "KO16KSC5601", 840, 2, true, false, QZ_SCANNER_ID_MSWIN949}, euckr_slots,
              {{qzstr_euckr_get_ascii_str, QZSTR_CHARSET_ASCII, QZSTR_CHARSET_TCVN3},
@@ -243,36 +256,20 @@ constexpr qzstr_charset_info_t _charset_info[QZSTR_CHARSET_MAX] = {
               {qzstr_us8icl_get_us8icl_str, QZSTR_CHARSET_US8ICL}}),
 };
 
-#define QZSTR_DECLARE_STAGES(result, cs, operation, field, parameters, arguments) extern const stages cs##_stages;
-#define QZSTR_NO_CELL(cs, target)
-namespace qzstr {
-QZSTR_FAMILIES(QZSTR_DECLARE_STAGES, QZSTR_NO_CELL)
-} // namespace qzstr
-
-namespace {
-
-/// A row's slots tell which family decodes it and which one encodes it.
-consteval qzstr::row_stages find_stages(const qzstr_charset_info_t& row) {
-    qzstr::row_stages found{};
-#define QZSTR_FIND_STAGES(result, cs, operation, field, parameters, arguments)                                         \
-    if (std::string_view(#operation) == "to_ucs2" && row.field == qzstr_##cs##_##operation)                            \
-        found.decoding = &qzstr::cs##_stages;                                                                          \
-    if (std::string_view(#operation) == "from_ucs2" && row.field == qzstr_##cs##_##operation)                          \
-        found.encoding = &qzstr::cs##_stages;
-    QZSTR_FAMILIES(QZSTR_FIND_STAGES, QZSTR_NO_CELL)
-    return found;
-}
-
-consteval qzstr::stage_table find_all_stages() {
-    qzstr::stage_table table{};
-    for (int cs = 0; cs < QZSTR_CHARSET_MAX; ++cs)
-        table.row[cs] = find_stages(_charset_info[cs]);
-    return table;
-}
+/* Both tables are made of the rows, element by element as C++ wants it. */
+#define QZSTR_ROWS(R)                                                                                                  \
+    R(0)                                                                                                               \
+    R(1) R(2) R(3) R(4) R(5) R(6) R(7) R(8) R(9) R(10) R(11) R(12) R(13) R(14) R(15) R(16) R(17) R(18) R(19) R(20)     \
+        R(21) R(22) R(23) R(24) R(25) R(26) R(27) R(28) R(29) R(30) R(31) R(32) R(33) R(34)
+#define QZSTR_ROW_INFO(n) rows[n].info,
+#define QZSTR_ROW_STAGES(n) rows[n].stages,
+#define QZSTR_COUNT_ROW(n) +1
+static_assert(std::size(rows) == QZSTR_CHARSET_MAX && 0 QZSTR_ROWS(QZSTR_COUNT_ROW) == QZSTR_CHARSET_MAX);
 
 } // namespace
 
-constinit const qzstr::stage_table qzstr::row_stages_of = find_all_stages();
+constinit const qzstr_charset_info_t _charset_info[QZSTR_CHARSET_MAX] = {QZSTR_ROWS(QZSTR_ROW_INFO)};
+constinit const qzstr::stage_table qzstr::row_stages_of{{QZSTR_ROWS(QZSTR_ROW_STAGES)}};
 
 namespace {
 
