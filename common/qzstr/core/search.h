@@ -145,9 +145,10 @@ void scan(const probe_bytes& probes, const uchar* text, start_range left, Visito
     while (!left.empty()) {
         const auto n = static_cast<std::size_t>(left.last - left.first + 1);
         const uchar* const from = text + left.first;
-        auto [group, bits] = forward ? first_candidates(probes, from, n) : last_candidates(probes, from, n);
+        const auto found = forward ? first_candidates(probes, from, n) : last_candidates(probes, from, n);
+        std::uint64_t bits = found.bits;
         if (bits == 0) return;
-        const offset_t base = left.first + static_cast<offset_t>(group);
+        const offset_t base = left.first + static_cast<offset_t>(found.first);
         if (forward)
             left.first = base + 64;
         else
