@@ -258,13 +258,13 @@ constexpr catalogue_row rows[] = {
 
 /* Both tables are made of the rows, element by element as C++ wants it. */
 #define QZSTR_ROWS(R)                                                                                                  \
-    R(0)                                                                                                               \
-    R(1) R(2) R(3) R(4) R(5) R(6) R(7) R(8) R(9) R(10) R(11) R(12) R(13) R(14) R(15) R(16) R(17) R(18) R(19) R(20)     \
-        R(21) R(22) R(23) R(24) R(25) R(26) R(27) R(28) R(29) R(30) R(31) R(32) R(33) R(34)
-#define QZSTR_ROW_INFO(n) rows[n].info,
-#define QZSTR_ROW_STAGES(n) rows[n].stages,
-#define QZSTR_COUNT_ROW(n) +1
-static_assert(std::size(rows) == QZSTR_CHARSET_MAX && 0 QZSTR_ROWS(QZSTR_COUNT_ROW) == QZSTR_CHARSET_MAX);
+    R(0), R(1), R(2), R(3), R(4), R(5), R(6), R(7), R(8), R(9), R(10), R(11), R(12), R(13), R(14), R(15), R(16),       \
+        R(17), R(18), R(19), R(20), R(21), R(22), R(23), R(24), R(25), R(26), R(27), R(28), R(29), R(30), R(31),       \
+        R(32), R(33), R(34)
+#define QZSTR_ROW_INFO(n) rows[n].info
+#define QZSTR_ROW_STAGES(n) rows[n].stages
+#define QZSTR_ROW_NUMBER(n) n
+static_assert(std::size(rows) == QZSTR_CHARSET_MAX && std::size({QZSTR_ROWS(QZSTR_ROW_NUMBER)}) == QZSTR_CHARSET_MAX);
 
 } // namespace
 
