@@ -47,6 +47,8 @@ constexpr int chunk_bytes = 32000;
 /// Where a target cannot fill, nobody sees how long the pieces are: these stay in the first cache with their texts.
 constexpr int short_chunk_bytes = 8192;
 
+constexpr std::size_t unlimited = ~std::size_t{0};
+
 /// What a stage did: bytes it read, bytes it wrote.
 struct stage_result {
     conv_status_t status;
@@ -69,6 +71,7 @@ public:
     static constexpr int unit = unit_size<Pivot::units>;
 
     bool has_shortcut() const { return way_ != shortcut::none; }
+    bool closes_shift() const { return to_ != nullptr; }
 
     /// Converts what is usual at the beginning of a chunk without the buffer of units; at most `most` of them.
     recoded_run around(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t most) const {
@@ -236,15 +239,12 @@ int longest_character(qzstr_charset_t to) {
     return to == QZSTR_CHARSET_UTF8 ? 3 : _charset_info[to].max_bytes_per_char;
 }
 
+/// Goes on where a text is, through the buffer of units.
 template <class Pivot>
-conv_status_t convert_in_chunks(qzstr_charset_t from, char* str, int str_len, qzstr_charset_t to, char* buf,
-                                int buf_size, progress& at) {
-    conversion<Pivot> stage(from, to);
-    // No byte becomes more than one unit, shifts aside. Where nobody sees where chunks end, they end where it suits.
-    const bool cannot_fill =
-        row_stages_of.row[to].encoding->shifts == nullptr && buf_size / longest_character(to) >= str_len;
+[[gnu::noinline]] conv_status_t convert_in_chunks(conversion<Pivot>& stage, char* str, int str_len, char* buf,
+                                                  int buf_size, bool cannot_fill, progress& at) {
     const std::size_t chunk_units = static_cast<std::size_t>(chunk_bytes / stage.unit);
-    const std::size_t most = cannot_fill ? ~std::size_t{0} : chunk_units;
+    const std::size_t most = cannot_fill ? unlimited : chunk_units;
     patience careful;
     alignas(64) char chunk[chunk_bytes]; // never cleared: only what a stage wrote is read
     conv_status_t status = exact;
@@ -280,6 +280,22 @@ conv_status_t convert_in_chunks(qzstr_charset_t from, char* str, int str_len, qz
     const stage_result end = stage.finish(buf + at.written, buf_size - static_cast<int>(at.written));
     at.written += end.written;
     return status | end.status;
+}
+
+template <class Pivot>
+conv_status_t convert_text(qzstr_charset_t from, char* str, int str_len, qzstr_charset_t to, char* buf, int buf_size,
+                           progress& at) {
+    conversion<Pivot> stage(from, to);
+    // No byte becomes more than one unit, shifts aside. Where nobody sees where chunks end, they end where it suits.
+    const bool cannot_fill = !stage.closes_shift() && buf_size / longest_character(to) >= str_len;
+    if (cannot_fill && str_len > 0) {
+        const auto length = static_cast<std::size_t>(str_len);
+        const recoded_run past =
+            stage.around(bytes(str), length, bytes(buf), static_cast<std::size_t>(buf_size), unlimited);
+        at = {static_cast<offset_t>(past.read), static_cast<offset_t>(past.written)};
+        if (past.read == length) return exact;
+    }
+    return convert_in_chunks(stage, str, str_len, buf, buf_size, cannot_fill, at);
 }
 
 /// UTF-16 to UTF-8 for a target that cannot fill; what the fast routine leaves goes by UCS-4.
@@ -319,7 +335,7 @@ conv_status_t convert(qzstr_charset_t from, char* str, int str_len, qzstr_charse
     else if (from == QZSTR_CHARSET_UTF16 && to == QZSTR_CHARSET_UTF8 && buf_size / 3 >= (at_least_0(str_len) + 1) / 2)
         status = utf16_to_utf8(str, str_len, buf, buf_size, at);
     else
-        status = convert_in_chunks<Pivot>(from, str, str_len, to, buf, buf_size, at);
+        status = convert_text<Pivot>(from, str, at_least_0(str_len), to, buf, buf_size, at);
     return report(status, at, read_len, write_len);
 }
 
