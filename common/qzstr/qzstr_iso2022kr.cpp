@@ -39,6 +39,28 @@ struct iso2022kr : decoders<iso2022kr>, encoders<iso2022kr> {
         }
     }
 
+    /// Passes characters that change no state and are exact, up to the first that is not. (The state and the counts are
+    /// kept from the stores to the target, which could be stores to them for all that the compiler knows.)
+    template <form Form, order Order>
+    static void pass_plain(shift_state state, const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at) {
+        constexpr int unit = unit_size<Form>;
+        progress here = at;
+        if (state.out)
+            for (; len - here.read >= 2 && size - here.written >= unit; here.read += 2, here.written += unit) {
+                const uchar* const p = src + here.read;
+                const char32_t c = p[0] > ' ' ? qzstr_ksc5601_to_ucs2(p[0], p[1]) : no_character;
+                if (c == no_character) break;
+                store_unit<Form, Order>(dst + here.written, c);
+            }
+        else
+            for (; here.read < len && size - here.written >= unit; ++here.read, here.written += unit) {
+                const uchar b = src[here.read];
+                if (b >= 0x80 || b == escape || b == shift_out || b == shift_in) break;
+                store_unit<Form, Order>(dst + here.written, b);
+            }
+        at = here;
+    }
+
     /// Decodes from a state on. Shifts, too, are only read while there is room for a unit.
     template <form Form, order Order>
     static conv_status_t decode(shift_state& state, const uchar* src, offset_t len, uchar* dst, offset_t size,
@@ -46,6 +68,8 @@ struct iso2022kr : decoders<iso2022kr>, encoders<iso2022kr> {
         constexpr int unit = unit_size<Form>;
         conv_status_t status = exact;
         while (at.read < len) {
+            pass_plain<Form, Order>(state, src, len, dst, size, at);
+            if (at.read == len) break;
             if (size - at.written < unit) return status | stopped;
             const decoded d = next(state, src + at.read, len - at.read);
             if (d.what == outcome::cut) return status | stopped;
