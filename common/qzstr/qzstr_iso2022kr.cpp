@@ -39,6 +39,9 @@ struct iso2022kr : decoders<iso2022kr>, encoders<iso2022kr> {
         }
     }
 
+    /// ASCII that is a character, outside of a shift.
+    static constexpr bool is_plain(uchar b) { return b < 0x80 && b != escape && b != shift_out && b != shift_in; }
+
     /// Passes characters that change no state and are exact, up to the first that is not. (The state and the counts are
     /// kept from the stores to the target, which could be stores to them for all that the compiler knows.)
     template <form Form, order Order>
@@ -55,7 +58,7 @@ struct iso2022kr : decoders<iso2022kr>, encoders<iso2022kr> {
         else
             for (; here.read < len && size - here.written >= unit; ++here.read, here.written += unit) {
                 const uchar b = src[here.read];
-                if (b >= 0x80 || b == escape || b == shift_out || b == shift_in) break;
+                if (!is_plain(b)) break;
                 store_unit<Form, Order>(dst + here.written, b);
             }
         at = here;
@@ -119,13 +122,15 @@ struct iso2022kr : decoders<iso2022kr>, encoders<iso2022kr> {
         progress at;
         if (!require_buffers(str, "str != NULL", buf, "buf != NULL", write_len, where.source, 0))
             return report(exact, at, read_len, write_len);
-        const auto step = [state = shift_state{}, korean](const uchar* p, offset_t left) mutable -> recoded {
+        shift_state state;
+        const auto step = [&state, korean](const uchar* p, offset_t left) -> recoded {
             const decoded d = next(state, p, left);
             if (d.consumed == 2) return korean(p);
             return {{static_cast<uchar>(d.unit[0])}, d.units, d.consumed, d.what};
         };
+        const auto is_plain_here = [&state](uchar b) { return !state.out && is_plain(b); };
         const conv_status_t status =
-            recode<false>(bytes(str), at_least_0(str_len), bytes(buf), at_least_0(buf_size), at, step);
+            recode<false>(bytes(str), at_least_0(str_len), bytes(buf), at_least_0(buf_size), at, step, is_plain_here);
         return report(status, at, read_len, write_len);
     }
     static conv_status_t get_ascii_str QZSTR_CELL_PARAMETERS {

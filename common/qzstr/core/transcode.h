@@ -144,9 +144,10 @@ struct recoded {
 };
 
 /// Converts bytes to bytes by a family's rule `step(p, left)` until source or target end. Where ASCII is itself, its runs
-/// are copied whole.
-template <bool AsciiIsItself, class Step>
-conv_status_t recode(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at, Step step) {
+/// are copied whole; elsewhere those for whose bytes `is_plain` holds.
+template <bool AsciiIsItself, class Step, class IsPlain = bool (*)(uchar)>
+conv_status_t recode(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at, Step step,
+                     [[maybe_unused]] IsPlain is_plain = nullptr) {
     conv_status_t status = exact;
     while (at.read < len) {
         if (at.written >= size) return status | stopped;
@@ -156,6 +157,14 @@ conv_status_t recode(const uchar* src, offset_t len, uchar* dst, offset_t size, 
             at.read += static_cast<offset_t>(run);
             at.written += static_cast<offset_t>(run);
             continue;
+        }
+        if constexpr (!AsciiIsItself) {
+            progress here = at;
+            while (here.read < len && here.written < size && is_plain(src[here.read]))
+                dst[here.written++] = src[here.read++];
+            const bool passed = here.read > at.read;
+            at = here;
+            if (passed) continue;
         }
         const recoded r = step(src + at.read, len - at.read);
         if (r.what == outcome::cut || size - at.written < r.bytes) return status | stopped;
@@ -168,10 +177,11 @@ conv_status_t recode(const uchar* src, offset_t len, uchar* dst, offset_t size, 
 }
 
 /// The reduction to ASCII: one "?" for each character that is none. A family may replace `reduce`, and with it
-/// `ascii_is_itself`, whether every byte below 0x80 is copied.
+/// `ascii_is_itself`, whether every byte below 0x80 is copied, and where not, `is_plain`, which ones are.
 template <class F>
 struct ascii_reduction {
     static constexpr bool ascii_is_itself = true;
+    static constexpr bool is_plain(uchar b) { return b < 0x80; }
 
     static recoded reduce(const uchar* p, offset_t left) {
         if (p[0] < 0x80) return {{p[0]}, 1, 1, outcome::ok};
@@ -188,7 +198,7 @@ struct ascii_reduction {
                              F::where.get_ascii_str))
             return report(exact, at, read_len, write_len);
         const conv_status_t status = recode<F::ascii_is_itself>(bytes(str), at_least_0(str_len), bytes(buf),
-                                                                at_least_0(buf_size), at, F::reduce);
+                                                                at_least_0(buf_size), at, F::reduce, F::is_plain);
         return report(status, at, read_len, write_len);
     }
 };
