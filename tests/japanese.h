@@ -26,7 +26,7 @@ inline std::vector<mapping_line> read_mapping(const std::string& name) {
         characters text;
         std::istringstream parts(columns[1]);
         for (std::string part; std::getline(parts, part, '+');)
-            text += hex_number(part);
+            text.push_back(hex_number(part));
         lines.push_back({hex_number(columns[0]), text, columns.size() > 2});
     }
     return lines;

@@ -418,7 +418,7 @@ char* endless() {
         static_cast<char*>(mmap(nullptr, limit + block, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
     if (file < 0 || ftruncate(file, block) != 0 || at == MAP_FAILED) std::abort();
     for (std::size_t done = 0; done < limit; done += block)
-        mmap(at + done, block, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, file, 0);
+        if (mmap(at + done, block, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, file, 0) == MAP_FAILED) std::abort();
     close(file);
     return at;
 }
