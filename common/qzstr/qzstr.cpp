@@ -57,30 +57,98 @@ struct stage_result {
 };
 
 /// The way around the buffer of units for what is usual in a text.
-enum class shortcut { none, to_utf8, from_utf8, from_utf16 };
+class shortcut {
+public:
+    shortcut(qzstr_charset_t from, qzstr_charset_t to)
+        : decoding_(*row_stages_of.row[from].decoding), encoding_(*row_stages_of.row[to].encoding),
+          copies_ascii_(decoding_.decodes_ascii && encoding_.encodes_ascii), way_(way(from, to)) {}
 
-/// One call of a pivot: the stages with what they carry from chunk to chunk.
+    bool exists() const { return way_ != none; }
+
+    /// Converts what is usual at the beginning of a text without the buffer of units; at most `most` of them.
+    recoded_run take(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t most) const {
+        std::size_t ascii = 0;
+        if (copies_ascii_ && src[0] < 0x80) ascii = copy_ascii(src, std::min({n, room, most}), dst);
+        recoded_run rest{};
+        if (ascii < n) rest = take_units(src + ascii, n - ascii, dst + ascii, room - ascii, most - ascii);
+        return {ascii + rest.read, ascii + rest.written, ascii + rest.units};
+    }
+
+private:
+    enum { none, to_utf8, from_utf8, from_utf16 };
+
+    decltype(none) way(qzstr_charset_t from, qzstr_charset_t to) const {
+        if (to == QZSTR_CHARSET_UTF8 && decoding_.pairs != nullptr) return to_utf8;
+        if (from == QZSTR_CHARSET_UTF8 && encoding_.encode_units != nullptr) return from_utf8;
+        if (from == QZSTR_CHARSET_UTF16 && encoding_.encode_units != nullptr) return from_utf16;
+        return none;
+    }
+
+    recoded_run take_units(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t most) const {
+        switch (way_) {
+        case none:
+            return {};
+        case to_utf8:
+            return pairs_to_utf8(*decoding_.pairs, src, n, dst, room, most);
+        case from_utf8:
+            return take_utf8(src, n, dst, room, most);
+        case from_utf16:
+            return take_utf16(src, n, dst, room, most);
+        }
+        return {};
+    }
+
+    /// Of n big-endian 16-bit units before a text that goes on: how many the target encodes as it would with the rest in
+    /// sight. The last one may belong to the next, and those before it to the last one.
+    std::size_t settled(const uchar* units, std::size_t n, bool goes_on) const {
+        if (n == 0 || !goes_on || encoding_.joins == nullptr) return n;
+        const auto at = [units](std::size_t i) { return load_unit<form::ucs2, order::big>(units + 2 * i); };
+        do
+            --n;
+        while (n > 0 && encoding_.joins(at(n - 1), at(n)));
+        return n;
+    }
+
+    recoded_run take_utf16(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t most) const {
+        const std::size_t units = std::min(n / 2, most);
+        const moved m = encoding_.encode_units(src, settled(src, units, 2 * units < n), dst, room);
+        return {m.read, m.written, m.read / 2};
+    }
+
+    /// By way of a few units at a time, which stay close.
+    [[gnu::noinline]] recoded_run take_utf8(const uchar* src, std::size_t n, uchar* dst, std::size_t room,
+                                            std::size_t most) const {
+        constexpr std::size_t piece = 512;
+        alignas(64) uchar units[2 * piece];
+        recoded_run done{};
+        while (done.read < n && done.units < most) {
+            const moved in = decode_utf8(unit_layout::ucs2_big, src + done.read, n - done.read, units,
+                                         std::min(piece, most - done.units));
+            const std::size_t decoded = in.written / 2, wanted = settled(units, decoded, done.read + in.read < n);
+            const moved out = encoding_.encode_units(units, wanted, dst + done.written, room - done.written);
+            const std::size_t taken = out.read / 2;
+            done.read += taken == decoded ? in.read : skip_utf8(src + done.read, in.read, taken).read;
+            done.written += out.written;
+            done.units += taken;
+            if (taken < wanted || taken == 0) break;
+        }
+        return done;
+    }
+
+    const stages& decoding_;
+    const stages& encoding_;
+    bool copies_ascii_;
+    decltype(none) way_;
+};
+
+/// The stages of one call of a pivot, with what they carry from chunk to chunk.
 template <class Pivot>
 class conversion {
 public:
     conversion(qzstr_charset_t from, qzstr_charset_t to)
-        : pivot_(from, to), decoding_(*row_stages_of.row[from].decoding), encoding_(*row_stages_of.row[to].encoding),
-          from_(decoding_.shifts), to_(encoding_.shifts),
-          copies_ascii_(decoding_.decodes_ascii && encoding_.encodes_ascii), way_(way(from, to)) {}
+        : pivot_(from, to), decoding_(*row_stages_of.row[from].decoding), encoding_(*row_stages_of.row[to].encoding) {}
 
     static constexpr int unit = unit_size<Pivot::units>;
-
-    bool has_shortcut() const { return way_ != shortcut::none; }
-    bool closes_shift() const { return to_ != nullptr; }
-
-    /// Converts what is usual at the beginning of a chunk without the buffer of units; at most `most` of them.
-    recoded_run around(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t most) const {
-        std::size_t ascii = 0;
-        if (copies_ascii_ && src[0] < 0x80) ascii = copy_ascii(src, std::min({n, room, most}), dst);
-        recoded_run rest{};
-        if (ascii < n) rest = around_units(src + ascii, n - ascii, dst + ascii, room - ascii, most - ascii);
-        return {ascii + rest.read, ascii + rest.written, ascii + rest.units};
-    }
 
     /// Decodes up to `units` more of a chunk of which `done` are elsewhere already. Two units that the target encodes
     /// together stay in one chunk.
@@ -96,24 +164,18 @@ public:
     }
 
     stage_result encode(char* chunk, int len, char* buf, int size) {
-        if (to_ == nullptr) {
+        if (encoding_.shifts == nullptr) {
             stage_result r{};
             r.status = pivot_.encode(chunk, len, buf, size, &r.read, &r.written, 1);
             return r;
         }
-        progress at;
-        const conv_status_t status =
-            (to_->*Pivot::resume_encode)(to_state_, bytes(chunk), len, bytes(buf), at_least_0(size), at, false);
-        return {status, static_cast<int>(at.read), static_cast<int>(at.written)};
+        return encode_shifting(bytes(chunk), len, buf, size, false);
     }
 
     /// What the target needs behind the text.
     stage_result finish(char* buf, int size) {
-        if (to_ == nullptr) return {};
-        progress at;
-        const conv_status_t status =
-            (to_->*Pivot::resume_encode)(to_state_, nullptr, 0, bytes(buf), at_least_0(size), at, true);
-        return {status, 0, static_cast<int>(at.written)};
+        if (encoding_.shifts == nullptr) return {};
+        return encode_shifting(nullptr, 0, buf, size, true);
     }
 
     /// Source bytes of the first `units` units of a chunk that begins at str.
@@ -125,13 +187,21 @@ public:
 
 private:
     stage_result decode_some(char* str, int len, char* out, int size) {
-        if (from_ == nullptr) {
+        if (decoding_.shifts == nullptr) {
             stage_result r{};
             r.status = pivot_.decode(str, len, out, size, &r.read, &r.written, 1);
             return r;
         }
         progress at;
-        const conv_status_t status = (from_->*Pivot::resume_decode)(from_state_, bytes(str), len, bytes(out), size, at);
+        const conv_status_t status =
+            (decoding_.shifts->*Pivot::resume_decode)(from_state_, bytes(str), len, bytes(out), size, at);
+        return {status, static_cast<int>(at.read), static_cast<int>(at.written)};
+    }
+
+    stage_result encode_shifting(const uchar* chunk, int len, char* buf, int size, bool ends) {
+        progress at;
+        const conv_status_t status =
+            (encoding_.shifts->*Pivot::resume_encode)(to_state_, chunk, len, bytes(buf), at_least_0(size), at, ends);
         return {status, static_cast<int>(at.read), static_cast<int>(at.written)};
     }
 
@@ -154,70 +224,9 @@ private:
         return !taken;
     }
 
-    recoded_run around_units(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t most) const {
-        switch (way_) {
-        case shortcut::none:
-            return {};
-        case shortcut::to_utf8:
-            return decoding_.to_utf8(src, n, dst, room, most);
-        case shortcut::from_utf8:
-            return utf8_around(src, n, dst, room, most);
-        case shortcut::from_utf16:
-            return utf16_around(src, n, dst, room, most);
-        }
-        return {};
-    }
-
-    shortcut way(qzstr_charset_t from, qzstr_charset_t to) const {
-        if (to == QZSTR_CHARSET_UTF8 && decoding_.to_utf8 != nullptr) return shortcut::to_utf8;
-        if (from == QZSTR_CHARSET_UTF8 && encoding_.encode_units != nullptr) return shortcut::from_utf8;
-        if (from == QZSTR_CHARSET_UTF16 && encoding_.encode_units != nullptr) return shortcut::from_utf16;
-        return shortcut::none;
-    }
-
-    /// Of n big-endian 16-bit units before a text that goes on: how many the target encodes as it would with the rest in
-    /// sight. The last one may belong to the next, and those before it to the last one.
-    std::size_t settled(const uchar* units, std::size_t n, bool goes_on) const {
-        if (n == 0 || !goes_on || encoding_.joins == nullptr) return n;
-        const auto at = [units](std::size_t i) { return load_unit<form::ucs2, order::big>(units + 2 * i); };
-        do
-            --n;
-        while (n > 0 && encoding_.joins(at(n - 1), at(n)));
-        return n;
-    }
-
-    recoded_run utf16_around(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t most) const {
-        const std::size_t units = std::min(n / 2, most);
-        const moved m = encoding_.encode_units(src, settled(src, units, 2 * units < n), dst, room);
-        return {m.read, m.written, m.read / 2};
-    }
-
-    /// By way of a few units at a time, which stay close.
-    recoded_run utf8_around(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t most) const {
-        constexpr std::size_t piece = 512;
-        alignas(64) uchar units[2 * piece];
-        recoded_run done{};
-        while (done.read < n && done.units < most) {
-            const moved in = decode_utf8(unit_layout::ucs2_big, src + done.read, n - done.read, units,
-                                         std::min(piece, most - done.units));
-            const std::size_t decoded = in.written / 2, wanted = settled(units, decoded, done.read + in.read < n);
-            const moved out = encoding_.encode_units(units, wanted, dst + done.written, room - done.written);
-            const std::size_t taken = out.read / 2;
-            done.read += taken == decoded ? in.read : skip_utf8(src + done.read, in.read, taken).read;
-            done.written += out.written;
-            done.units += taken;
-            if (taken < wanted || taken == 0) break;
-        }
-        return done;
-    }
-
     Pivot pivot_;
     const stages& decoding_;
     const stages& encoding_;
-    const resumable* from_;
-    const resumable* to_;
-    bool copies_ascii_;
-    shortcut way_;
     shift_state from_state_, to_state_;
 };
 
@@ -241,8 +250,10 @@ int longest_character(qzstr_charset_t to) {
 
 /// Goes on where a text is, through the buffer of units.
 template <class Pivot>
-[[gnu::noinline]] conv_status_t convert_in_chunks(conversion<Pivot>& stage, char* str, int str_len, char* buf,
-                                                  int buf_size, bool cannot_fill, progress& at) {
+[[gnu::noinline]] conv_status_t convert_in_chunks(qzstr_charset_t from, char* str, int str_len, qzstr_charset_t to,
+                                                  char* buf, int buf_size, bool cannot_fill, progress& at) {
+    const shortcut around(from, to);
+    conversion<Pivot> stage(from, to);
     const std::size_t chunk_units = static_cast<std::size_t>(chunk_bytes / stage.unit);
     const std::size_t most = cannot_fill ? unlimited : chunk_units;
     patience careful;
@@ -252,17 +263,17 @@ template <class Pivot>
         char* const rest = str + at.read;
         const int rest_len = str_len - static_cast<int>(at.read);
         const int room = at_least_0(buf_size - static_cast<int>(at.written));
-        const recoded_run past = stage.around(bytes(rest), static_cast<std::size_t>(rest_len), bytes(buf) + at.written,
-                                              static_cast<std::size_t>(room), most);
+        const recoded_run past = around.take(bytes(rest), static_cast<std::size_t>(rest_len), bytes(buf) + at.written,
+                                             static_cast<std::size_t>(room), most);
         const int read = static_cast<int>(past.read), written = static_cast<int>(past.written);
         at.written += written;
         if (read == rest_len || past.units >= most) {
             at.read += read;
             continue;
         }
-        const int here = !cannot_fill           ? static_cast<int>(chunk_units - past.units)
-                         : stage.has_shortcut() ? careful.after(past.read)
-                                                : short_chunk_bytes / stage.unit;
+        const int here = !cannot_fill      ? static_cast<int>(chunk_units - past.units)
+                         : around.exists() ? careful.after(past.read)
+                                           : short_chunk_bytes / stage.unit;
         const int before = cannot_fill ? 0 : static_cast<int>(past.units);
         const stage_result decoded = stage.decode(rest + read, rest_len - read, chunk, here, before);
         status |= decoded.status & replaced;
@@ -285,17 +296,18 @@ template <class Pivot>
 template <class Pivot>
 conv_status_t convert_text(qzstr_charset_t from, char* str, int str_len, qzstr_charset_t to, char* buf, int buf_size,
                            progress& at) {
-    conversion<Pivot> stage(from, to);
+    const shortcut around(from, to);
     // No byte becomes more than one unit, shifts aside. Where nobody sees where chunks end, they end where it suits.
-    const bool cannot_fill = !stage.closes_shift() && buf_size / longest_character(to) >= str_len;
+    const bool cannot_fill =
+        row_stages_of.row[to].encoding->shifts == nullptr && buf_size >= offset_t{str_len} * longest_character(to);
     if (cannot_fill && str_len > 0) {
         const auto length = static_cast<std::size_t>(str_len);
         const recoded_run past =
-            stage.around(bytes(str), length, bytes(buf), static_cast<std::size_t>(buf_size), unlimited);
+            around.take(bytes(str), length, bytes(buf), static_cast<std::size_t>(buf_size), unlimited);
         at = {static_cast<offset_t>(past.read), static_cast<offset_t>(past.written)};
         if (past.read == length) return exact;
     }
-    return convert_in_chunks(stage, str, str_len, buf, buf_size, cannot_fill, at);
+    return convert_in_chunks<Pivot>(from, str, str_len, to, buf, buf_size, cannot_fill, at);
 }
 
 /// UTF-16 to UTF-8 for a target that cannot fill; what the fast routine leaves goes by UCS-4.

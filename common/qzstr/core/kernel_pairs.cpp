@@ -174,8 +174,10 @@ struct utf8_target {
     std::size_t size, limit;
     std::size_t written = 0, units = 0;
 
+    std::size_t room() const { return limit - units; }
+
     bool put_ascii(const uchar* p) {
-        if (size - written < block_size || limit - units < block_size) return false;
+        if (size - written < block_size || room() < block_size) return false;
         std::memcpy(dst + written, p, block_size);
         written += block_size;
         units += block_size;
@@ -185,7 +187,7 @@ struct utf8_target {
     bool put(std::uint16_t cell) {
         const std::uint32_t c = __builtin_bswap16(cell);
         const std::size_t length = 1 + (c >= 0x80) + (c >= 0x800);
-        if (units == limit || size - written < length) return false;
+        if (room() == 0 || size - written < length) return false;
         uchar* const to = dst + written;
         if (length == 3) {
             to[0] = static_cast<uchar>(0xE0 | c >> 12);
@@ -205,22 +207,21 @@ __m512i entries(const uchar* table, __m512i bytes) {
     return _mm512_permutex2var_epi8(_mm512_load_si512(table), bytes, _mm512_load_si512(table + 64));
 }
 
-/// The cells of 16 indices.
+/// The cells of 16 indices, each with the next one in the upper half of its lane.
 __m512i gather(const std::uint16_t* cells, __m512i index) {
-    return _mm512_and_si512(_mm512_i32gather_epi32(index, cells, 2), _mm512_set1_epi32(0xFFFF));
+    return _mm512_i32gather_epi32(index, cells, 2);
 }
 
 /// The code points of cells.
 __m512i code_points(__m512i cells) {
-    return _mm512_or_si512(_mm512_srli_epi32(cells, 8),
-                           _mm512_and_si512(_mm512_slli_epi32(cells, 8), _mm512_set1_epi32(0xFFFF)));
+    return _mm512_shuffle_epi8(
+        cells, _mm512_broadcast_i32x4(_mm_setr_epi8(1, 0, -1, -1, 5, 4, -1, -1, 9, 8, -1, -1, 13, 12, -1, -1)));
 }
 
-/// Takes the first n of 16 cells; false without room for all.
+/// Takes the first n of 16 cells, for which there is room as units; false without room for their bytes.
 template <form Form, order Order>
 bool put_group(unit_target<Form, Order>& target, __m512i cells, std::size_t n) {
     constexpr std::size_t unit = unit_size<Form>;
-    if (target.room() < n) return false;
     uchar* const dst = target.dst + target.units * unit;
     // A masked store could not be read back without waiting.
     const __mmask16 lanes = first_lanes(target.room() >= 16 ? 16 : n);
@@ -242,32 +243,42 @@ bool put_group(utf8_target& target, __m512i cells, std::size_t n) {
                                      _mm512_cmpgt_epu32_mask(c, _mm512_set1_epi32(0x7FF)), 0);
     utf8.marks &= first_bits(4 * n);
     const std::size_t room = target.size - target.written;
-    if (target.limit - target.units < n || room < utf8.length()) return false;
+    if (room < utf8.length()) return false;
     store_first(target.dst + target.written, room, utf8.pressed(), utf8.length());
     target.written += utf8.length();
     target.units += n;
     return true;
 }
 
-/// Decodes all characters that `start` marks among 64 bytes; false when one of them must be asked for, or there is no room
-/// for all. `behind` are the bytes from the second one on.
+/// 64 bytes of text: the row of each as a lead (0: no lead), the byte, the one behind it.
+struct paired_bytes {
+    __m512i row, byte, behind;
+
+    std::uint64_t in_set() const { return _mm512_test_epi8_mask(row, row); }
+};
+
+/// Decodes all characters that `start` marks; false when one of them must be asked for, or there is no room for all.
 template <class Target>
-bool decode_block(const pair_decoding& plan, __m512i bytes, __m512i behind, std::uint64_t start, Target& target) {
+bool decode_block(const std::uint16_t* cell, const paired_bytes& text, std::uint64_t start, Target& target) {
+    const auto count = static_cast<std::size_t>(std::popcount(start));
+    if (target.room() < count) return false;
     Target after = target;
-    const __m512i first = _mm512_maskz_compress_epi8(start, bytes), second = _mm512_maskz_compress_epi8(start, behind);
-    __m512i row = _mm512_maskz_mov_epi8(_mm512_movepi8_mask(first), entries(plan.row, first));
-    __m512i cell_in_row = _mm512_mask_mov_epi8(first, _mm512_test_epi8_mask(row, row), second);
-    __mmask16 asked = 0;
-    for (int left = std::popcount(start); left > 0; left -= 16) {
+    __m512i row = _mm512_maskz_compress_epi8(start, text.row);
+    __m512i cell_in_row =
+        _mm512_maskz_compress_epi8(start, _mm512_mask_mov_epi8(text.byte, text.in_set(), text.behind));
+    __m512i highest = _mm512_setzero_si512();
+    for (std::size_t done = 0; done < count; done += 16) {
         const __m512i index = _mm512_or_si512(_mm512_slli_epi32(_mm512_cvtepu8_epi32(_mm512_castsi512_si128(row)), 8),
                                               _mm512_cvtepu8_epi32(_mm512_castsi512_si128(cell_in_row)));
-        const __m512i cells = gather(plan.cell, index);
-        asked |= _mm512_cmpeq_epi32_mask(cells, _mm512_set1_epi32(ask));
-        if (!put_group(after, cells, static_cast<std::size_t>(std::min(left, 16)))) return false;
+        const __m512i cells = gather(cell, index);
+        highest = _mm512_max_epu16(highest, cells);
+        if (!put_group(after, cells, std::min<std::size_t>(count - done, 16))) return false;
         row = _mm512_alignr_epi32(row, row, 4);
         cell_in_row = _mm512_alignr_epi32(cell_in_row, cell_in_row, 4);
     }
-    if (asked != 0) return false;
+    static_assert(ask == 0xFFFF);
+    if ((_mm512_cmpeq_epi16_mask(highest, _mm512_set1_epi16(-1)) & static_cast<std::uint32_t>(even_bits)) != 0)
+        return false;
     target = after;
     return true;
 }
@@ -332,17 +343,18 @@ std::size_t decode_into(const pair_decoding& plan, const uchar* src, std::size_t
             continue;
         }
         // Masked loads read nothing behind the text, and need no copy of it.
-        const block bytes{_mm512_maskz_loadu_epi8(first_bits(left), p)};
-        const __m512i behind = _mm512_maskz_loadu_epi8(first_bits(left - 1), p + 1);
-        const std::uint64_t leads = leads_among(members(*plan.leads, bytes), 0);
+        const __m512i bytes = _mm512_maskz_loadu_epi8(first_bits(left), p);
+        const paired_bytes text{_mm512_maskz_mov_epi8(_mm512_movepi8_mask(bytes), entries(plan.row, bytes)), bytes,
+                                _mm512_maskz_loadu_epi8(first_bits(left - 1), p + 1)};
+        const std::uint64_t leads = leads_among(text.in_set(), 0);
         // The trail of a lead at the end is behind the block, or missing: then the exact routine has the lead.
         const std::size_t lead_at_end = leads >> (here - 1) & 1;
         const std::size_t end = left > block_size ? here + lead_at_end : here - lead_at_end;
         if (end == 0) break;
         std::uint64_t start = starts_after(leads, 0) & first_bits(end);
-        if (!decode_block(plan, bytes.v, behind, start, target)) {
-            const padded text(p, std::min(left, block_size + 1));
-            decode_carefully(plan, text.bytes, start, target);
+        if (!decode_block(plan.cell, text, start, target)) {
+            const padded copy(p, std::min(left, block_size + 1));
+            decode_carefully(plan, copy.bytes, start, target);
             return base + (start == 0 ? end : lowest(start));
         }
         base += end;

@@ -40,16 +40,13 @@ struct spread_bytes {
 /// 16 code points in the four bytes of a lane each, last byte last, by masks of those that take two bytes, three, four.
 inline spread_bytes spread_group(__m512i c, __mmask16 two, __mmask16 three, __mmask16 four) {
     const auto all = [](unsigned v) { return _mm512_set1_epi32(static_cast<int>(v)); };
-    const __m512i fields = _mm512_set1_epi64(0x20262C32'00060C12);
-    // (field & 3F) | 80 in every byte; the lead then gets the rest of its prefix.
-    __m512i out =
-        _mm512_ternarylogic_epi32(_mm512_multishift_epi64_epi8(fields, c), all(0x3F3F3F3F), all(0x80808080), 0xEA);
-    out = _mm512_mask_or_epi32(out, two & ~three, out, all(0x00400000));
-    out = _mm512_mask_or_epi32(out, three & ~four, out, all(0x00006000));
-    out = _mm512_mask_or_epi32(out, four, out, all(0x00000070));
-    out = _mm512_mask_slli_epi32(out, static_cast<__mmask16>(~two), c, 24);
-    return {out, _pdep_u64(two, 0x4444444444444444) | _pdep_u64(three, 0x2222222222222222) |
-                     _pdep_u64(four, 0x1111111111111111) | 0x8888888888888888};
+    __m512i prefix = _mm512_maskz_mov_epi32(two, all(0x80C00000));
+    prefix = _mm512_mask_mov_epi32(prefix, three, all(0x8080E000));
+    prefix = _mm512_mask_mov_epi32(prefix, four, all(0x808080F0));
+    const __mmask64 prefixed = _mm512_test_epi8_mask(prefix, prefix);
+    const __m512i fields = _mm512_multishift_epi64_epi8(_mm512_set1_epi64(0x20262C32'00060C12), c);
+    const __m512i six_bits = _mm512_ternarylogic_epi32(prefix, fields, all(0x3F3F3F3F), 0xF8);
+    return {_mm512_mask_mov_epi8(_mm512_slli_epi32(c, 24), prefixed, six_bits), prefixed | 0x8888888888888888};
 }
 
 } // namespace

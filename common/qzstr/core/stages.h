@@ -17,9 +17,8 @@ struct stages {
     bool decodes_ascii = false, encodes_ascii = false;
     /// Whether the charset encodes these two units together, so that no piece may end between them.
     bool (*joins)(char32_t first, char32_t second) = nullptr;
-    /// Bytes straight to UTF-8, at most `units` characters. May stop anywhere between two.
-    core::recoded_run (*to_utf8)(const uchar* src, std::size_t n, uchar* dst, std::size_t room,
-                                 std::size_t units) = nullptr;
+    /// How one- and two-byte characters decode.
+    const core::pair_decoding* pairs = nullptr;
     /// UCS-2BE to bytes. May stop anywhere between two characters; never takes a unit that belongs to the next one.
     core::moved (*encode_units)(const uchar* src, std::size_t n, uchar* dst, std::size_t room) = nullptr;
 };
@@ -52,11 +51,6 @@ consteval bool encodes_ascii() {
 }
 
 template <class F>
-recoded_run to_utf8(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t units) {
-    return pairs_to_utf8(pair_decoding_of<F>, src, n, dst, room, units);
-}
-
-template <class F>
 moved encode_units(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
     progress at;
     encode_fast<F, form::ucs2, order::big>(src, static_cast<offset_t>(2 * n), dst, static_cast<offset_t>(room), at);
@@ -71,7 +65,7 @@ consteval stages stages_of() {
     if constexpr (requires { F::shifts; }) s.shifts = &F::shifts;
     if constexpr (requires { F::joins(none, none); }) s.joins = F::joins;
     if constexpr (decodes_pairs<F>) {
-        s.to_utf8 = to_utf8<F>;
+        s.pairs = &pair_decoding_of<F>;
         if constexpr (requires { F::ucs4_mask; }) s.encode_units = encode_units<F>;
     }
     return s;
