@@ -50,6 +50,36 @@ TEST(Utf8, ConversionsAtTheEdges) {
     EXPECT_EQ(run_slot(to_ascii, unhex("41 EA B0 80 C0 E4 B8")), (converted{3, 5, 3, "A??"}));
 }
 
+/// As each of its characters alone, by the lengths that leads name.
+std::string by_characters(qzstr_to_ucs2_fn_t decode, const std::string& text) {
+    std::string out;
+    for (std::size_t at = 0, size; at < text.size(); at += size) {
+        const auto lead = static_cast<unsigned char>(text[at]);
+        size = lead < 0xC2 || lead > 0xF4 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+        out += run_slot(decode, text.substr(at, size)).bytes;
+    }
+    return out;
+}
+
+TEST(Utf8, DamageAnywhereInALongText) {
+    const auto to_utf16 = [](char* s, int n, char* t, int size, int* r, int* w, uchar) {
+        return utf8.qzstr_get_another_charset_str_fn[QZSTR_CHARSET_UTF16](QZSTR_CHARSET_UTF8, s, n, QZSTR_CHARSET_UTF16,
+                                                                          t, size, r, w);
+    };
+    for (const std::string repeated : {"\xEA\xB0\x80", "a", "\xC3\xA9", "\xF0\x9F\x98\x80", "\xED\x9F\xBF-"})
+        for (const char damage : {'\xFF', '\xC1', '\xC3', '\xE4', '\xF0', '\x80', 'A'})
+            for (std::size_t at = 0; at < 140; ++at) {
+                std::string text;
+                while (text.size() < 200)
+                    text += repeated;
+                text[at] = damage;
+                text += "text"; // so that no character is cut
+                for (const qzstr_to_ucs2_fn_t decode : {utf8.qzstr_to_ucs2_fn, utf8.qzstr_to_ucs4_fn, +to_utf16})
+                    ASSERT_EQ(hex(run_slot(decode, text).bytes), hex(by_characters(decode, text)))
+                        << hex(text) << " " << at;
+            }
+}
+
 // A: a byte of ASCII, 2/3/4: a lead, c: a byte that leads nothing.
 TEST(Utf8, PositionsNearTheEnd) {
     const struct {

@@ -71,10 +71,16 @@ struct utf8 : block_walks<utf8>, decoders<utf8>, encoders<utf8>, ascii_reduction
         return quad(0xF0 | c >> 18, continuation(12), continuation(6), continuation(0));
     }
 
+    /// The vector code takes malformed characters too, and leaves at most the end of the text or of the target.
     template <form Form, order Order>
-    static moved decode_run(const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
-        if constexpr (Form == form::utf16) return decode_utf8_to_utf16(src, n, dst, units);
-        return decode_utf8(layout_of<Form, Order>, src, n, dst, units);
+    static conv_status_t decode_text(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at) {
+        const auto n = static_cast<std::size_t>(len), units = static_cast<std::size_t>(size / unit_size<Form>);
+        const replacing_run fast = Form == form::utf16
+                                       ? decode_utf8_to_utf16(src, n, dst, units)
+                                       : decode_utf8_replacing(layout_of<Form, Order>, src, n, dst, units);
+        at = {static_cast<offset_t>(fast.read), static_cast<offset_t>(fast.written)};
+        const conv_status_t status = fast.replaced ? replaced : exact;
+        return at.read == len ? status : status | core::decode<utf8, Form, Order>(src, len, dst, size, at);
     }
     template <form Form, order Order>
     static moved encode_run(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
@@ -225,7 +231,7 @@ void utf8::convert_case(qzstr_case_t case_type, char* str, int str_len) {
 
 conv_status_t qzstr::utf8_to_utf16(const uchar* src, core::offset_t len, uchar* dst, core::offset_t size,
                                    core::progress& at) {
-    return core::decode<families::utf8, core::form::utf16, core::order::big>(src, len, dst, size, at);
+    return families::utf8::decode_text<core::form::utf16, core::order::big>(src, len, dst, size, at);
 }
 
 QZSTR_EXPORT(utf8)

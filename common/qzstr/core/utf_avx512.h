@@ -5,6 +5,7 @@
 #include "core/lanes.h"
 #include "core/letter_pages.h"
 #include "core/units.h"
+#include "core/utf8_blocks.h"
 #include "core/utf8_width.h"
 #include "core/vector.h"
 
@@ -24,76 +25,139 @@ __m512i load_edge(const uchar* p, std::size_t before, std::size_t n) {
     return _mm512_maskz_loadu_epi8(there, p - Back);
 }
 
-/// What may not follow a lead, in terms of second byte + 0x20: its bit 6 is set from A0 on, bit 5 below, bit 7 always.
-struct forbidden_seconds {
-    alignas(64) uchar after[64] = {};
+/// Second bytes, as one bit for 80 to 8F, 90 to 9F and A0 to BF, and which of them may not follow a lead; by the low six bits
+/// of each byte, which tell a lead from all others.
+struct second_bytes {
+    alignas(64) uchar kind[64] = {}, forbidden_after[64] = {};
 
-    /// By the low six bits of a lead, which tell it from all others.
-    consteval forbidden_seconds() {
-        constexpr uchar from_a0 = 0x40, below_a0 = 0x20, any = 0x80;
-        after[0xC0 & 0x3F] = after[0xC1 & 0x3F] = any;
-        after[0xE0 & 0x3F] = below_a0;
-        after[0xED & 0x3F] = from_a0;
+    consteval second_bytes() {
+        constexpr uchar low = 1, middle = 2, high = 4, any = low | middle | high;
+        for (unsigned second = 0; second < 64; ++second)
+            kind[second] = second < 0x10 ? low : second < 0x20 ? middle : high;
+        const auto forbid = [this](unsigned lead, uchar seconds) { forbidden_after[lead & 0x3F] = seconds; };
+        forbid(0xC0, any);
+        forbid(0xC1, any);
+        forbid(0xE0, low | middle);
+        forbid(0xED, high);
+        forbid(0xF0, low);
+        forbid(0xF4, middle | high);
         for (unsigned lead = 0xF5; lead <= 0xFF; ++lead)
-            after[lead & 0x3F] = any;
+            forbid(lead, any);
     }
 };
-constexpr forbidden_seconds forbidden;
+constexpr second_bytes seconds;
 
 /// Of a text that is well-formed but for its end: how many bytes it has of a character that goes on behind it.
 inline std::size_t bytes_of_cut(const uchar* text, std::size_t n) {
     const auto from_end = [=](std::size_t back) { return back <= n ? text[n - back] : 0; };
     return from_end(1) >= 0xC0 ? 1 : from_end(2) >= 0xE0 ? 2 : from_end(3) >= 0xF0 ? 3 : 0;
 }
+/// The same of text that ends at p.
+inline bool seems_cut(const uchar* p) {
+    return ((p[-1] >= 0xC0) | (p[-2] >= 0xE0) | (p[-3] >= 0xF0)) != 0;
+}
 
-/// 64 bytes of text as units, each where its character ends (the first of a surrogate pair one byte before): its low
-/// and its high byte.
+/// What lets others wait for bytes but is no lead.
+inline bool leads_nothing(uchar b) {
+    return (b & 0xFE) == 0xC0 || b >= 0xF5;
+}
+
+/// 64 bytes and those one, two, three places before each.
+struct text_and_before {
+    __m512i text, back_1, back_2, back_3;
+
+    template <class Mask>
+    std::uint64_t mask(Mask mask) const {
+        return mask(block{text});
+    }
+    static std::uint64_t from(__m512i bytes, unsigned first) { // first >= 0x80
+        return _mm512_movepi8_mask(_mm512_subs_epu8(bytes, _mm512_set1_epi8(static_cast<char>(first - 0x80))));
+    }
+    std::uint64_t forbidden(std::uint64_t second) const {
+        return _mm512_mask_test_epi8_mask(second, _mm512_permutexvar_epi8(text, _mm512_load_si512(seconds.kind)),
+                                          _mm512_permutexvar_epi8(back_1, _mm512_load_si512(seconds.forbidden_after)));
+    }
+};
+
+/// The places of bytes in their characters, by the bytes before them: what is true of well-formed text.
+struct places {
+    std::uint64_t second, third, fourth, third_of_four;
+
+    static places of(const text_and_before& t) {
+        return {t.from(t.back_1, 0xC0), t.from(t.back_2, 0xE0), t.from(t.back_3, 0xF0), t.from(t.back_2, 0xF0)};
+    }
+    std::uint64_t expected() const { return second | third | fourth; }
+    std::uint64_t wrong(const text_and_before& t) const {
+        return (_mm512_cmplt_epi8_mask(t.text, _mm512_set1_epi8(static_cast<char>(0xC0))) ^ expected()) |
+               t.forbidden(second);
+    }
+};
+
+/// What becomes of 64 bytes. A character gives its unit where it ends, and the first of a surrogate pair one byte before.
+struct block_plan {
+    places at;
+    std::uint64_t bad; ///< the ends of malformed characters
+    std::uint64_t marks;
+    std::size_t bytes;
+
+    /// Any text: true places, of whole characters; those before the block take what `seen` says of its first bytes.
+    template <bool Pairs>
+    static block_plan of_any(const text_and_before& t, const places& seen, std::size_t n, bool stops) {
+        const std::uint64_t carry = (seen.second & 1) | (seen.third & 3) | (seen.fourth & 7);
+        const structure s = structure::of(t, carry);
+        block_plan plan{{s.leads << 1 | (seen.second & 1), s.three_or_four << 2 | (seen.third & 3),
+                         s.four << 3 | (seen.fourth & 7), s.four << 2 | (seen.third_of_four & 3)},
+                        0,
+                        ~(s.expected >> 1),
+                        s.whole_bytes(n)};
+        std::uint64_t wrong = s.misplaced() | s.impossible | t.forbidden(plan.at.second) | (Pairs ? 0 : plan.at.fourth);
+        wrong &= bytes_before(plan.bytes);
+        wrong |= (wrong & ~plan.marks) << 1;
+        wrong |= (wrong & ~plan.marks) << 1;
+        plan.bad = wrong & plan.marks;
+        plan.at.third_of_four &= ~(wrong >> 1);
+        if (stops && plan.bad != 0) {
+            const std::uint64_t before = s.starts() & first_bits(lowest(plan.bad) + 1);
+            plan.bytes = before == 0 ? 0 : 63 - static_cast<std::size_t>(std::countl_zero(before));
+        }
+        return plan;
+    }
+};
+
 struct joined_units {
     __m512i low, high;
     std::uint64_t marks;
-    bool well_formed;
 
-    /// `back_k` are the bytes k places before.
     template <bool Pairs>
-    static joined_units of(__m512i text, __m512i back_1, __m512i back_2, __m512i back_3, std::uint64_t inside,
-                           bool is_cut) {
+    static joined_units of(const text_and_before& t, const block_plan& plan) {
         const auto all = [](unsigned b) { return _mm512_set1_epi8(static_cast<char>(b)); };
-        const auto from = [](__m512i bytes, unsigned first) { // first >= 0x80
-            return _mm512_movepi8_mask(_mm512_subs_epu8(bytes, _mm512_set1_epi8(static_cast<char>(first - 0x80))));
-        };
-        const std::uint64_t continues = _mm512_cmplt_epi8_mask(text, all(0xC0));
-        const std::uint64_t after_lead = from(back_1, 0xC0), third = from(back_2, 0xE0), fourth = from(back_3, 0xF0);
-        const std::uint64_t expected = after_lead | third | fourth;
-        const __m512i second = _mm512_add_epi8(text, all(0x20));
-        const __m512i may_not = _mm512_permutexvar_epi8(back_1, _mm512_load_si512(forbidden.after));
-        std::uint64_t wrong = (continues ^ expected) | _mm512_mask_test_epi8_mask(after_lead, second, may_not);
-
-        const __m512i low_bits = all(0x3F), low_half = all(0x0F);
         const auto where = [](__m512i mask, __m512i set, __m512i clear) {
             return _mm512_ternarylogic_epi32(mask, set, clear, 0xCA);
         };
-        __m512i low = where(low_bits, text, _mm512_slli_epi16(back_1, 6));
-        __m512i high =
-            where(low_half, _mm512_srli_epi16(back_1, 2), _mm512_slli_epi16(_mm512_maskz_mov_epi8(third, back_2), 4));
-        const std::uint64_t first_of_pair = from(back_2, 0xF0);
-        if ((fourth | first_of_pair | from(back_1, 0xF0)) != 0) [[unlikely]] { // the lead may stand last but one
-            const std::uint64_t after_f0 = _mm512_cmpeq_epi8_mask(back_1, all(0xF0));
-            const std::uint64_t after_f4 = _mm512_cmpeq_epi8_mask(back_1, all(0xF4));
-            wrong |= _mm512_mask_cmplt_epu8_mask(after_f0, text, all(0x90)) |
-                     _mm512_mask_cmpge_epu8_mask(after_f4, text, all(0x90));
-            if constexpr (!Pairs) wrong = ~std::uint64_t{0};
+        __m512i low = where(all(0x3F), t.text, _mm512_slli_epi16(t.back_1, 6));
+        __m512i high = where(all(0x0F), _mm512_srli_epi16(t.back_1, 2),
+                             _mm512_slli_epi16(_mm512_maskz_mov_epi8(plan.at.third, t.back_2), 4));
+        std::uint64_t marks = plan.marks;
+        if (Pairs && (plan.at.fourth | plan.at.third_of_four) != 0) [[unlikely]] {
+            const std::uint64_t first = plan.at.third_of_four;
             // The second unit has two bits of the second byte; the first is D7C0 + (code point >> 10).
             const __m512i second_high = _mm512_ternarylogic_epi32(high, all(0x03), all(0xDC), 0xEA);
-            const __m512i bits = where(all(0x03), _mm512_srli_epi16(text, 4), _mm512_slli_epi16(back_1, 2));
+            const __m512i bits = where(all(0x03), _mm512_srli_epi16(t.text, 4), _mm512_slli_epi16(t.back_1, 2));
             const std::uint64_t borrow = _mm512_cmplt_epu8_mask(bits, all(0x40));
-            __m512i first_high = _mm512_add_epi8(_mm512_and_si512(back_2, all(0x07)), all(0xD8));
+            __m512i first_high = _mm512_add_epi8(_mm512_and_si512(t.back_2, all(0x07)), all(0xD8));
             first_high = _mm512_mask_sub_epi8(first_high, borrow, first_high, all(1));
-            low = _mm512_mask_sub_epi8(low, first_of_pair, bits, all(0x40));
-            high = _mm512_mask_mov_epi8(_mm512_mask_mov_epi8(high, fourth, second_high), first_of_pair, first_high);
+            low = _mm512_mask_sub_epi8(low, first, bits, all(0x40));
+            high = _mm512_mask_mov_epi8(_mm512_mask_mov_epi8(high, plan.at.fourth, second_high), first, first_high);
+            marks |= first;
         }
-        const std::uint64_t ends = ~(expected >> 1 | std::uint64_t{is_cut} << 63);
-        return {_mm512_mask_mov_epi8(text, continues, low), _mm512_maskz_mov_epi8(continues, high),
-                (ends | first_of_pair) & inside, (wrong & inside) == 0};
+        const std::uint64_t expected = plan.at.expected();
+        low = _mm512_mask_mov_epi8(t.text, expected, low);
+        high = _mm512_maskz_mov_epi8(expected, high);
+        if (plan.bad != 0) [[unlikely]] {
+            low = _mm512_mask_mov_epi8(low, plan.bad, all(0xFD));
+            high = _mm512_mask_mov_epi8(high, plan.bad, all(0xFF));
+        }
+        return {low, high, marks & bytes_before(plan.bytes)};
     }
 };
 
@@ -116,40 +180,64 @@ void store_units(uchar* dst, __m512i low, __m512i high, std::size_t count, std::
     }
 }
 
-/// Decodes whole blocks, up to the one with something malformed in it (in UCS-2: or beyond the BMP) or without room, and
-/// the rest of the text; what the end of the text cuts stays.
+/// Decodes block by block, up to one without room, and the rest of the text; what the end of the text cuts stays. With
+/// `stops`, only up to the first malformed character.
 template <bool Pairs, order Order>
-moved decode_utf8_units(const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
+replacing_run decode_utf8_units(const uchar* src, std::size_t n, uchar* dst, std::size_t units, bool stops) {
     std::size_t base = 0, done = 0;
-    bool goes_on = false; // a character of the block before
+    std::size_t whole = 0; // up to here the text ends with a character for certain
+    bool replaced = false, goes_on = false, edge = true;
     while (base < n) {
         const uchar* const p = src + base;
-        const std::size_t taken = std::min(n - base, std::size_t{64});
-        const std::uint64_t inside = first_bits(taken);
-        const bool at_edge = base == 0 || taken < 64;
-        const __m512i text = at_edge ? load_edge<0>(p, base, taken) : _mm512_loadu_si512(p);
-        if (_mm512_movepi8_mask(text) == 0 && !goes_on && units - done >= taken) {
-            store_units<Order>(dst + 2 * done, text, _mm512_setzero_si512(), taken, units - done);
+        const std::size_t taken = std::min(n - base, block_size);
+        const bool at_edge = edge || taken < block_size;
+        text_and_before t;
+        t.text = at_edge ? load_edge<0>(p, 0, taken) : _mm512_loadu_si512(p);
+        if (_mm512_movepi8_mask(t.text) == 0 && !goes_on && units - done >= taken) {
+            store_units<Order>(dst + 2 * done, t.text, _mm512_setzero_si512(), taken, units - done);
             base += taken;
             done += taken;
+            edge = false;
             continue;
         }
-        const __m512i back_1 = at_edge ? load_edge<1>(p, base, taken) : _mm512_loadu_si512(p - 1);
-        const __m512i back_2 = at_edge ? load_edge<2>(p, base, taken) : _mm512_loadu_si512(p - 2);
-        const __m512i back_3 = at_edge ? load_edge<3>(p, base, taken) : _mm512_loadu_si512(p - 3);
-        const bool is_cut = taken == 64 && ((p[63] >= 0xC0) | (p[62] >= 0xE0) | (p[61] >= 0xF0)) != 0;
-        const joined_units joined = joined_units::of<Pairs>(text, back_1, back_2, back_3, inside, is_cut);
+        t.back_1 = at_edge ? load_edge<1>(p, base - whole, taken) : _mm512_loadu_si512(p - 1);
+        t.back_2 = at_edge ? load_edge<2>(p, base - whole, taken) : _mm512_loadu_si512(p - 2);
+        t.back_3 = at_edge ? load_edge<3>(p, base - whole, taken) : _mm512_loadu_si512(p - 3);
+        edge = false;
+        goes_on = taken == block_size && seems_cut(p + block_size);
+        const places seen = places::of(t);
+        block_plan plan{seen, 0, ~(seen.expected() >> 1 | std::uint64_t{goes_on} << 63), taken};
+        const std::uint64_t beyond_bmp = Pairs ? 0 : seen.fourth | seen.third_of_four;
+        const bool suspicious = ((seen.wrong(t) | beyond_bmp) & bytes_before(taken)) != 0;
+        if (suspicious) [[unlikely]] {
+            if (base > whole && leads_nothing(p[-1])) { // what would have told stands here
+                --base;
+                whole = base;
+                edge = true;
+                goes_on = false;
+                continue;
+            }
+            plan = block_plan::of_any<Pairs>(t, seen, taken, stops);
+        }
+        const joined_units joined = joined_units::of<Pairs>(t, plan);
         const auto count = static_cast<std::size_t>(std::popcount(joined.marks));
-        if (!joined.well_formed || count > units - done) break;
+        if (count > units - done || plan.bytes == 0) break;
+        if (suspicious) {
+            done -= plan.bad & seen.fourth & 1; // the first unit of its pair is there already
+            whole = base + plan.bytes;
+            goes_on = false;
+            edge = plan.bytes >= 3 && seems_cut(p + plan.bytes);
+            replaced |= (plan.bad & bytes_before(plan.bytes)) != 0;
+        }
         store_units<Order>(dst + 2 * done, _mm512_maskz_compress_epi8(joined.marks, joined.low),
                            _mm512_maskz_compress_epi8(joined.marks, joined.high), count, units - done);
-        base += taken;
+        base += plan.bytes;
         done += count;
-        goes_on = is_cut;
+        if (stops && suspicious) break;
     }
     // A character that goes on behind the last block is taken back, and the first unit of its pair with it.
-    const std::size_t cut = bytes_of_cut(src, base);
-    return {base - cut, 2 * (done - (cut == 3 ? 1 : 0))};
+    const std::size_t cut = bytes_of_cut(src + whole, base - whole);
+    return {base - cut, 2 * (done - (cut == 3 ? 1 : 0)), replaced};
 }
 
 // ---- Decoding the marked characters of a block -----------------------------------------------------------------------
