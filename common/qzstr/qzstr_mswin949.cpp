@@ -84,8 +84,8 @@ struct mswin949 : double_byte<mswin949>,
     static bool never_trails(unsigned b) { return b < 0x41 || b - 0x5B < 6 || b - 0x7B < 5; }
 
     static bool starts_character(const uchar* p, offset_t offset) {
-        const auto starts_surely = [p](offset_t k) {
-            return (k > 0 && p[k] < 0x80 && p[k - 1] < 0x80) || never_trails(p[k]);
+        const auto starts_surely = [p](offset_t k) { // not of byte 0
+            return (p[k] < 0x80 && p[k - 1] < 0x80) || never_trails(p[k]);
         };
         // KEPT: the walk back stops at two bytes below 0x80, of which the first may be a trail, and takes every other
         // byte for half a character: stored positions depend on these answers.

@@ -47,30 +47,7 @@ void flip_group(uchar first, uchar* p) {
     std::memcpy(p, unit, sizeof unit);
 }
 
-/// Length of the run before the first byte that is marked in its block, at most n; `is_end` says the same of a byte.
-template <class Marks, class IsEnd>
-std::size_t run_until(const uchar* p, std::size_t n, Marks marks, [[maybe_unused]] IsEnd is_end) {
-    std::size_t i = 0;
-    if constexpr (has_vectors) {
-        for (; i + block::size <= n; i += block::size)
-            if (const auto hit = marks(block::load(p + i)); hit != 0)
-                return i + static_cast<std::size_t>(std::countr_zero(hit));
-        if (i == n) return n;
-        const std::size_t hit = static_cast<std::size_t>(std::countr_zero(marks(block::load_first(p + i, n - i))));
-        return hit < n - i ? i + hit : n;
-    } else {
-        while (i < n && !is_end(p[i]))
-            ++i;
-        return i;
-    }
-}
-
 } // namespace
-
-std::size_t ascii_run(const uchar* p, std::size_t n) {
-    return run_until(
-        p, n, [](block b) { return b.high_bits(); }, [](uchar b) { return b >= 0x80; });
-}
 
 std::size_t copy_ascii(const uchar* src, std::size_t n, uchar* dst) {
     std::size_t i = 0;
@@ -101,8 +78,9 @@ void widen_bytes(unit_layout layout, const uchar* src, std::size_t n, uchar* dst
         case unit_layout::ucs4_big:
             return widen<form::ucs4, order::big>(src, n, dst);
         case unit_layout::ucs4_little:
-            return widen<form::ucs4, order::little>(src, n, dst);
+            break;
         }
+        return widen<form::ucs4, order::little>(src, n, dst);
     });
 }
 
@@ -116,15 +94,25 @@ std::size_t narrow_ascii(unit_layout layout, const uchar* src, std::size_t n, uc
         case unit_layout::ucs4_big:
             return narrow<form::ucs4, order::big>(src, n, dst);
         case unit_layout::ucs4_little:
-            return narrow<form::ucs4, order::little>(src, n, dst);
+            break;
         }
-        return 0;
+        return narrow<form::ucs4, order::little>(src, n, dst);
     });
 }
 
 std::size_t run_before(const uchar* p, std::size_t n, uchar b) {
-    return run_until(
-        p, n, [b](block bytes) { return bytes.equal_to(b); }, [b](uchar byte) { return byte == b; });
+    std::size_t i = 0;
+    if constexpr (has_vectors) {
+        for (; i + block::size <= n; i += block::size)
+            if (const auto hit = block::load(p + i).equal_to(b); hit != 0)
+                return i + static_cast<std::size_t>(std::countr_zero(hit));
+        if (i == n) return n;
+        const auto hit = static_cast<std::size_t>(std::countr_zero(block::load_first(p + i, n - i).equal_to(b)));
+        return hit < n - i ? i + hit : n;
+    }
+    while (i < n && p[i] != b)
+        ++i;
+    return i;
 }
 
 std::size_t trailing_run(const uchar* p, std::size_t n, uchar b) {

@@ -228,41 +228,43 @@ void map_all(const byte_map& map, const uchar* src, std::size_t n, uchar* dst) {
 } // namespace
 
 std::size_t decode_bytes(const byte_decoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst) {
-    if constexpr (!has_vectors) return 0;
-    return leaving([&] {
-        switch (layout) {
-        case unit_layout::ucs2_big:
-            decode_units<order::big>(plan, src, n, dst);
-            break;
-        case unit_layout::ucs2_little:
-            decode_units<order::little>(plan, src, n, dst);
-            break;
-        case unit_layout::ucs4_big:
-            decode_each<form::ucs4, order::big>(plan, src, n, dst);
-            break;
-        case unit_layout::ucs4_little:
-            decode_each<form::ucs4, order::little>(plan, src, n, dst);
-            break;
-        }
+    if constexpr (has_vectors) {
+        leaving([&] {
+            switch (layout) {
+            case unit_layout::ucs2_big:
+                return decode_units<order::big>(plan, src, n, dst);
+            case unit_layout::ucs2_little:
+                return decode_units<order::little>(plan, src, n, dst);
+            case unit_layout::ucs4_big:
+                return decode_each<form::ucs4, order::big>(plan, src, n, dst);
+            case unit_layout::ucs4_little:
+                break;
+            }
+            return decode_each<form::ucs4, order::little>(plan, src, n, dst);
+        });
         return n;
-    });
+    }
+    return 0;
 }
 
 encoded_bytes encode_bytes(const byte_encoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst) {
-    if constexpr (!has_vectors) return {0, false};
-    return leaving([&]() -> encoded_bytes {
-        switch (layout) {
-        case unit_layout::ucs2_big:
-            return {n, encode_units<order::big>(plan, src, n, dst)};
-        case unit_layout::ucs2_little:
-            return {n, encode_units<order::little>(plan, src, n, dst)};
-        case unit_layout::ucs4_big:
-            return {n, encode_each<form::ucs4, order::big>(plan, src, n, dst)};
-        case unit_layout::ucs4_little:
-            return {n, encode_each<form::ucs4, order::little>(plan, src, n, dst)};
-        }
-        return {0, false};
-    });
+    if constexpr (has_vectors) {
+        const bool replaced = leaving([&] {
+            switch (layout) {
+            case unit_layout::ucs2_big:
+                return encode_units<order::big>(plan, src, n, dst);
+            case unit_layout::ucs2_little:
+                return encode_units<order::little>(plan, src, n, dst);
+            case unit_layout::ucs4_big:
+                return encode_each<form::ucs4, order::big>(plan, src, n, dst);
+            case unit_layout::ucs4_little:
+                break;
+            }
+            return encode_each<form::ucs4, order::little>(plan, src, n, dst);
+        });
+        return {n, replaced};
+    }
+    return {0, false};
 }
 
 void map_bytes(const byte_map& map, const uchar* src, std::size_t n, uchar* dst) {

@@ -20,16 +20,6 @@ struct ascii_letters {
     static void upper_all(uchar* p, std::size_t n) { flip_letters('a', p, n); }
 };
 
-/// Runs `each(p)` over the bytes that are characters of their own; steps over the others.
-template <class Step, class Each>
-void each_single(uchar* p, offset_t len, Step step, Each each) {
-    for (offset_t at = 0; at < len;) {
-        const offset_t size = step(p + at, len - at);
-        if (size == 1) each(p[at]);
-        at += size;
-    }
-}
-
 template <class Letters, class Step>
 void init_cap(uchar* p, offset_t len, Step step) {
     bool at_word_start = true;
@@ -66,13 +56,8 @@ concept single_byte_text = requires {
     F::single_byte_text;
 };
 
-/// Whether F changes the case of ASCII letters by whole blocks.
-template <class F>
-concept flips_by_blocks = requires(uchar* p) {
-    F::flip_case('A', p, 1);
-};
-
-/// The case slot of a family: letters of one byte, steps over whatever is longer.
+/// The case slot of a family: letters of one byte, over whatever is longer. Of a family with longer characters only ASCII's
+/// change, by F's `flip_case`.
 template <class F, class Letters = ascii_letters>
 struct letter_case {
     static void convert_case(qzstr_case_t case_type, char* str, int str_len) {
@@ -81,13 +66,15 @@ struct letter_case {
         const offset_t len = at_least_0(str_len);
         switch (case_type) {
         case QZSTR_CASE_LOWER:
-            if constexpr (single_byte_text<F>) return Letters::lower_all(p, static_cast<std::size_t>(len));
-            if constexpr (flips_by_blocks<F>) return F::flip_case('A', p, len);
-            return each_single(p, len, step, [](uchar& b) { b = Letters::lower(b); });
+            if constexpr (single_byte_text<F>)
+                return Letters::lower_all(p, static_cast<std::size_t>(len));
+            else
+                return F::flip_case('A', p, len);
         case QZSTR_CASE_UPPER:
-            if constexpr (single_byte_text<F>) return Letters::upper_all(p, static_cast<std::size_t>(len));
-            if constexpr (flips_by_blocks<F>) return F::flip_case('a', p, len);
-            return each_single(p, len, step, [](uchar& b) { b = Letters::upper(b); });
+            if constexpr (single_byte_text<F>)
+                return Letters::upper_all(p, static_cast<std::size_t>(len));
+            else
+                return F::flip_case('a', p, len);
         case QZSTR_CASE_INITCAP:
             return init_cap<Letters>(p, len, step);
         case QZSTR_CASE_TRIM_UPPER:

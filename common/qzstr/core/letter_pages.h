@@ -23,9 +23,9 @@ constexpr unsigned upper_bits(const uchar* p, int length) {
     return length == 3 ? (p[0] & 0x0FU) << 6 | (p[1] & 0x3FU) : p[0] & 0x1FU;
 }
 
-/// Changes the character of `length` bytes at p in place; anything malformed, and whatever has no case, stays.
+/// Changes the character of `length` bytes, two at least, at p in place; anything malformed, and whatever has no case, stays.
 inline void change_letter(const letter_pages& letters, uchar* p, int length) {
-    if (length < 2 || length > 3 || p[0] == 0xE0)
+    if (length > 3 || p[0] == 0xE0)
         return; // below U+1000 no letter of three bytes has case, and overlong forms have none
     const uchar page = letters.page_of[upper_bits(p, length)];
     uchar& last = p[length - 1];

@@ -175,7 +175,7 @@ void scan(const probe_bytes& probes, const uchar* text, start_range left, Visito
     }
 }
 
-/// Whether n bytes are equal; adds the words compared to `work`.
+/// Whether n bytes, three at least, are equal; adds the words compared to `work`.
 inline bool equal_bytes(const uchar* a, const uchar* b, std::size_t n, offset_t& work) {
     const auto same = [&]<class Word>(Word, std::size_t at) {
         Word x, y;
@@ -185,7 +185,6 @@ inline bool equal_bytes(const uchar* a, const uchar* b, std::size_t n, offset_t&
     };
     const auto ends_same = [&]<class Word>(Word w) { return same(w, 0) && same(w, n - sizeof w); };
     ++work;
-    if (n < 2) return n == 0 || *a == *b;
     if (n < 4) return ends_same(std::uint16_t{});
     if (n < 8) return ends_same(std::uint32_t{});
     for (std::size_t at = 0; at + 8 < n; at += 8, ++work)
