@@ -111,4 +111,101 @@ TEST(Faults, AreNotHere) {
     take_assertions();
 }
 
+/// A call that breaks one precondition: what it asserts, and what it answers, which is what an empty text gives.
+void expect_broken(const std::string& what, const std::string& expression, const ints& answer, const ints& found) {
+    std::string reported;
+    for (const std::string& assertion : take_assertions())
+        reported += assertion.substr(0, assertion.find('@'));
+    EXPECT_EQ(reported, expression) << what;
+    EXPECT_EQ(found, answer) << what;
+}
+
+// A null pointer is reported, and never followed.
+TEST(BrokenPreconditions, OfConversions) {
+    char text[] = "abcd";
+    const auto expect = [&](const std::string& what, auto slot, const char* source, const char* target) {
+        for (const int missing : {0, 1, 2}) {
+            char buf[16] = "";
+            int read = 9, written = 9;
+            const int status = static_cast<int>(slot(missing == 0 ? nullptr : text, 4, missing == 1 ? nullptr : buf, 16,
+                                                     &read, missing == 2 ? nullptr : &written));
+            expect_broken(what,
+                          missing == 0   ? source
+                          : missing == 1 ? target
+                                         : "write_len != NULL",
+                          {0, 0, missing == 2 ? 9 : 0}, {status, read, written});
+            EXPECT_STREQ(buf, "") << what;
+        }
+    };
+    for (int i = 0; i < QZSTR_CHARSET_MAX; ++i) {
+        const auto& row = _charset_info[i];
+        const std::string name = row.name;
+        const auto in_order = [](auto slot) { return [=](auto... a) { return slot(a..., uchar{1}); }; };
+        expect(name + " to_ucs2", in_order(row.qzstr_to_ucs2_fn), "str != NULL", "ucs2 != NULL");
+        expect(name + " to_ucs4", in_order(row.qzstr_to_ucs4_fn), "str != NULL", "ucs4 != NULL");
+        expect(name + " from_ucs2", in_order(row.qzstr_from_ucs2_fn), "ucs2 != NULL", "str != NULL");
+        expect(name + " from_ucs4", in_order(row.qzstr_from_ucs4_fn), "ucs4 != NULL", "str != NULL");
+        const bool is_utf16 = i == QZSTR_CHARSET_UTF16;
+        for (int to = 0; to < QZSTR_CHARSET_MAX; ++to) {
+            // These cells are a slot of the other row, and name its arguments.
+            const bool encodes = is_utf16 && (to == 0 || to == 10 || (to >= 12 && to <= 14));
+            const bool decodes = to == QZSTR_CHARSET_UTF16 && row.max_bytes_per_char != 4 && !is_utf16;
+            expect(
+                name + " to " + _charset_info[to].name,
+                [&](char* str, int len, auto... out) {
+                    return row.qzstr_get_another_charset_str_fn[to](static_cast<qzstr_charset_t>(i), str, len,
+                                                                    static_cast<qzstr_charset_t>(to), out...);
+                },
+                encodes ? "ucs2 != NULL" : "str != NULL",
+                encodes   ? "str != NULL"
+                : decodes ? "ucs2 != NULL"
+                          : "buf != NULL");
+        }
+    }
+}
+
+TEST(BrokenPreconditions, OfPositions) {
+    char text[] = "abcd", *const none = nullptr;
+    for (const auto& row : _charset_info) {
+        const std::string name = row.name;
+        const bool counts_all =
+            &row == &_charset_info[QZSTR_CHARSET_ASCII] || &row == &_charset_info[QZSTR_CHARSET_TCVN3];
+        const bool starts_at_0 = &row == &utf8 || &row == &utf16;
+        for (const int missing : {0, 1, 2, 3}) {
+            ints answer = position(row, missing == 3 ? "abcd" : "", 2);
+            if (missing != 3 && &row == &utf16) answer = {-9, -9, -9}; // of an empty text it asserts
+            take_assertions();
+            int start = -9, end = -9, count = -9;
+            row.qzstr_get_byte_pos_fn(missing == 0 ? none : text, 4, 2, missing == 1 ? nullptr : &start,
+                                      missing == 2 ? nullptr : &end, missing == 3 ? nullptr : &count);
+            const char* const asserted[] = {"str != NULL", "start_pos != NULL", "end_pos != NULL", ""};
+            if (missing != 0) answer[static_cast<std::size_t>(missing - 1)] = -9;
+            expect_broken(name + " get_byte_pos", asserted[missing], answer, {start, end, count});
+        }
+        if (&row == &iso2022kr || &row == &_charset_info[QZSTR_CHARSET_US8ICL]) continue; // refuse
+        const auto call = [&](auto slot, char* str, auto... more) {
+            return ints{static_cast<int>(slot(str, more...))};
+        };
+        const uchar ahead = 1;
+        expect_broken(name + " count_char", "str != NULL", {0}, call(row.qzstr_count_char_fn, none, 1));
+        expect_broken(name + " count_byte", "str != NULL", {0}, call(row.qzstr_count_byte_fn, none, 1));
+        expect_broken(name + " count_char", counts_all ? "" : "byte_cnt >= 0", {0},
+                      call(row.qzstr_count_char_fn, text, -1));
+        expect_broken(name + " count_byte", counts_all ? "" : "char_cnt >= 0", {counts_all ? -1 : 0},
+                      call(row.qzstr_count_byte_fn, text, -1));
+        for (const int offset : {2, -2}) {
+            char* const str = offset < 0 ? text : none;
+            const char* const expression = offset < 0 ? "byte_offset >= 0" : "str != NULL";
+            const int leading = starts_at_0 && offset < 0 ? 0 : offset;
+            expect_broken(name + " starts", expression, {1}, call(row.qzstr_is_char_leading_byte, str, offset));
+            expect_broken(name + " start", expression, {leading}, call(row.qzstr_get_char_leading_byte, str, offset));
+            expect_broken(name + " ends", expression, {1}, call(row.qzstr_is_char_ending_byte, str, offset));
+            expect_broken(name + " end", expression, {offset},
+                          call(row.qzstr_get_char_ending_byte, str, offset, ahead));
+        }
+    }
+    EXPECT_EQ(utf16.qzstr_get_first_trailing_space_fn(none, 2), -1);
+    EXPECT_EQ(take_assertions().size(), 1U);
+}
+
 } // namespace

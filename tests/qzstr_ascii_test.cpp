@@ -46,6 +46,16 @@ TEST(Ascii, TrailingBlanksAreOnlyBlanks) {
         EXPECT_EQ(ascii.qzstr_get_first_trailing_space_fn(const_cast<char*>(text), static_cast<int>(strlen(text))),
                   offset)
             << text;
+    for (std::size_t blanks = 0; blanks < 200; ++blanks)
+        for (const std::string& text : {std::string(), std::string("ab \tc")}) {
+            const guarded memory;
+            const int begin = static_cast<int>(text.size()), len = begin + static_cast<int>(blanks);
+            char* const p = memory.place(text + std::string(blanks, ' '));
+            for (const level& l : levels())
+                EXPECT_EQ(l.catalogue[QZSTR_CHARSET_ASCII].qzstr_get_first_trailing_space_fn(p, len),
+                          blanks == 0 ? -1 : begin)
+                    << l.name << " " << blanks;
+        }
     char spaces[] = "\t\v \x85\xA0"
                     "a";
     std::string found;

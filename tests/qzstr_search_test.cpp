@@ -22,6 +22,7 @@ struct functions {
     decltype(&qzstr_kmp_set_start_pos) set_start_pos;
     decltype(&qzstr_kmp_main_loop) main_loop;
     decltype(&qzstr_naive_search_with_wc) wildcards;
+    decltype(&qzstr_ucs2_get_byte_pos_with_disp_size) fit;
 };
 
 const std::vector<functions>& all_levels() {
@@ -34,7 +35,8 @@ const std::vector<functions>& all_levels() {
 #define QZSTR_LOADED(name) loaded(&name, #name)
             found.push_back({level.name, QZSTR_LOADED(qzstr_kmp_search), QZSTR_LOADED(qzstr_kmp_compute_next),
                              QZSTR_LOADED(qzstr_kmp_set_start_pos), QZSTR_LOADED(qzstr_kmp_main_loop),
-                             QZSTR_LOADED(qzstr_naive_search_with_wc)});
+                             QZSTR_LOADED(qzstr_naive_search_with_wc),
+                             QZSTR_LOADED(qzstr_ucs2_get_byte_pos_with_disp_size)});
         }
         return found;
     }();
@@ -285,14 +287,26 @@ TEST(KmpSearch, AbsurdArgumentsAssertAndStayInsideTheirBuffers) {
             EXPECT_TRUE(assertions[0].starts_with(std::string(r.assertion) + "@common/qzstr/qzstr:")) << assertions[0];
         }
     }
-    int count = untouched, table[2] = {untouched, untouched}, slot = untouched;
-    qzstr_kmp_search(nullptr, 3, chars(pattern), 2, 1, 1, 0, 1, 1, 0, &count, &slot);
-    EXPECT_EQ((ints{count, slot}), (ints{0, -1}));
-    qzstr_kmp_compute_next(nullptr, 3, 1, table);
-    EXPECT_EQ((ints{table[0], table[1]}), (ints{-1, untouched}));
-    qzstr_kmp_main_loop(nullptr, 3, chars(pattern), 2, 1, 1, 0, 0, 1, 1, 0, nullptr, &count, &slot);
-    EXPECT_EQ((ints{count, slot}), (ints{0, -1}));
-    EXPECT_EQ(take_assertions().size(), 3u);
+    char *const p = chars(text), *const w = chars(pattern), *const none = nullptr;
+    for (const auto& [src, ptn] : {std::pair{none, w}, {p, none}}) {
+        int count = untouched, slot = untouched;
+        qzstr_kmp_search(src, 3, ptn, 2, 1, 1, 0, 1, 1, 0, &count, &slot);
+        EXPECT_EQ((ints{count, slot}), (ints{0, -1}));
+        EXPECT_EQ(take_assertions().size(), 1u);
+    }
+    for (const auto& [ptn, len] : {std::pair{none, 3}, {w, -1}}) {
+        int table[2] = {untouched, untouched};
+        qzstr_kmp_compute_next(ptn, len, 1, table);
+        EXPECT_EQ((ints{table[0], table[1]}), (ints{-1, untouched}));
+        EXPECT_EQ(take_assertions().size(), 1u);
+    }
+    for (const auto& [src, src_len, ptn, ptn_len] :
+         {std::tuple{none, 3, w, 2}, {p, 3, none, 2}, {p, -1, w, 2}, {p, 0, w, -1}}) {
+        int count = untouched, slot = untouched;
+        qzstr_kmp_main_loop(src, src_len, ptn, ptn_len, 1, 1, 0, 0, 1, 1, 0, nullptr, &count, &slot);
+        EXPECT_EQ((ints{count, slot}), (ints{0, -1}));
+        EXPECT_EQ(take_assertions().size(), 1u);
+    }
     qzstr_kmp_search(chars(text), 8, chars(pattern), 2, 1, 1, 0, 1, 2, 0, nullptr, nullptr); // both may be missing
 }
 
@@ -478,14 +492,15 @@ TEST(WildcardSearch, PartialUnitsAbsurdArgumentsAndTheEscape) {
             << support::hex(r.pattern) << " in " << support::hex(r.text) << ' ' << testing::PrintToString(r.q);
         EXPECT_EQ(take_assertions().size(), r.assertions);
     }
-    int count = untouched, slot = untouched;
-    qzstr_naive_search_with_wc(nullptr, 2, chars("ab"), 2, nullptr, 0, 2, 1, 0, 1, 1, 0, &count, &slot, nullptr);
-    EXPECT_EQ((ints{count, slot}), (ints{0, -1}));
-    qzstr_naive_search_with_wc(chars("ab"), 2, chars("ab"), 2, nullptr, 0, 2, 1, 0, 1, 1, 0, &count, nullptr, nullptr);
-    EXPECT_EQ(count, 0);
-    const auto assertions = take_assertions();
-    ASSERT_EQ(assertions.size(), 2u);
-    EXPECT_TRUE(assertions[0].starts_with("src != NULL && ptn != NULL && result != NULL@common/qzstr/qzstr:"));
+    for (const int missing : {0, 1, 2}) {
+        int count = untouched, slot = untouched;
+        qzstr_naive_search_with_wc(missing == 0 ? nullptr : chars("ab"), 2, missing == 1 ? nullptr : chars("ab"), 2,
+                                   nullptr, 0, 2, 1, 0, 1, 1, 0, &count, missing == 2 ? nullptr : &slot, nullptr);
+        EXPECT_EQ((ints{count, slot}), (ints{0, missing == 2 ? untouched : -1}));
+        const auto assertions = take_assertions();
+        ASSERT_EQ(assertions.size(), 1u);
+        EXPECT_TRUE(assertions[0].starts_with("src != NULL && ptn != NULL && result != NULL@common/qzstr/qzstr:"));
+    }
 }
 
 /// A caller that sees a text in chunks and keeps only what a match may still need: the longest tail that matched so far.
@@ -536,9 +551,8 @@ TEST(Ucs2DisplaySize, CutsWhereTheWalkWould) {
         for (char& c : text)
             c = static_cast<char>(round % 3 == 0 ? 0x41 : round % 3 == 1 ? 0xAC : random());
         const int limit = static_cast<int>(random() % 320) - 5, byte_len = static_cast<int>(text.size());
-        int bytes = untouched, width = untouched, w = 0, b = 0;
-        uchar less = 9, cut = 0;
-        qzstr_ucs2_get_byte_pos_with_disp_size(text.data(), byte_len, limit, &bytes, &width, &less);
+        int w = 0, b = 0;
+        uchar cut = 0;
         while (b + 2 <= byte_len && cut == 0) {
             const int wider = w + (static_cast<uchar>(text[static_cast<std::size_t>(b)]) >= 0x80 ? 2 : 1);
             cut = wider >= limit;
@@ -547,7 +561,12 @@ TEST(Ucs2DisplaySize, CutsWhereTheWalkWould) {
                 b += 2;
             }
         }
-        ASSERT_EQ((ints{bytes, width, less}), (ints{b, w, cut})) << byte_len << " bytes, limit " << limit;
+        for (const functions& level : all_levels()) {
+            int bytes = untouched, width = untouched;
+            uchar less = 9;
+            level.fit(text.data(), byte_len, limit, &bytes, &width, &less);
+            ASSERT_EQ((ints{bytes, width, less}), (ints{b, w, cut})) << level.name << ' ' << byte_len << ' ' << limit;
+        }
     }
     int bytes = untouched, width = untouched;
     uchar less = 9;
