@@ -1,9 +1,9 @@
-// UTF-8 and UTF-16, 64 bytes at a time. A block of UTF-8 is taken as bit masks of its byte classes; where continuation bytes
-// stand exactly where the leads ask for them, its characters are the bytes that continue nothing. From the first malformed
-// character on, a block is the exact routine's.
+// UTF-8 and UTF-16, 64 bytes at a time. A block of UTF-8 is taken as bit masks of its byte classes (utf8_blocks.h), which also
+// tell how far each malformed character goes.
 #include "core/kernels.h"
 #include "core/letter_pages.h"
 #include "core/units.h"
+#include "core/utf8_blocks.h"
 #include "core/utf8_width.h"
 #include "core/vector.h"
 
@@ -22,10 +22,13 @@ namespace qzstr::core::QZSTR_LEVEL {
 moved decode_utf8(unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
     return {};
 }
+replacing_run decode_utf8_replacing(unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
+    return {};
+}
 moved encode_utf8(unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
     return {};
 }
-moved decode_utf8_to_utf16(const uchar*, std::size_t, uchar*, std::size_t) {
+replacing_run decode_utf8_to_utf16(const uchar*, std::size_t, uchar*, std::size_t) {
     return {};
 }
 moved encode_utf16_as_utf8(const uchar*, std::size_t, uchar*, std::size_t) {
@@ -56,105 +59,6 @@ moved ucs4_to_utf16(unit_layout, const uchar*, std::size_t, uchar*, std::size_t)
 #else
 
 namespace {
-
-constexpr std::size_t block_size = 64;
-/// Bytes behind a block that may be read with it.
-constexpr std::size_t beyond = 16;
-
-/// The last bytes of a text, with room to read a block and a character.
-struct padded {
-    alignas(64) uchar bytes[block_size + beyond];
-    padded(const uchar* p, std::size_t n) {
-#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
-        // One store, which the loads that follow need not wait for.
-        _mm512_store_si512(bytes, _mm512_maskz_loadu_epi8(first_bits(n), p));
-        std::memset(bytes + block_size, 0, beyond);
-#else
-        std::memset(bytes, 0, sizeof bytes);
-        std::memcpy(bytes, p, n);
-#endif
-    }
-};
-
-/// Runs work(text) over the block at p, where `left` bytes are left of the text.
-template <class Work>
-auto over_block(const uchar* p, std::size_t left, Work work) {
-    if (left >= block_size + beyond) return work(text_at{p});
-#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
-    return work(text_end{p, left});
-#else
-    const padded last(p, std::min(left, block_size));
-    return work(text_at{last.bytes});
-#endif
-}
-
-template <class Text>
-std::uint64_t inside(Text p, uchar first, uchar last) {
-    return p.mask([=](block b) { return b.within({first, last}); });
-}
-template <class Text>
-std::uint64_t from(Text p, uchar first) {
-    return p.mask([=](block b) { return b.at_least(first); });
-}
-template <class Text>
-std::uint64_t equal(Text p, uchar value) {
-    return p.mask([=](block b) { return b.equal_to(value); });
-}
-
-/// The structure of 64 bytes: what continues a character, where continuations must stand, what can be neither.
-struct structure {
-    std::uint64_t continuations, expected, impossible, three, four;
-    uchar spill; ///< continuations that the next block must begin with, as low bits
-
-    template <class Text>
-    static structure of(Text p, std::uint64_t carry) {
-        const std::uint64_t high = p.mask([](block b) { return b.high_bits(); });
-        const std::uint64_t c0 = from(p, 0xC0), c2 = from(p, 0xC2), f5 = from(p, 0xF5);
-        const std::uint64_t two = c2 & ~f5, three = from(p, 0xE0) & ~f5, four = from(p, 0xF0) & ~f5;
-        return {high & ~c0,
-                two << 1 | three << 2 | four << 3 | carry,
-                (c0 & ~c2) | f5,
-                three & ~four,
-                four,
-                static_cast<uchar>(two >> 63 | three >> 62 | four >> 61)};
-    }
-    std::uint64_t starts() const { return ~continuations; }
-    std::uint64_t misplaced() const { return continuations ^ expected; }
-    /// Of the first n bytes, those before a character that they cut.
-    std::size_t whole_bytes(std::size_t n) const {
-        if (n < block_size ? (expected >> n & 1) == 0 : spill == 0) return n;
-        const std::uint64_t begun = starts() & first_bits(n);
-        return begun == 0 ? 0 : 63 - static_cast<std::size_t>(std::countl_zero(begun));
-    }
-};
-
-/// The characters of a block that begins with one: well-formed ones up to the first that is not, or that the end cuts.
-struct well_formed {
-    std::uint64_t starts;
-    std::size_t bytes;
-
-    static well_formed of(const uchar* block, std::size_t n, bool four_bytes) {
-        const text_at p{block};
-        const std::uint64_t text = first_bits(n);
-        const structure s = structure::of(p, 0);
-        const std::uint64_t upper_half = from(p, 0xA0);
-        std::uint64_t wrong = s.misplaced() | s.impossible;
-        wrong |= (equal(p, 0xE0) << 1 & ~upper_half) | (equal(p, 0xED) << 1 & upper_half);
-        if (s.four != 0) {
-            const std::uint64_t from_90 = from(p, 0x90);
-            wrong |= (equal(p, 0xF0) << 1 & ~from_90) | (equal(p, 0xF4) << 1 & from_90);
-            if (!four_bytes) wrong |= s.four << 1;
-        }
-        wrong &= text;
-        const bool whole = n < block_size ? (s.expected >> n & 1) == 0 : s.spill == 0;
-        if (wrong == 0 && whole) [[likely]]
-            return {s.starts() & text, n};
-        // Up to the last character, which is cut, or up to the one that is or precedes the first mistake.
-        const std::uint64_t before = s.starts() & text & (wrong != 0 ? first_bits(lowest(wrong)) : ~0ULL);
-        const std::size_t bytes = before == 0 ? 0 : 63 - static_cast<std::size_t>(std::countl_zero(before));
-        return {before & first_bits(bytes), bytes};
-    }
-};
 
 #if QZSTR_LEVEL_NUMBER < QZSTR_IS_avx512
 
@@ -257,11 +161,19 @@ bool is_ascii_block(const uchar* p) {
     return mask_64(p, [](block b) { return b.high_bits(); }) == 0;
 }
 
+/// A well-formed character beyond the BMP.
+char32_t join_four(const uchar* p) {
+    return (p[0] & 0x07U) << 18 | (p[1] & 0x3FU) << 12 | (p[2] & 0x3FU) << 6 | (p[3] & 0x3FU);
+}
+
+/// With `stops`, only up to the first malformed character.
 template <form Form, order Order>
-moved decode_utf8_by_starts(const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
+[[gnu::noinline]] replacing_run decode_utf8_by_starts(const uchar* src, std::size_t n, uchar* dst, std::size_t units,
+                                                      bool stops) {
     constexpr std::size_t unit = unit_size<Form>, group = 8;
     std::size_t base = 0, done = 0;
-    // Decodes what a block of `taken` bytes has; false where the exact routine must look, or the target is full.
+    bool replaced = false;
+    // Decodes what a block of `taken` bytes has; false at the end, at a mistake where that stops, or in a full target.
     const auto block_done = [&](const uchar* p, std::size_t taken) {
         if (is_ascii_block(p)) {
             const std::size_t fits = std::min(taken, units - done);
@@ -270,39 +182,72 @@ moved decode_utf8_by_starts(const uchar* src, std::size_t n, uchar* dst, std::si
             done += fits;
             return fits == taken;
         }
-        well_formed text = well_formed::of(p, taken, Form != form::ucs2);
-        if (static_cast<std::size_t>(std::popcount(text.starts)) > units - done) {
-            text.bytes = nth_bit(text.starts, units - done);
-            text.starts &= first_bits(text.bytes);
+        const structure s = structure::of(text_at{p}, 0);
+        whole_characters c = whole_characters::of(s, s.wrong(text_at{p}) | (Form == form::ucs2 ? s.four : 0), taken);
+        if (stops && c.wrong != 0) c.keep(c.number(lowest(c.wrong)));
+        bool goes_on = c.bytes + 3 >= taken;
+        if (Form == form::utf16 && s.four != 0 && c.bytes != 0) {
+            if ((s.four & 1) != 0 && (c.wrong & 15) == 0) {
+                if (units - done < 2) return false;
+                const char32_t pair = join_four(p);
+                store_unit<Form, Order>(dst + done * unit, 0xD7C0 + (pair >> 10));
+                store_unit<Form, Order>(dst + (done + 1) * unit, 0xDC00 + (pair & 0x3FF));
+                base += 4;
+                done += 2;
+                return true;
+            }
+            c.keep(std::max<std::size_t>(c.number(lowest(s.four)), 1));
+            goes_on = true;
         }
-        decode_marked<Form, Order>(p, text.starts, text.bytes, dst + done * unit, units - done >= block_size + group);
-        base += text.bytes;
-        done += static_cast<std::size_t>(std::popcount(text.starts));
-        return text.bytes + 3 >= taken;
+        const std::size_t wanted = c.bytes;
+        c.keep(units - done);
+        uchar* const to = dst + done * unit;
+        decode_marked<Form, Order>(p, c.starts, c.bytes, to, units - done >= block_size + group);
+        replaced |= c.wrong != 0;
+        for (std::uint64_t wrong = c.wrong; wrong != 0; wrong &= wrong - 1)
+            store_unit<Form, Order>(to + c.number(lowest(wrong)) * unit, 0xFFFD);
+        base += c.bytes;
+        done += static_cast<std::size_t>(std::popcount(c.starts));
+        return goes_on && c.bytes == wanted;
     };
     while (n - base >= block_size + beyond)
-        if (!block_done(src + base, block_size)) return {base, done * unit};
+        if (!block_done(src + base, block_size)) return {base, done * unit, replaced};
     while (base < n && done < units) {
         const std::size_t taken = std::min(n - base, block_size), before = base;
         const padded last(src + base, taken);
         if (!block_done(last.bytes, taken) || base == before) break;
     }
-    return {base, done * unit};
+    return {base, done * unit, replaced};
 }
 
 template <form Form, order Order>
-moved decode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
+replacing_run decode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t units, bool stops) {
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
     if constexpr (Form != form::ucs4) {
-        const moved fast = decode_utf8_units<Form == form::utf16, Order>(src, n, dst, units);
+        const replacing_run fast = decode_utf8_units<Form == form::utf16, Order>(src, n, dst, units, stops);
         if (fast.read == n) return fast;
-        const moved rest =
-            decode_utf8_by_starts<form::ucs2, Order>(src + fast.read, std::min(n - fast.read, block_size + beyond),
-                                                     dst + fast.written, units - fast.written / 2);
-        return {fast.read + rest.read, fast.written + rest.written};
+        const replacing_run rest =
+            decode_utf8_by_starts<Form, Order>(src + fast.read, std::min(n - fast.read, block_size + beyond),
+                                               dst + fast.written, units - fast.written / 2, stops);
+        return {fast.read + rest.read, fast.written + rest.written, fast.replaced || rest.replaced};
     }
 #endif
-    return decode_utf8_by_starts < Form == form::ucs4 ? Form : form::ucs2, Order > (src, n, dst, units);
+    return decode_utf8_by_starts<Form, Order>(src, n, dst, units, stops);
+}
+
+replacing_run decode_utf8_in(unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units,
+                             bool stops) {
+    switch (layout) {
+    case unit_layout::ucs2_big:
+        return decode_utf8_as<form::ucs2, order::big>(src, n, dst, units, stops);
+    case unit_layout::ucs2_little:
+        return decode_utf8_as<form::ucs2, order::little>(src, n, dst, units, stops);
+    case unit_layout::ucs4_big:
+        return decode_utf8_as<form::ucs4, order::big>(src, n, dst, units, stops);
+    case unit_layout::ucs4_little:
+        return decode_utf8_as<form::ucs4, order::little>(src, n, dst, units, stops);
+    }
+    return {};
 }
 
 #if QZSTR_LEVEL_NUMBER < QZSTR_IS_avx512
@@ -571,7 +516,7 @@ struct block_columns {
 };
 
 /// Whether the bytes at p continue a character, as many as low bits are set in `expected`. Reads four bytes.
-bool continues(const uchar* p, unsigned expected) {
+bool continues(const uchar* p, std::uint64_t expected) {
     std::uint32_t bytes;
     std::memcpy(&bytes, p, 4);
     const std::uint32_t asked = (std::uint32_t{1} << 8 * std::popcount(expected)) - 1;
@@ -590,7 +535,7 @@ struct letters_of_block {
         if ((s.misplaced() & first_bits(n)) != 0) return {0, 0};
         // No letters follow leads C2 and D6 to DF; in E2 and EF there is much punctuation, in EA much Hangul.
         std::uint64_t leads = inside(p, 0xC3, 0xD5);
-        if (s.three != 0) {
+        if (s.three_or_four != 0) {
             leads |= equal(p, 0xE1) | (equal(p, 0xE2) & from(p + 1, 0x84)) | (equal(p, 0xEA) & ~from(p + 1, 0xB0));
             leads |= equal(p, 0xEF) & (equal(p + 1, 0xBD) | (equal(p + 1, 0xBC) & from(p + 2, 0xA0)));
         }
@@ -625,18 +570,14 @@ std::size_t change_block(const letter_pages& letters, uchar first, uchar* p, std
 
 moved decode_utf8(unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
     return leaving([&]() -> moved {
-        switch (layout) {
-        case unit_layout::ucs2_big:
-            return decode_utf8_as<form::ucs2, order::big>(src, n, dst, units);
-        case unit_layout::ucs2_little:
-            return decode_utf8_as<form::ucs2, order::little>(src, n, dst, units);
-        case unit_layout::ucs4_big:
-            return decode_utf8_as<form::ucs4, order::big>(src, n, dst, units);
-        case unit_layout::ucs4_little:
-            return decode_utf8_as<form::ucs4, order::little>(src, n, dst, units);
-        }
-        return {};
+        const replacing_run run = decode_utf8_in(layout, src, n, dst, units, true);
+        return {run.read, run.written};
     });
+}
+
+replacing_run decode_utf8_replacing(unit_layout layout, const uchar* src, std::size_t n, uchar* dst,
+                                    std::size_t units) {
+    return leaving([&] { return decode_utf8_in(layout, src, n, dst, units, false); });
 }
 
 moved encode_utf8(unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
@@ -655,8 +596,8 @@ moved encode_utf8(unit_layout layout, const uchar* src, std::size_t n, uchar* ds
     });
 }
 
-moved decode_utf8_to_utf16(const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
-    return leaving([&] { return decode_utf8_as<form::utf16, order::big>(src, n, dst, units); });
+replacing_run decode_utf8_to_utf16(const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
+    return leaving([&] { return decode_utf8_as<form::utf16, order::big>(src, n, dst, units, false); });
 }
 
 moved encode_utf16_as_utf8(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
@@ -690,13 +631,12 @@ moved skip_utf8(const uchar* p, std::size_t n, std::size_t chars) {
             const std::size_t taken = std::min(n - base, block_size);
             const structure s =
                 over_block(p + base, n - base, [carry](auto text) { return structure::of(text, carry); });
-            if ((s.misplaced() & first_bits(taken)) != 0) break;
             const std::uint64_t starts = s.starts() & first_bits(taken);
             const auto here = static_cast<std::size_t>(std::popcount(starts));
             if (here > chars - passed) return {base + nth_bit(starts, chars - passed), chars};
             passed += here;
             base += taken;
-            carry = taken < block_size ? s.expected >> taken | std::uint64_t{s.spill} << (block_size - taken) : s.spill;
+            carry = taken < block_size ? s.expected >> taken | s.spill() << (block_size - taken) : s.spill();
         }
         return {base + static_cast<std::size_t>(std::popcount(carry)), passed};
     });
@@ -711,15 +651,15 @@ moved fit_utf8(const uchar* p, std::size_t n, std::size_t limit) {
             // What goes on behind a block counts in it where its bytes are there; in the last ones it is left.
             const bool goes_on = left >= block_size + beyond;
             std::size_t bytes = std::min(left, block_size);
-            uchar spill = 0;
+            std::uint64_t spill = 0;
             const block_columns block = over_block(p + base, left, [&](auto text) -> block_columns {
                 const structure s = structure::of(text, carry);
                 const bool well = (s.misplaced() & first_bits(bytes)) == 0;
-                if (goes_on && well && continues(p + base + block_size, s.spill))
-                    spill = s.spill;
+                if (goes_on && well && continues(p + base + block_size, s.spill()))
+                    spill = s.spill();
                 else
                     bytes = well ? s.whole_bytes(bytes) : 0;
-                return {s.starts() & first_bits(bytes), wide_triples_of(text, s.three & first_bits(bytes))};
+                return {s.starts() & first_bits(bytes), wide_triples_of(text, s.three() & first_bits(bytes))};
             });
             if (bytes == 0) break;
             const std::size_t here = block.before(block_size);

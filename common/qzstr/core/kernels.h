@@ -16,6 +16,13 @@ struct moved {
     std::size_t written;
 };
 
+/// The same of a decoder that replaces what is malformed, and whether it did. (Two words are returned in registers.)
+struct replacing_run {
+    std::size_t read;
+    std::size_t written : 63;
+    bool replaced : 1;
+};
+
 /// The same of a kernel that goes past the units of a pivot, and how many of them there would have been.
 struct recoded_run {
     std::size_t read, written, units;
@@ -143,12 +150,16 @@ struct long_forms {
     /* Decodes well-formed UTF-8 into up to `units` units. */                                                          \
     K(moved, decode_utf8, (unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units),        \
       (layout, src, n, dst, units))                                                                                    \
+    /* Decodes any UTF-8, but for its last bytes; the second one to big-endian UTF-16. */                              \
+    K(replacing_run, decode_utf8_replacing,                                                                            \
+      (unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units),                            \
+      (layout, src, n, dst, units))                                                                                    \
+    K(replacing_run, decode_utf8_to_utf16, (const uchar* src, std::size_t n, uchar* dst, std::size_t units),           \
+      (src, n, dst, units))                                                                                            \
     /* Encodes up to n units as UTF-8 into at most `room` bytes. */                                                    \
     K(moved, encode_utf8, (unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t room),         \
       (layout, src, n, dst, room))                                                                                     \
-    /* The same for big-endian UTF-16; surrogate pairs and what they stand for may be taken or left. */                \
-    K(moved, decode_utf8_to_utf16, (const uchar* src, std::size_t n, uchar* dst, std::size_t units),                   \
-      (src, n, dst, units))                                                                                            \
+    /* The same for big-endian UTF-16; surrogate pairs may be taken or left. */                                        \
     K(moved, encode_utf16_as_utf8, (const uchar* src, std::size_t n, uchar* dst, std::size_t room),                    \
       (src, n, dst, room))                                                                                             \
     /* Passes at most `chars` characters of UTF-8 that begin in the first n bytes, as skip_pairs. */                   \

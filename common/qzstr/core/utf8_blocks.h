@@ -58,8 +58,12 @@ std::uint64_t equal(Text p, uchar value) {
 }
 
 /// The first n bytes of a block, without a branch: where characters end in it is chance.
-constexpr std::uint64_t bytes_before(std::size_t n) {
+inline std::uint64_t bytes_before(std::size_t n) {
+#if QZSTR_LEVEL_NUMBER >= QZSTR_IS_avx2
+    return _bzhi_u64(~std::uint64_t{0}, static_cast<unsigned>(n));
+#else
     return ((std::uint64_t{1} << n % block_size) - 1) | -static_cast<std::uint64_t>(n / block_size);
+#endif
 }
 
 /// The structure of 64 bytes. A lead takes as many bytes along as it asks for, whatever they are: `leads` are those that no

@@ -17,12 +17,11 @@ namespace {
 
 // ---- Decoding into 16-bit units -------------------------------------------------------------------------------------
 
-/// The bytes `Back` places before p, p + 1 ...: of a text that begins `before` bytes before p and has n more. Lanes without
-/// such a byte are zero.
+/// The bytes `Back` places before those of p that are `inside` a text; a text that `began` before goes on there. Lanes
+/// without such a byte are zero.
 template <int Back>
-__m512i load_edge(const uchar* p, std::size_t before, std::size_t n) {
-    const std::uint64_t there = first_bits(n + Back) & ~first_bits(Back - std::min<std::size_t>(before, Back));
-    return _mm512_maskz_loadu_epi8(there, p - Back);
+__m512i load_edge(const uchar* p, std::uint64_t inside, bool began) {
+    return _mm512_maskz_loadu_epi8(inside << Back | (began ? first_bits(Back) : 0), p - Back);
 }
 
 /// Second bytes, as one bit for 80 to 8F, 90 to 9F and A0 to BF, and which of them may not follow a lead; by the low six bits
@@ -183,16 +182,18 @@ void store_units(uchar* dst, __m512i low, __m512i high, std::size_t count, std::
 /// Decodes block by block, up to one without room, and the rest of the text; what the end of the text cuts stays. With
 /// `stops`, only up to the first malformed character.
 template <bool Pairs, order Order>
-replacing_run decode_utf8_units(const uchar* src, std::size_t n, uchar* dst, std::size_t units, bool stops) {
+[[gnu::always_inline]] inline replacing_run decode_utf8_units(const uchar* src, std::size_t n, uchar* dst,
+                                                              std::size_t units, bool stops) {
     std::size_t base = 0, done = 0;
     std::size_t whole = 0; // up to here the text ends with a character for certain
     bool replaced = false, goes_on = false, edge = true;
     while (base < n) {
         const uchar* const p = src + base;
         const std::size_t taken = std::min(n - base, block_size);
-        const bool at_edge = edge || taken < block_size;
+        const std::uint64_t inside = bytes_before(taken);
+        const bool at_edge = edge || taken<block_size, began = base> whole;
         text_and_before t;
-        t.text = at_edge ? load_edge<0>(p, 0, taken) : _mm512_loadu_si512(p);
+        t.text = at_edge ? load_edge<0>(p, inside, began) : _mm512_loadu_si512(p);
         if (_mm512_movepi8_mask(t.text) == 0 && !goes_on && units - done >= taken) {
             store_units<Order>(dst + 2 * done, t.text, _mm512_setzero_si512(), taken, units - done);
             base += taken;
@@ -200,17 +201,17 @@ replacing_run decode_utf8_units(const uchar* src, std::size_t n, uchar* dst, std
             edge = false;
             continue;
         }
-        t.back_1 = at_edge ? load_edge<1>(p, base - whole, taken) : _mm512_loadu_si512(p - 1);
-        t.back_2 = at_edge ? load_edge<2>(p, base - whole, taken) : _mm512_loadu_si512(p - 2);
-        t.back_3 = at_edge ? load_edge<3>(p, base - whole, taken) : _mm512_loadu_si512(p - 3);
-        edge = false;
-        goes_on = taken == block_size && seems_cut(p + block_size);
+        t.back_1 = at_edge ? load_edge<1>(p, inside, began) : _mm512_loadu_si512(p - 1);
+        t.back_2 = at_edge ? load_edge<2>(p, inside, began) : _mm512_loadu_si512(p - 2);
+        t.back_3 = at_edge ? load_edge<3>(p, inside, began) : _mm512_loadu_si512(p - 3);
         const places seen = places::of(t);
-        block_plan plan{seen, 0, ~(seen.expected() >> 1 | std::uint64_t{goes_on} << 63), taken};
+        const std::uint64_t expected = seen.expected();
+        bool is_cut = taken == block_size ? seems_cut(p + block_size) : (expected >> taken & 1) != 0;
+        block_plan plan{seen, 0, ~(expected >> 1 | std::uint64_t{is_cut} << 63), taken};
         const std::uint64_t beyond_bmp = Pairs ? 0 : seen.fourth | seen.third_of_four;
-        const bool suspicious = ((seen.wrong(t) | beyond_bmp) & bytes_before(taken)) != 0;
+        const bool suspicious = ((seen.wrong(t) | beyond_bmp) & inside) != 0;
         if (suspicious) [[unlikely]] {
-            if (base > whole && leads_nothing(p[-1])) { // what would have told stands here
+            if (began && leads_nothing(p[-1])) { // what would have told stands here
                 --base;
                 whole = base;
                 edge = true;
@@ -222,10 +223,11 @@ replacing_run decode_utf8_units(const uchar* src, std::size_t n, uchar* dst, std
         const joined_units joined = joined_units::of<Pairs>(t, plan);
         const auto count = static_cast<std::size_t>(std::popcount(joined.marks));
         if (count > units - done || plan.bytes == 0) break;
-        if (suspicious) {
+        edge = false;
+        if (suspicious) [[unlikely]] {
             done -= plan.bad & seen.fourth & 1; // the first unit of its pair is there already
             whole = base + plan.bytes;
-            goes_on = false;
+            is_cut = false;
             edge = plan.bytes >= 3 && seems_cut(p + plan.bytes);
             replaced |= (plan.bad & bytes_before(plan.bytes)) != 0;
         }
@@ -233,11 +235,15 @@ replacing_run decode_utf8_units(const uchar* src, std::size_t n, uchar* dst, std
                            _mm512_maskz_compress_epi8(joined.marks, joined.high), count, units - done);
         base += plan.bytes;
         done += count;
+        goes_on = is_cut;
         if (stops && suspicious) break;
     }
-    // A character that goes on behind the last block is taken back, and the first unit of its pair with it.
-    const std::size_t cut = bytes_of_cut(src + whole, base - whole);
-    return {base - cut, 2 * (done - (cut == 3 ? 1 : 0)), replaced};
+    if (goes_on) { // the character is taken back, and the first unit of its pair with it
+        const std::size_t cut = bytes_of_cut(src + whole, base - whole);
+        base -= cut;
+        done -= cut == 3 ? 1 : 0;
+    }
+    return {base, 2 * done, replaced};
 }
 
 // ---- Decoding the marked characters of a block -----------------------------------------------------------------------
