@@ -19,13 +19,14 @@ static_assert(sizeof qz_latin_to_ascii == 0x17E - 0xC0 + 1 + 1);
 
 } // namespace
 
-struct ascii : single_byte_positions<ascii>, decoders<ascii>, encoders<ascii>, letter_case<ascii> {
+struct ascii : single_byte_positions<ascii>, decoders<ascii>, one_byte_encoders<ascii>, letter_case<ascii> {
     static constexpr diagnostics where{.source = "common/qzstr/qzstr_ascii"};
 
     // KEPT: bytes above 7F pass as the code points of the same value.
     static constexpr bool widens = true;
     // KEPT: only the low half of a 32-bit unit is examined, so U+10041 is stored as "A".
     static constexpr char32_t ucs4_mask = 0xFFFF;
+    static constexpr uchar substitute = '?';
 
     template <form>
     static constexpr decoded decode(const uchar* p, offset_t) {
@@ -42,6 +43,13 @@ struct ascii : single_byte_positions<ascii>, decoders<ascii>, encoders<ascii>, l
         // KEPT: the "?" of the folding table is an answer, not a replacement.
         if (c < 0x17F) return single(static_cast<uchar>(qz_latin_to_ascii[c - 0xC0]));
         return unmappable();
+    }
+
+    /// The vector code's table is that of 16-bit units.
+    template <form Form, order Order>
+    static conv_status_t encode_text(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at) {
+        if constexpr (Form == form::ucs4) return core::encode<ascii, Form, Order>(src, len, dst, size, at);
+        return one_byte_encoders::encode_text<Form, Order>(src, len, dst, size, at);
     }
 
     static int count_char(char* str, int byte_cnt) {
