@@ -508,10 +508,9 @@ struct block_columns {
     }
     /// Where the character begins with which `limit` columns are reached; they are reached in the block.
     std::size_t place_of(std::size_t limit) const {
-        std::size_t at = 0;
-        for (std::size_t step = block_size / 2; step > 0; step /= 2)
-            if (before(at + step) < limit) at += step;
-        return at;
+        // A wide character has the bit of its second column behind the first, where none begins.
+        const std::size_t at = nth_bit(starts | wide << 1, limit - 1);
+        return at - (at == block_size || (starts >> at & 1) == 0 ? 1 : 0);
     }
 };
 
