@@ -69,35 +69,13 @@ std::size_t copy_ascii(const uchar* src, std::size_t n, uchar* dst) {
 }
 
 void widen_bytes(unit_layout layout, const uchar* src, std::size_t n, uchar* dst) {
-    return leaving([&] {
-        switch (layout) {
-        case unit_layout::ucs2_big:
-            return widen<form::ucs2, order::big>(src, n, dst);
-        case unit_layout::ucs2_little:
-            return widen<form::ucs2, order::little>(src, n, dst);
-        case unit_layout::ucs4_big:
-            return widen<form::ucs4, order::big>(src, n, dst);
-        case unit_layout::ucs4_little:
-            break;
-        }
-        return widen<form::ucs4, order::little>(src, n, dst);
-    });
+    return leaving(
+        [&] { return in_layout(layout, [&]<form Form, order Order> { return widen<Form, Order>(src, n, dst); }); });
 }
 
 std::size_t narrow_ascii(unit_layout layout, const uchar* src, std::size_t n, uchar* dst) {
-    return leaving([&]() -> std::size_t {
-        switch (layout) {
-        case unit_layout::ucs2_big:
-            return narrow<form::ucs2, order::big>(src, n, dst);
-        case unit_layout::ucs2_little:
-            return narrow<form::ucs2, order::little>(src, n, dst);
-        case unit_layout::ucs4_big:
-            return narrow<form::ucs4, order::big>(src, n, dst);
-        case unit_layout::ucs4_little:
-            break;
-        }
-        return narrow<form::ucs4, order::little>(src, n, dst);
-    });
+    return leaving(
+        [&] { return in_layout(layout, [&]<form Form, order Order> { return narrow<Form, Order>(src, n, dst); }); });
 }
 
 std::size_t run_before(const uchar* p, std::size_t n, uchar b) {

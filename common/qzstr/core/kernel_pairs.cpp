@@ -548,17 +548,10 @@ moved encode_pairs_as(pair_encoding plan, const uchar* src, std::size_t n, uchar
 
 moved decode_pairs(const pair_decoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst,
                    std::size_t units) {
-    switch (layout) {
-    case unit_layout::ucs2_big:
-        return leaving([&] { return decode_pairs_as<form::ucs2, order::big>(plan, src, n, dst, units); });
-    case unit_layout::ucs2_little:
-        return leaving([&] { return decode_pairs_as<form::ucs2, order::little>(plan, src, n, dst, units); });
-    case unit_layout::ucs4_big:
-        return leaving([&] { return decode_pairs_as<form::ucs4, order::big>(plan, src, n, dst, units); });
-    case unit_layout::ucs4_little:
-        return leaving([&] { return decode_pairs_as<form::ucs4, order::little>(plan, src, n, dst, units); });
-    }
-    return {};
+    return leaving([&] {
+        return in_layout(
+            layout, [&]<form Form, order Order> { return decode_pairs_as<Form, Order>(plan, src, n, dst, units); });
+    });
 }
 
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
@@ -592,17 +585,10 @@ recoded_run pairs_to_utf8(const pair_decoding& plan, const uchar* src, std::size
 
 moved encode_pairs(const pair_encoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst,
                    std::size_t room) {
-    switch (layout) {
-    case unit_layout::ucs2_big:
-        return leaving([&] { return encode_pairs_as<form::ucs2, order::big>(plan, src, n, dst, room); });
-    case unit_layout::ucs2_little:
-        return leaving([&] { return encode_pairs_as<form::ucs2, order::little>(plan, src, n, dst, room); });
-    case unit_layout::ucs4_big:
-        return leaving([&] { return encode_pairs_as<form::ucs4, order::big>(plan, src, n, dst, room); });
-    case unit_layout::ucs4_little:
-        return leaving([&] { return encode_pairs_as<form::ucs4, order::little>(plan, src, n, dst, room); });
-    }
-    return {};
+    return leaving([&] {
+        return in_layout(layout,
+                         [&]<form Form, order Order> { return encode_pairs_as<Form, Order>(plan, src, n, dst, room); });
+    });
 }
 
 moved skip_pairs(const byte_set& set, const uchar* p, std::size_t n, std::size_t chars) {

@@ -230,17 +230,12 @@ void map_all(const byte_map& map, const uchar* src, std::size_t n, uchar* dst) {
 std::size_t decode_bytes(const byte_decoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst) {
     if constexpr (has_vectors) {
         leaving([&] {
-            switch (layout) {
-            case unit_layout::ucs2_big:
-                return decode_units<order::big>(plan, src, n, dst);
-            case unit_layout::ucs2_little:
-                return decode_units<order::little>(plan, src, n, dst);
-            case unit_layout::ucs4_big:
-                return decode_each<form::ucs4, order::big>(plan, src, n, dst);
-            case unit_layout::ucs4_little:
-                break;
-            }
-            return decode_each<form::ucs4, order::little>(plan, src, n, dst);
+            return in_layout(layout, [&]<form Form, order Order> {
+                if constexpr (Form == form::ucs2)
+                    return decode_units<Order>(plan, src, n, dst);
+                else
+                    return decode_each<Form, Order>(plan, src, n, dst);
+            });
         });
         return n;
     }
@@ -250,17 +245,12 @@ std::size_t decode_bytes(const byte_decoding& plan, unit_layout layout, const uc
 encoded_bytes encode_bytes(const byte_encoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst) {
     if constexpr (has_vectors) {
         const bool replaced = leaving([&] {
-            switch (layout) {
-            case unit_layout::ucs2_big:
-                return encode_units<order::big>(plan, src, n, dst);
-            case unit_layout::ucs2_little:
-                return encode_units<order::little>(plan, src, n, dst);
-            case unit_layout::ucs4_big:
-                return encode_each<form::ucs4, order::big>(plan, src, n, dst);
-            case unit_layout::ucs4_little:
-                break;
-            }
-            return encode_each<form::ucs4, order::little>(plan, src, n, dst);
+            return in_layout(layout, [&]<form Form, order Order> {
+                if constexpr (Form == form::ucs2)
+                    return encode_units<Order>(plan, src, n, dst);
+                else
+                    return encode_each<Form, Order>(plan, src, n, dst);
+            });
         });
         return {n, replaced};
     }

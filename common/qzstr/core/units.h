@@ -47,4 +47,20 @@ inline constexpr unit_layout layout_of = Form == form::ucs4
                                              ? (Order == order::big ? unit_layout::ucs4_big : unit_layout::ucs4_little)
                                              : (Order == order::big ? unit_layout::ucs2_big : unit_layout::ucs2_little);
 
+/// Runs work.operator()<Form, Order>() for a layout.
+template <class Work>
+inline auto in_layout(unit_layout layout, Work work) {
+    switch (layout) {
+    case unit_layout::ucs2_big:
+        break;
+    case unit_layout::ucs2_little:
+        return work.template operator()<form::ucs2, order::little>();
+    case unit_layout::ucs4_big:
+        return work.template operator()<form::ucs4, order::big>();
+    case unit_layout::ucs4_little:
+        return work.template operator()<form::ucs4, order::little>();
+    }
+    return work.template operator()<form::ucs2, order::big>();
+}
+
 } // namespace qzstr::core
