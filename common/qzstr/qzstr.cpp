@@ -71,7 +71,7 @@ public:
         if (copies_ascii_ && src[0] < 0x80) ascii = copy_ascii(src, std::min({n, room, most}), dst);
         recoded_run rest{};
         if (ascii < n) rest = take_units(src + ascii, n - ascii, dst + ascii, room - ascii, most - ascii);
-        return {ascii + rest.read, ascii + rest.written, ascii + rest.units};
+        return {ascii + rest.read, ascii + rest.written, ascii + rest.units, rest.replaced};
     }
 
 private:
@@ -111,8 +111,8 @@ private:
 
     recoded_run take_utf16(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t most) const {
         const std::size_t units = std::min(n / 2, most);
-        const moved m = encoding_.encode_units(src, settled(src, units, 2 * units < n), dst, room);
-        return {m.read, m.written, m.read / 2};
+        const converted m = encoding_.encode_units(src, settled(src, units, 2 * units < n), dst, room);
+        return {m.read, m.written, m.read / 2, m.replaced};
     }
 
     /// By way of a few units at a time, which stay close.
@@ -125,11 +125,12 @@ private:
             const moved in = decode_utf8(unit_layout::ucs2_big, src + done.read, n - done.read, units,
                                          std::min(piece, most - done.units));
             const std::size_t decoded = in.written / 2, wanted = settled(units, decoded, done.read + in.read < n);
-            const moved out = encoding_.encode_units(units, wanted, dst + done.written, room - done.written);
+            const converted out = encoding_.encode_units(units, wanted, dst + done.written, room - done.written);
             const std::size_t taken = out.read / 2;
             done.read += taken == decoded ? in.read : skip_utf8(src + done.read, in.read, taken).read;
             done.written += out.written;
             done.units += taken;
+            done.replaced |= out.replaced;
             if (taken < wanted || taken == 0) break;
         }
         return done;
@@ -267,6 +268,7 @@ template <class Pivot>
                                              static_cast<std::size_t>(room), most);
         const int read = static_cast<int>(past.read), written = static_cast<int>(past.written);
         at.written += written;
+        if (past.replaced) status |= replaced;
         if (read == rest_len || past.units >= most) {
             at.read += read;
             continue;
@@ -300,14 +302,16 @@ conv_status_t convert_text(qzstr_charset_t from, char* str, int str_len, qzstr_c
     // No byte becomes more than one unit, shifts aside. Where nobody sees where chunks end, they end where it suits.
     const bool cannot_fill =
         row_stages_of.row[to].encoding->shifts == nullptr && buf_size >= offset_t{str_len} * longest_character(to);
+    conv_status_t status = exact;
     if (cannot_fill && str_len > 0) {
         const auto length = static_cast<std::size_t>(str_len);
         const recoded_run past =
             around.take(bytes(str), length, bytes(buf), static_cast<std::size_t>(buf_size), unlimited);
         at = {static_cast<offset_t>(past.read), static_cast<offset_t>(past.written)};
-        if (past.read == length) return exact;
+        status = past.replaced ? replaced : exact;
+        if (past.read == length) return status;
     }
-    return convert_in_chunks<Pivot>(from, str, str_len, to, buf, buf_size, cannot_fill, at);
+    return status | convert_in_chunks<Pivot>(from, str, str_len, to, buf, buf_size, cannot_fill, at);
 }
 
 /// UTF-16 to UTF-8 for a target that cannot fill; what the fast routine leaves goes by UCS-4.

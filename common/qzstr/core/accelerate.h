@@ -24,18 +24,20 @@ concept decodes_pairs = requires {
     F::leads;
 };
 
-/// The unit to which F decodes a sequence of `length` bytes in every form; `ask` when the forms differ, when it is not
-/// one BMP unit, or when it is malformed. In big-endian order, as the decoder stores it.
+/// The unit to which F decodes a sequence of `length` bytes, wherever it stands, in every form; `ask` when the forms
+/// differ, or when it is not one BMP unit. In big-endian order, as the decoder stores it.
 template <class F>
 constexpr std::uint16_t decoded_cell(const uchar (&p)[4], int length) {
     const auto d2 = F::template decode<form::ucs2>(p, 4);
-    const auto d4 = F::template decode<form::ucs4>(p, 4);
-    const auto d16 = F::template decode<form::utf16>(p, 4);
-    const bool usual =
-        d2.what == decltype(d2.what)::ok && d2.units == 1 && d2.consumed == length && d2.unit[0] <= 0xFFFF;
-    const bool same = d4.what == d2.what && d4.units == 1 && d4.consumed == length && d4.unit[0] == d2.unit[0] &&
-                      d16.what == d2.what && d16.units == 1 && d16.consumed == length && d16.unit[0] == d2.unit[0];
-    return usual && same ? __builtin_bswap16(static_cast<std::uint16_t>(d2.unit[0])) : ask;
+    const auto same = [d2](auto d) {
+        return d.what == d2.what && d.units == 1 && d.consumed == d2.consumed && d.unit[0] == d2.unit[0];
+    };
+    const bool usual = d2.consumed == length && d2.unit[0] <= 0xFFFF &&
+                       same(F::template decode<form::ucs2>(p, length)) && same(F::template decode<form::ucs4>(p, 4)) &&
+                       same(F::template decode<form::utf16>(p, 4));
+    if (!usual) return ask;
+    if (d2.what == decltype(d2.what)::ok) return __builtin_bswap16(static_cast<std::uint16_t>(d2.unit[0]));
+    return d2.unit[0] == replacement ? substituted : ask;
 }
 
 /// Number of leads with at least one usual pair, and the cells: a row of single bytes, an empty row, a row a lead.
@@ -85,22 +87,29 @@ consteval pair_decoding make_pair_decoding() {
 template <class F>
 inline constexpr pair_decoding pair_decoding_of = make_pair_decoding<F>();
 
-/// Cells for a unit to one or two bytes, in pages of 256 code points; page 0 is empty.
+/// Cells for a unit to one or two bytes, in pages of 256 code points; page 0 has no character, and for pairs page 1 is
+/// that of the surrogates, of which two may be one character.
 template <class F, class Cell = std::uint16_t>
 struct encode_pages {
+    static constexpr bool pairs = sizeof(Cell) == 2;
+    static constexpr Cell unknown = pairs ? static_cast<Cell>(ask) : Cell{0};
     static constexpr Cell cell_of(char32_t c) {
         if constexpr (requires { F::composes(c); })
-            if (F::composes(c)) return 0;
+            if (F::composes(c)) return unknown;
         const auto e = F::template encode<form::ucs2>(c, 0xFFFFFFFF);
-        const bool usual =
-            e.what == decltype(e.what)::ok && e.bytes <= sizeof(Cell) && e.room <= sizeof(Cell) && e.units == 1;
-        return usual ? static_cast<Cell>(e.bytes == 2 ? e.byte[0] | e.byte[1] << 8 : e.byte[0]) : 0;
+        if (e.bytes > sizeof(Cell) || e.room > sizeof(Cell) || e.units != 1) return unknown;
+        if (e.what == decltype(e.what)::ok)
+            return static_cast<Cell>(e.bytes == 2 ? e.byte[0] | e.byte[1] << 8 : e.byte[0]);
+        const bool always = F::template encode<form::ucs4>(c, 0xFFFFFFFF).what == e.what;
+        return pairs && always && e.bytes == 1 && e.byte[0] == '?' ? static_cast<Cell>(substituted) : unknown;
     }
+    static constexpr Cell missing = cell_of(0xD800); // no surrogate is a character
+    static constexpr int first_used = pairs ? 2 : 1;
     static consteval int count_pages() {
-        int pages = 1;
+        int pages = first_used;
         for (char32_t high = 0; high < 256; ++high)
             for (char32_t low = 0; low < 256; ++low)
-                if (cell_of(high << 8 | low) != 0) {
+                if (cell_of(high << 8 | low) != missing) {
                     ++pages;
                     break;
                 }
@@ -112,11 +121,21 @@ struct encode_pages {
     Cell cell[count_pages() * 256 + 1] = {}; // vector code reads two cells at a time
 
     consteval encode_pages() {
-        std::uint32_t next = 256;
+        for (Cell& each : cell)
+            each = missing;
+        if (pairs) {
+            for (unsigned low = 0; low < 256; ++low)
+                cell[256 + low] = unknown;
+            for (char32_t high = 0xD8; high < 0xE0; ++high) {
+                page[high] = 256;
+                number[high] = 1;
+            }
+        }
+        std::uint32_t next = first_used * 256;
         for (char32_t high = 0; high < 256; ++high) {
             bool used = false;
             for (char32_t low = 0; low < 256; ++low)
-                if (const Cell value = cell_of(high << 8 | low); value != 0) {
+                if (const Cell value = cell_of(high << 8 | low); value != missing) {
                     cell[next + low] = value;
                     used = true;
                 }
@@ -132,9 +151,9 @@ struct encode_pages {
 template <class F, class Cell = std::uint16_t>
 inline constexpr encode_pages<F, Cell> encode_pages_of{};
 
-/// Decodes what can be decoded fast, from `at` on.
+/// Decodes what can be decoded fast, from `at` on; exact or replaced.
 template <class F, form Form, order Order, class Progress>
-void decode_fast(const uchar* src, offset_t len, uchar* dst, offset_t size, Progress& at) {
+conv_status_t decode_fast(const uchar* src, offset_t len, uchar* dst, offset_t size, Progress& at) {
     if constexpr (requires { F::widens; }) {
         const offset_t room = (size - at.written) / unit_size<Form>;
         const offset_t n = room < len - at.read ? room : len - at.read;
@@ -148,17 +167,19 @@ void decode_fast(const uchar* src, offset_t len, uchar* dst, offset_t size, Prog
         at.read += static_cast<offset_t>(m.read);
         at.written += static_cast<offset_t>(m.written);
     } else if constexpr (decodes_pairs<F>) {
-        const moved m = decode_pairs(pair_decoding_of<F>, layout_of<Form, Order>, src + at.read,
-                                     static_cast<std::size_t>(len - at.read), dst + at.written,
-                                     static_cast<std::size_t>((size - at.written) / unit_size<Form>));
+        const converted m = decode_pairs(pair_decoding_of<F>, layout_of<Form, Order>, src + at.read,
+                                         static_cast<std::size_t>(len - at.read), dst + at.written,
+                                         static_cast<std::size_t>((size - at.written) / unit_size<Form>));
         at.read += static_cast<offset_t>(m.read);
         at.written += static_cast<offset_t>(m.written);
+        return m.replaced ? replaced : exact;
     }
+    return exact;
 }
 
-/// Encodes what can be encoded fast, from `at` on.
+/// Encodes what can be encoded fast, from `at` on; exact or replaced.
 template <class F, form Form, order Order, class Progress>
-void encode_fast(const uchar* src, offset_t len, uchar* dst, offset_t size, Progress& at) {
+conv_status_t encode_fast(const uchar* src, offset_t len, uchar* dst, offset_t size, Progress& at) {
     if constexpr (requires { F::widens; }) {
         const offset_t units = (len - at.read) / unit_size<Form>;
         const offset_t n = units < size - at.written ? units : size - at.written;
@@ -177,8 +198,8 @@ void encode_fast(const uchar* src, offset_t len, uchar* dst, offset_t size, Prog
                                      F::ucs4_mask};
         constexpr int unit = unit_size<Form>;
         const offset_t units = (len - at.read) / unit;
-        const moved m = encode_pairs(plan, layout_of<Form, Order>, src + at.read, static_cast<std::size_t>(units),
-                                     dst + at.written, static_cast<std::size_t>(size - at.written));
+        const converted m = encode_pairs(plan, layout_of<Form, Order>, src + at.read, static_cast<std::size_t>(units),
+                                         dst + at.written, static_cast<std::size_t>(size - at.written));
         at.read += static_cast<offset_t>(m.read);
         at.written += static_cast<offset_t>(m.written);
         if constexpr (requires { F::composes(char32_t{}); }) {
@@ -188,7 +209,9 @@ void encode_fast(const uchar* src, offset_t len, uchar* dst, offset_t size, Prog
                 at.written -= F::template encode<Form>(load_unit<Form, Order>(src + at.read), 0xFFFFFFFF).bytes;
             }
         }
+        return m.replaced ? replaced : exact;
     }
+    return exact;
 }
 
 } // namespace qzstr::core

@@ -38,10 +38,10 @@ void flip_letters_pairs(const byte_set& leads, uchar first, uchar* p, std::size_
     flip_walking(leads, first, p, n);
 }
 
-moved decode_pairs(const pair_decoding&, unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
+converted decode_pairs(const pair_decoding&, unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
     return {};
 }
-moved encode_pairs(const pair_encoding&, unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
+converted encode_pairs(const pair_encoding&, unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
     return {};
 }
 recoded_run pairs_to_utf8(const pair_decoding&, const uchar*, std::size_t, uchar*, std::size_t, std::size_t) {
@@ -133,6 +133,10 @@ struct unit_target {
     uchar* dst;
     std::size_t limit;
     std::size_t units = 0;
+    bool replaced = false;
+
+    std::size_t place() const { return units; }
+    void back_to(std::size_t before) { units = before; }
 
     std::size_t room() const { return limit - units; }
 
@@ -157,12 +161,16 @@ struct unit_target {
     }
 };
 
+constexpr std::uint16_t replacement_cell = 0xFDFF; // U+FFFD in big-endian order
+
 /// Decodes the characters that `start` marks, one by one, up to the first that must be asked for or has no room.
 template <class Target>
 void decode_carefully(pair_decoding plan, const uchar* p, std::uint64_t& start, Target& target) {
     for (; start != 0; start &= start - 1) {
         const std::uint16_t cell = cell_of(plan, p + lowest(start));
-        if (cell == ask || !target.put(cell)) break;
+        const bool replaced = cell == substituted;
+        if (cell == ask || !target.put(replaced ? replacement_cell : cell)) break;
+        target.replaced |= replaced;
     }
 }
 
@@ -173,6 +181,16 @@ struct utf8_target {
     uchar* dst;
     std::size_t size, limit;
     std::size_t written = 0, units = 0;
+    bool replaced = false;
+
+    struct place_in_both {
+        std::size_t written, units;
+    };
+    place_in_both place() const { return {written, units}; }
+    void back_to(place_in_both before) {
+        written = before.written;
+        units = before.units;
+    }
 
     std::size_t room() const { return limit - units; }
 
@@ -257,12 +275,18 @@ struct paired_bytes {
     std::uint64_t in_set() const { return _mm512_test_epi8_mask(row, row); }
 };
 
-/// Decodes all characters that `start` marks; false when one of them must be asked for, or there is no room for all.
-template <class Target>
+/// Decodes all characters that `start` marks; false when one of them must be asked for, or, unless it `Replaces`, is to be
+/// replaced, or there is no room for all.
+template <bool Replaces, class Target>
 bool decode_block(const std::uint16_t* cell, const paired_bytes& text, std::uint64_t start, Target& target) {
+    const auto all = [](std::uint16_t v) { return _mm512_set1_epi16(static_cast<short>(v)); };
     const auto count = static_cast<std::size_t>(std::popcount(start));
     if (target.room() < count) return false;
-    Target after = target;
+    const auto before = target.place();
+    const auto failed = [&] {
+        target.back_to(before);
+        return false;
+    };
     __m512i row = _mm512_maskz_compress_epi8(start, text.row);
     __m512i cell_in_row =
         _mm512_maskz_compress_epi8(start, _mm512_mask_mov_epi8(text.byte, text.in_set(), text.behind));
@@ -270,28 +294,32 @@ bool decode_block(const std::uint16_t* cell, const paired_bytes& text, std::uint
     for (std::size_t done = 0; done < count; done += 16) {
         const __m512i index = _mm512_or_si512(_mm512_slli_epi32(_mm512_cvtepu8_epi32(_mm512_castsi512_si128(row)), 8),
                                               _mm512_cvtepu8_epi32(_mm512_castsi512_si128(cell_in_row)));
-        const __m512i cells = gather(cell, index);
+        __m512i cells = gather(cell, index);
         highest = _mm512_max_epu16(highest, cells);
-        if (!put_group(after, cells, std::min<std::size_t>(count - done, 16))) return false;
+        if constexpr (Replaces)
+            cells =
+                _mm512_mask_mov_epi16(cells, _mm512_cmpeq_epi16_mask(cells, all(substituted)), all(replacement_cell));
+        if (!put_group(target, cells, std::min<std::size_t>(count - done, 16))) return failed();
         row = _mm512_alignr_epi32(row, row, 4);
         cell_in_row = _mm512_alignr_epi32(cell_in_row, cell_in_row, 4);
     }
-    static_assert(ask == 0xFFFF);
-    if ((_mm512_cmpeq_epi16_mask(highest, _mm512_set1_epi16(-1)) & static_cast<std::uint32_t>(even_bits)) != 0)
-        return false;
-    target = after;
+    static_assert(substituted == 0xFFFE && ask == 0xFFFF);
+    const __mmask32 too_high = _mm512_cmpge_epu16_mask(highest, all(Replaces ? ask : substituted));
+    if ((too_high & static_cast<std::uint32_t>(even_bits)) != 0) return failed();
+    target.replaced |= Replaces;
     return true;
 }
 
 #else
 
-/// Decodes all characters that `start` marks; false when one of them must be asked for, or there is no room for all and
-/// seven more, which it may write.
+/// Decodes all characters that `start` marks; false when one of them is not usual, or there is no room for all and seven
+/// more, which it may write.
 /// (The plan comes by value: a store to the target could change what a reference leads to.)
 template <form Form, order Order>
 bool decode_block(pair_decoding plan, const uchar* p, std::uint64_t start, unit_target<Form, Order>& target) {
     constexpr int group = 8;
-    std::uint32_t asked = 0;
+    static_assert(ask + 2 > 0xFFFF && substituted + 2 > 0xFFFF);
+    std::uint32_t unusual = 0;
     int left = std::popcount(start);
     const auto count = static_cast<std::size_t>(left);
     if (target.room() < count + group - 1) return false;
@@ -304,7 +332,7 @@ bool decode_block(pair_decoding plan, const uchar* p, std::uint64_t start, unit_
         for (int k = 0; k < group; ++k, start &= start - 1) {
             const std::uint16_t cell = cell_of(plan, p + lowest(start));
             store(k, cell);
-            asked |= cell + 1U;
+            unusual |= cell + 2U;
         }
     }
     if (left > 0) {
@@ -313,10 +341,10 @@ bool decode_block(pair_decoding plan, const uchar* p, std::uint64_t start, unit_
             const bool there = start != 0;
             const std::uint16_t cell = cell_of(plan, p + (there ? lowest(start) : 0));
             store(k, cell);
-            asked |= there ? cell + 1U : 0U;
+            unusual |= there ? cell + 2U : 0U;
         }
     }
-    if (asked >> 16 != 0) return false;
+    if (unusual >> 16 != 0) return false;
     target.units += count;
     return true;
 }
@@ -352,10 +380,11 @@ std::size_t decode_into(const pair_decoding& plan, const uchar* src, std::size_t
         const std::size_t end = left > block_size ? here + lead_at_end : here - lead_at_end;
         if (end == 0) break;
         std::uint64_t start = starts_after(leads, 0) & first_bits(end);
-        if (!decode_block(plan.cell, text, start, target)) {
+        if (!decode_block<false>(plan.cell, text, start, target) &&
+            !decode_block<true>(plan.cell, text, start, target)) {
             const padded copy(p, std::min(left, block_size + 1));
             decode_carefully(plan, copy.bytes, start, target);
-            return base + (start == 0 ? end : lowest(start));
+            if (start != 0) return base + lowest(start);
         }
         base += end;
     }
@@ -400,10 +429,10 @@ std::size_t decode_into(const pair_decoding& plan, const uchar* src, std::size_t
 #endif
 
 template <form Form, order Order>
-moved decode_pairs_as(const pair_decoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
+converted decode_pairs_as(const pair_decoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
     unit_target<Form, Order> target{dst, units};
     const std::size_t read = decode_into(plan, src, n, target);
-    return {read, target.units * unit_size<Form>};
+    return {read, target.units * unit_size<Form>, target.replaced};
 }
 
 std::size_t bytes_of(std::uint32_t cell) {
@@ -417,14 +446,19 @@ char32_t load_masked(const pair_encoding& plan, const uchar* src) {
     return Form == form::ucs4 ? c & plan.unit_mask : c;
 }
 
+/// Encodes up to n units one by one, up to the first that must be asked for or has no room; returns their number.
 template <form Form, order Order>
 std::size_t encode_carefully(pair_encoding plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room,
-                             std::size_t& written) {
+                             std::size_t& written, bool& replaced) {
     std::size_t i = 0;
     for (; i < n && room - written >= 2; ++i) {
         const char32_t c = load_masked<Form, Order>(plan, src + i * unit_size<Form>);
-        const std::uint16_t cell = c > 0xFFFF ? 0 : plan.cell[plan.page[c >> 8] + (c & 0xFF)];
-        if (cell == 0) break;
+        std::uint16_t cell = c > 0xFFFF ? ask : plan.cell[plan.page[c >> 8] + (c & 0xFF)];
+        if (cell == ask) break;
+        if (cell == substituted) {
+            cell = '?';
+            replaced = true;
+        }
         std::memcpy(dst + written, &cell, 2);
         written += bytes_of(cell);
     }
@@ -470,11 +504,13 @@ __m512i cells_of(const pair_encoding& plan, __m512i units, std::size_t n) {
     return n <= 16 ? low : _mm512_inserti64x4(low, half(_mm512_extracti64x4_epi64(index, 1)), 1);
 }
 
-/// The bytes of each cell that are no zero are pressed together.
+/// The bytes of each cell that count are pressed together.
 template <form Form, order Order>
-moved encode_pairs_as(pair_encoding plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+converted encode_pairs_as(pair_encoding plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
     constexpr std::size_t unit = unit_size<Form>, group = 32;
+    const auto all = [](std::uint16_t v) { return _mm512_set1_epi16(static_cast<short>(v)); };
     std::size_t i = 0, written = 0;
+    std::uint64_t replaced = 0; // a byte would be stored, and read back as eight
     while (i < n) {
         if constexpr (Form == form::ucs2) {
             // One byte more than they take: a charset may ask for two bytes of room for each.
@@ -487,31 +523,39 @@ moved encode_pairs_as(pair_encoding plan, const uchar* src, std::size_t n, uchar
         }
         std::uint32_t beyond = 0;
         const std::size_t here = std::min(n - i, group);
-        const __m512i cells =
-            cells_of(plan, load_units<Form, Order>(src + i * unit, here, plan.unit_mask, beyond), here);
-        const std::uint64_t bytes = _mm512_test_epi8_mask(cells, cells);
-        const std::uint64_t asked = ((~bytes & even_bits) | _pdep_u64(beyond, even_bits)) & first_bits(2 * here);
-        const std::size_t count = asked == 0 ? here : lowest(asked) / 2;
-        const std::uint64_t kept = bytes & first_bits(2 * count);
+        __m512i cells = cells_of(plan, load_units<Form, Order>(src + i * unit, here, plan.unit_mask, beyond), here);
+        std::size_t count = here;
+        std::uint64_t missing = 0;
+        if ((_mm512_cmpge_epu16_mask(cells, all(substituted)) | beyond) != 0) [[unlikely]] {
+            const std::uint64_t asked = (_mm512_cmpeq_epi16_mask(cells, all(ask)) | beyond) & first_bits(here);
+            if (asked != 0) count = lowest(asked);
+            const __mmask32 no_cell = _mm512_cmpeq_epi16_mask(cells, all(substituted));
+            cells = _mm512_mask_mov_epi16(cells, no_cell, all('?'));
+            missing = no_cell & first_bits(count);
+        }
+        const std::uint64_t kept = (_mm512_test_epi8_mask(cells, cells) | even_bits) & first_bits(2 * count);
         const auto length = static_cast<std::size_t>(std::popcount(kept));
         if (room - written <= length) break;
         store_first(dst + written, room - written, _mm512_maskz_compress_epi8(kept, cells), length);
         written += length;
-        if (asked != 0) [[unlikely]]
-            return {(i + count) * unit, written};
+        replaced |= missing;
+        if (count < here) [[unlikely]]
+            return {(i + count) * unit, written, replaced != 0};
         i += here; // not by `count`: the next load would wait for this one's cells
     }
-    const std::size_t more = encode_carefully<Form, Order>(plan, src + i * unit, n - i, dst, room, written);
-    return {(i + more) * unit, written};
+    bool replaced_in_rest = false;
+    i += encode_carefully<Form, Order>(plan, src + i * unit, n - i, dst, room, written, replaced_in_rest);
+    return {i * unit, written, replaced != 0 || replaced_in_rest};
 }
 
 #else
 
 template <form Form, order Order>
-moved encode_pairs_as(pair_encoding plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+converted encode_pairs_as(pair_encoding plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
     constexpr std::size_t unit = unit_size<Form>;
     constexpr std::size_t group = 16;
     std::size_t i = 0, written = 0;
+    bool replaced = false;
     while (n - i >= group && room - written >= 2 * group) {
         if constexpr (Form == form::ucs2) {
             // One byte more than they take: a charset may ask for two bytes of room for each.
@@ -523,7 +567,7 @@ moved encode_pairs_as(pair_encoding plan, const uchar* src, std::size_t n, uchar
             }
         }
         uchar* out = dst + written;
-        std::uint32_t asked = 0;
+        std::uint32_t unusual = 0;
 #pragma GCC unroll 16
         for (std::size_t k = 0; k < group; ++k) {
             const char32_t c = load_masked<Form, Order>(plan, src + (i + k) * unit);
@@ -531,23 +575,29 @@ moved encode_pairs_as(pair_encoding plan, const uchar* src, std::size_t n, uchar
             const auto two_bytes = static_cast<std::uint16_t>(cell);
             std::memcpy(out, &two_bytes, 2);
             out += bytes_of(cell);
-            asked |= cell - 1;
-            if constexpr (Form == form::ucs4) asked |= c > 0xFFFF ? ~0U : 0U;
+            unusual |= cell + 2;
+            if constexpr (Form == form::ucs4) unusual |= c > 0xFFFF ? ~0U : 0U;
         }
-        if (asked >> 31 != 0) break;
-        i += group;
-        written = static_cast<std::size_t>(out - dst);
+        if (unusual >> 16 == 0) {
+            i += group;
+            written = static_cast<std::size_t>(out - dst);
+        } else {
+            const std::size_t passed =
+                encode_carefully<Form, Order>(plan, src + i * unit, group, dst, room, written, replaced);
+            i += passed;
+            if (passed < group) return {i * unit, written, replaced};
+        }
     }
-    const std::size_t more = encode_carefully<Form, Order>(plan, src + i * unit, n - i, dst, room, written);
-    return {(i + more) * unit, written};
+    i += encode_carefully<Form, Order>(plan, src + i * unit, n - i, dst, room, written, replaced);
+    return {i * unit, written, replaced};
 }
 
 #endif
 
 } // namespace
 
-moved decode_pairs(const pair_decoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst,
-                   std::size_t units) {
+converted decode_pairs(const pair_decoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst,
+                       std::size_t units) {
     return leaving([&] {
         return in_layout(
             layout, [&]<form Form, order Order> { return decode_pairs_as<Form, Order>(plan, src, n, dst, units); });
@@ -560,7 +610,7 @@ recoded_run pairs_to_utf8(const pair_decoding& plan, const uchar* src, std::size
     return leaving([&]() -> recoded_run {
         utf8_target target{dst, room, units};
         const std::size_t read = decode_into(plan, src, n, target);
-        return {read, target.written, target.units};
+        return {read, target.written, target.units, target.replaced};
     });
 }
 #else
@@ -571,20 +621,21 @@ recoded_run pairs_to_utf8(const pair_decoding& plan, const uchar* src, std::size
         alignas(64) uchar decoded[2 * piece];
         recoded_run done{};
         while (done.read < n && done.units < units) {
-            const moved in = decode_pairs_as<form::ucs2, order::little>(plan, src + done.read, n - done.read, decoded,
-                                                                        std::min(piece, units - done.units));
+            const converted in = decode_pairs_as<form::ucs2, order::little>(
+                plan, src + done.read, n - done.read, decoded, std::min(piece, units - done.units));
             const moved out = QZSTR_LEVEL::encode_utf8(unit_layout::ucs2_little, decoded, in.written / 2,
                                                        dst + done.written, room - done.written);
             if (in.read == 0 || out.read < in.written) break; // not all of it had room
-            done = {done.read + in.read, done.written + out.written, done.units + in.written / 2};
+            done = {done.read + in.read, done.written + out.written, done.units + in.written / 2,
+                    done.replaced || in.replaced};
         }
         return done;
     });
 }
 #endif
 
-moved encode_pairs(const pair_encoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst,
-                   std::size_t room) {
+converted encode_pairs(const pair_encoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst,
+                       std::size_t room) {
     return leaving([&] {
         return in_layout(layout,
                          [&]<form Form, order Order> { return encode_pairs_as<Form, Order>(plan, src, n, dst, room); });

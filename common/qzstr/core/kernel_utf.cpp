@@ -22,13 +22,13 @@ namespace qzstr::core::QZSTR_LEVEL {
 moved decode_utf8(unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
     return {};
 }
-replacing_run decode_utf8_replacing(unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
+converted decode_utf8_replacing(unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
     return {};
 }
 moved encode_utf8(unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
     return {};
 }
-replacing_run decode_utf8_to_utf16(const uchar*, std::size_t, uchar*, std::size_t) {
+converted decode_utf8_to_utf16(const uchar*, std::size_t, uchar*, std::size_t) {
     return {};
 }
 moved encode_utf16_as_utf8(const uchar*, std::size_t, uchar*, std::size_t) {
@@ -168,8 +168,8 @@ char32_t join_four(const uchar* p) {
 
 /// With `stops`, only up to the first malformed character.
 template <form Form, order Order>
-[[gnu::noinline]] replacing_run decode_utf8_by_starts(const uchar* src, std::size_t n, uchar* dst, std::size_t units,
-                                                      bool stops) {
+[[gnu::noinline]] converted decode_utf8_by_starts(const uchar* src, std::size_t n, uchar* dst, std::size_t units,
+                                                  bool stops) {
     constexpr std::size_t unit = unit_size<Form>, group = 8;
     std::size_t base = 0, done = 0;
     bool replaced = false;
@@ -221,12 +221,12 @@ template <form Form, order Order>
 }
 
 template <form Form, order Order>
-replacing_run decode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t units, bool stops) {
+converted decode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t units, bool stops) {
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
     if constexpr (Form != form::ucs4) {
-        const replacing_run fast = decode_utf8_units<Form == form::utf16, Order>(src, n, dst, units, stops);
+        const converted fast = decode_utf8_units<Form == form::utf16, Order>(src, n, dst, units, stops);
         if (fast.read == n) return fast;
-        const replacing_run rest =
+        const converted rest =
             decode_utf8_by_starts<Form, Order>(src + fast.read, std::min(n - fast.read, block_size + beyond),
                                                dst + fast.written, units - fast.written / 2, stops);
         return {fast.read + rest.read, fast.written + rest.written, fast.replaced || rest.replaced};
@@ -235,8 +235,8 @@ replacing_run decode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::s
     return decode_utf8_by_starts<Form, Order>(src, n, dst, units, stops);
 }
 
-replacing_run decode_utf8_in(unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units,
-                             bool stops) {
+converted decode_utf8_in(unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units,
+                         bool stops) {
     switch (layout) {
     case unit_layout::ucs2_big:
         return decode_utf8_as<form::ucs2, order::big>(src, n, dst, units, stops);
@@ -569,13 +569,12 @@ std::size_t change_block(const letter_pages& letters, uchar first, uchar* p, std
 
 moved decode_utf8(unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
     return leaving([&]() -> moved {
-        const replacing_run run = decode_utf8_in(layout, src, n, dst, units, true);
+        const converted run = decode_utf8_in(layout, src, n, dst, units, true);
         return {run.read, run.written};
     });
 }
 
-replacing_run decode_utf8_replacing(unit_layout layout, const uchar* src, std::size_t n, uchar* dst,
-                                    std::size_t units) {
+converted decode_utf8_replacing(unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
     return leaving([&] { return decode_utf8_in(layout, src, n, dst, units, false); });
 }
 
@@ -595,7 +594,7 @@ moved encode_utf8(unit_layout layout, const uchar* src, std::size_t n, uchar* ds
     });
 }
 
-replacing_run decode_utf8_to_utf16(const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
+converted decode_utf8_to_utf16(const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
     return leaving([&] { return decode_utf8_as<form::utf16, order::big>(src, n, dst, units, false); });
 }
 

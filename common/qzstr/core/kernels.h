@@ -16,22 +16,23 @@ struct moved {
     std::size_t written;
 };
 
-/// The same of a decoder that replaces what is malformed, and whether it did. (Two words are returned in registers.)
-struct replacing_run {
+/// The same of a kernel that replaces what has no place on the other side, and whether it did.
+struct converted {
     std::size_t read;
-    std::size_t written : 63;
+    std::size_t written : 63; ///< together with the flag in one of two registers
     bool replaced : 1;
 };
 
 /// The same of a kernel that goes past the units of a pivot, and how many of them there would have been.
 struct recoded_run {
     std::size_t read, written, units;
+    bool replaced;
 };
 
 /// Decoding of one- and two-byte characters by one table read a character.
 struct pair_decoding {
     const std::uint32_t* head; ///< for a first byte: cell index << 8 | mask for the second byte
-    const std::uint16_t* cell; ///< units in big-endian order; `ask` where the exact routine must look
+    const std::uint16_t* cell; ///< units in big-endian order, `ask`, or `substituted`
     const byte_set* leads;     ///< what takes a second byte
     const uchar* row;      ///< for a first byte from 0x80 on: its cell index / 256; 0: a single byte, the index itself
     uchar unlike_ascii[2]; ///< bytes below 0x80 that are not themselves (0xFF: none)
@@ -40,7 +41,7 @@ struct pair_decoding {
 /// Encoding into one or two bytes by one table read a unit.
 struct pair_encoding {
     const std::uint32_t* page; ///< for the high byte of a unit: index of its page's first cell
-    const std::uint16_t* cell; ///< first byte low, second byte high (0: one byte); 0 where the exact routine must look
+    const std::uint16_t* cell; ///< first byte low, second byte high (0: one byte), `ask`, or `substituted`
     const uchar* page_number;  ///< the same as `page` / 256
     char32_t unit_mask;        ///< what of a unit counts: the low half, or all
 };
@@ -84,8 +85,9 @@ struct byte_map {
     alignas(64) uchar to[256];
 };
 
-/// In pair_decoding: no charset here decodes a pair to U+FFFF.
-inline constexpr std::uint16_t ask = 0xFFFF;
+/// In the cells of pairs, where the exact routine must look, and where it would put its replacement (U+FFFD, or "?") for
+/// just these bytes or this unit. No charset here decodes a pair to U+FFFF or U+FEFF, or has FE FF or FF FF for one.
+inline constexpr std::uint16_t ask = 0xFFFF, substituted = 0xFFFE;
 
 struct letter_pages;
 
@@ -111,11 +113,11 @@ struct long_forms {
     /* Length of the run of bytes equal to b that ends at p + n. */                                                    \
     K(std::size_t, trailing_run, (const uchar* p, std::size_t n, uchar b), (p, n, b))                                  \
     /* Decodes up to `units` units from n bytes of one- and two-byte characters. */                                    \
-    K(moved, decode_pairs,                                                                                             \
+    K(converted, decode_pairs,                                                                                         \
       (const pair_decoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units), \
       (plan, layout, src, n, dst, units))                                                                              \
     /* Encodes up to n units into at most `room` bytes. */                                                             \
-    K(moved, encode_pairs,                                                                                             \
+    K(converted, encode_pairs,                                                                                         \
       (const pair_encoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t room),  \
       (plan, layout, src, n, dst, room))                                                                               \
     /* Converts up to `units` one- and two-byte characters to UTF-8. */                                                \
@@ -151,10 +153,10 @@ struct long_forms {
     K(moved, decode_utf8, (unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units),        \
       (layout, src, n, dst, units))                                                                                    \
     /* Decodes any UTF-8, but for its last bytes; the second one to big-endian UTF-16. */                              \
-    K(replacing_run, decode_utf8_replacing,                                                                            \
+    K(converted, decode_utf8_replacing,                                                                                \
       (unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units),                            \
       (layout, src, n, dst, units))                                                                                    \
-    K(replacing_run, decode_utf8_to_utf16, (const uchar* src, std::size_t n, uchar* dst, std::size_t units),           \
+    K(converted, decode_utf8_to_utf16, (const uchar* src, std::size_t n, uchar* dst, std::size_t units),               \
       (src, n, dst, units))                                                                                            \
     /* Encodes up to n units as UTF-8 into at most `room` bytes. */                                                    \
     K(moved, encode_utf8, (unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t room),         \

@@ -20,7 +20,7 @@ struct stages {
     /// How one- and two-byte characters decode.
     const core::pair_decoding* pairs = nullptr;
     /// UCS-2BE to bytes. May stop anywhere between two characters; never takes a unit that belongs to the next one.
-    core::moved (*encode_units)(const uchar* src, std::size_t n, uchar* dst, std::size_t room) = nullptr;
+    core::converted (*encode_units)(const uchar* src, std::size_t n, uchar* dst, std::size_t room) = nullptr;
 };
 
 namespace core {
@@ -51,10 +51,11 @@ consteval bool encodes_ascii() {
 }
 
 template <class F>
-moved encode_units(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+converted encode_units(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
     progress at;
-    encode_fast<F, form::ucs2, order::big>(src, static_cast<offset_t>(2 * n), dst, static_cast<offset_t>(room), at);
-    return {static_cast<std::size_t>(at.read), static_cast<std::size_t>(at.written)};
+    const conv_status_t status =
+        encode_fast<F, form::ucs2, order::big>(src, static_cast<offset_t>(2 * n), dst, static_cast<offset_t>(room), at);
+    return {static_cast<std::size_t>(at.read), static_cast<std::size_t>(at.written), status != exact};
 }
 
 template <class F>

@@ -94,7 +94,7 @@ conv_status_t decode(const uchar* src, offset_t len, uchar* dst, offset_t size, 
     exact_stretch stretch;
     while (at.read < len) {
         const offset_t before = at.read;
-        decode_fast<F, Form, Order>(src, len, dst, size, at);
+        status |= decode_fast<F, Form, Order>(src, len, dst, size, at);
         const offset_t until = at.read + stretch.after(at.read - before);
         while (at.read < len && at.read < until) {
             if (size - at.written < unit) return status | stopped;
@@ -119,7 +119,7 @@ conv_status_t encode(const uchar* src, offset_t len, uchar* dst, offset_t size, 
     exact_stretch stretch;
     while (len - at.read >= unit) {
         const offset_t before = at.read;
-        encode_fast<F, Form, Order>(src, len, dst, size, at);
+        status |= encode_fast<F, Form, Order>(src, len, dst, size, at);
         const offset_t until = at.read + stretch.after(at.read - before);
         while (len - at.read >= unit && at.read < until) {
             const uchar* const p = src + at.read;

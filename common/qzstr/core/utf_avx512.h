@@ -182,8 +182,8 @@ void store_units(uchar* dst, __m512i low, __m512i high, std::size_t count, std::
 /// Decodes block by block, up to one without room, and the rest of the text; what the end of the text cuts stays. With
 /// `stops`, only up to the first malformed character.
 template <bool Pairs, order Order>
-[[gnu::always_inline]] inline replacing_run decode_utf8_units(const uchar* src, std::size_t n, uchar* dst,
-                                                              std::size_t units, bool stops) {
+[[gnu::always_inline]] inline converted decode_utf8_units(const uchar* src, std::size_t n, uchar* dst,
+                                                          std::size_t units, bool stops) {
     std::size_t base = 0, done = 0;
     std::size_t whole = 0; // up to here the text ends with a character for certain
     bool replaced = false, goes_on = false, edge = true;
