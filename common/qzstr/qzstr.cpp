@@ -122,15 +122,15 @@ private:
         alignas(64) uchar units[2 * piece];
         recoded_run done{};
         while (done.read < n && done.units < most) {
-            const moved in = decode_utf8(unit_layout::ucs2_big, src + done.read, n - done.read, units,
-                                         std::min(piece, most - done.units));
+            const converted in = decode_utf8(unit_layout::ucs2_big, src + done.read, n - done.read, units,
+                                             std::min(piece, most - done.units), true);
             const std::size_t decoded = in.written / 2, wanted = settled(units, decoded, done.read + in.read < n);
             const converted out = encoding_.encode_units(units, wanted, dst + done.written, room - done.written);
             const std::size_t taken = out.read / 2;
             done.read += taken == decoded ? in.read : skip_utf8(src + done.read, in.read, taken).read;
             done.written += out.written;
             done.units += taken;
-            done.replaced |= out.replaced;
+            done.replaced |= in.replaced || out.replaced;
             if (taken < wanted || taken == 0) break;
         }
         return done;

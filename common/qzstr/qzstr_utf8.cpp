@@ -76,7 +76,7 @@ struct utf8 : block_walks<utf8>, decoders<utf8>, encoders<utf8>, ascii_reduction
     static conv_status_t decode_text(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at) {
         const auto n = static_cast<std::size_t>(len), units = static_cast<std::size_t>(size) / unit_size<Form>;
         const converted fast = Form == form::utf16 ? decode_utf8_to_utf16(src, n, dst, units)
-                                                   : decode_utf8_replacing(layout_of<Form, Order>, src, n, dst, units);
+                                                   : decode_utf8(layout_of<Form, Order>, src, n, dst, units, false);
         at = {static_cast<offset_t>(fast.read), static_cast<offset_t>(fast.written)};
         const conv_status_t status = fast.replaced ? replaced : exact;
         return at.read == len ? status : status | core::decode<utf8, Form, Order>(src, len, dst, size, at);

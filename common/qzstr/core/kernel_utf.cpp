@@ -19,10 +19,7 @@ namespace qzstr::core::QZSTR_LEVEL {
 
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_plain
 
-moved decode_utf8(unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
-    return {};
-}
-converted decode_utf8_replacing(unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
+converted decode_utf8(unit_layout, const uchar*, std::size_t, uchar*, std::size_t, bool) {
     return {};
 }
 moved encode_utf8(unit_layout, const uchar*, std::size_t, uchar*, std::size_t) {
@@ -166,14 +163,14 @@ char32_t join_four(const uchar* p) {
     return (p[0] & 0x07U) << 18 | (p[1] & 0x3FU) << 12 | (p[2] & 0x3FU) << 6 | (p[3] & 0x3FU);
 }
 
-/// With `stops`, only up to the first malformed character.
+/// Where it `stops`, only up to the first character of four bytes.
 template <form Form, order Order>
 [[gnu::noinline]] converted decode_utf8_by_starts(const uchar* src, std::size_t n, uchar* dst, std::size_t units,
                                                   bool stops) {
     constexpr std::size_t unit = unit_size<Form>, group = 8;
     std::size_t base = 0, done = 0;
     bool replaced = false;
-    // Decodes what a block of `taken` bytes has; false at the end, at a mistake where that stops, or in a full target.
+    // Decodes what a block of `taken` bytes has; false at the end, at four bytes where that stops, or in a full target.
     const auto block_done = [&](const uchar* p, std::size_t taken) {
         if (is_ascii_block(p)) {
             const std::size_t fits = std::min(taken, units - done);
@@ -184,7 +181,7 @@ template <form Form, order Order>
         }
         const structure s = structure::of(text_at{p}, 0);
         whole_characters c = whole_characters::of(s, s.wrong(text_at{p}) | (Form == form::ucs2 ? s.four : 0), taken);
-        if (stops && c.wrong != 0) c.keep(c.number(lowest(c.wrong)));
+        if (stops && s.four != 0) c.keep(c.number(lowest(s.four)));
         bool goes_on = c.bytes + 3 >= taken;
         if (Form == form::utf16 && s.four != 0 && c.bytes != 0) {
             if ((s.four & 1) != 0 && (c.wrong & 15) == 0) {
@@ -233,21 +230,6 @@ converted decode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_
     }
 #endif
     return decode_utf8_by_starts<Form, Order>(src, n, dst, units, stops);
-}
-
-converted decode_utf8_in(unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units,
-                         bool stops) {
-    switch (layout) {
-    case unit_layout::ucs2_big:
-        return decode_utf8_as<form::ucs2, order::big>(src, n, dst, units, stops);
-    case unit_layout::ucs2_little:
-        return decode_utf8_as<form::ucs2, order::little>(src, n, dst, units, stops);
-    case unit_layout::ucs4_big:
-        return decode_utf8_as<form::ucs4, order::big>(src, n, dst, units, stops);
-    case unit_layout::ucs4_little:
-        return decode_utf8_as<form::ucs4, order::little>(src, n, dst, units, stops);
-    }
-    return {};
 }
 
 #if QZSTR_LEVEL_NUMBER < QZSTR_IS_avx512
@@ -567,30 +549,17 @@ std::size_t change_block(const letter_pages& letters, uchar first, uchar* p, std
 
 } // namespace
 
-moved decode_utf8(unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
-    return leaving([&]() -> moved {
-        const converted run = decode_utf8_in(layout, src, n, dst, units, true);
-        return {run.read, run.written};
+converted decode_utf8(unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units, bool stops) {
+    return leaving([&] {
+        return in_layout(
+            layout, [&]<form Form, order Order> { return decode_utf8_as<Form, Order>(src, n, dst, units, stops); });
     });
 }
 
-converted decode_utf8_replacing(unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
-    return leaving([&] { return decode_utf8_in(layout, src, n, dst, units, false); });
-}
-
 moved encode_utf8(unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
-    return leaving([&]() -> moved {
-        switch (layout) {
-        case unit_layout::ucs2_big:
-            return encode_utf8_as<form::ucs2, order::big>(src, n, dst, room);
-        case unit_layout::ucs2_little:
-            return encode_utf8_as<form::ucs2, order::little>(src, n, dst, room);
-        case unit_layout::ucs4_big:
-            return encode_utf8_as<form::ucs4, order::big>(src, n, dst, room);
-        case unit_layout::ucs4_little:
-            return encode_utf8_as<form::ucs4, order::little>(src, n, dst, room);
-        }
-        return {};
+    return leaving([&] {
+        return in_layout(layout,
+                         [&]<form Form, order Order> { return encode_utf8_as<Form, Order>(src, n, dst, room); });
     });
 }
 

@@ -149,13 +149,11 @@ struct long_forms {
     K(candidates, first_candidates, (const probe_bytes& probes, const uchar* p, std::size_t n), (probes, p, n))        \
     /* The same from the end: groups of 64 are counted from start p + n - 1 downwards. */                              \
     K(candidates, last_candidates, (const probe_bytes& probes, const uchar* p, std::size_t n), (probes, p, n))         \
-    /* Decodes well-formed UTF-8 into up to `units` units. */                                                          \
-    K(moved, decode_utf8, (unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units),        \
-      (layout, src, n, dst, units))                                                                                    \
-    /* Decodes any UTF-8, but for its last bytes; the second one to big-endian UTF-16. */                              \
-    K(converted, decode_utf8_replacing,                                                                                \
-      (unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units),                            \
-      (layout, src, n, dst, units))                                                                                    \
+    /* Decodes UTF-8, malformed or not, but for its last bytes, into up to `units` units; where it `stops`, only */    \
+    /* up to the first character of four bytes. The second one to big-endian UTF-16. */                                \
+    K(converted, decode_utf8,                                                                                          \
+      (unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units, bool stops),                \
+      (layout, src, n, dst, units, stops))                                                                             \
     K(converted, decode_utf8_to_utf16, (const uchar* src, std::size_t n, uchar* dst, std::size_t units),               \
       (src, n, dst, units))                                                                                            \
     /* Encodes up to n units as UTF-8 into at most `room` bytes. */                                                    \

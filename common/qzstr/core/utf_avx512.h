@@ -115,10 +115,7 @@ struct block_plan {
         wrong |= (wrong & ~plan.marks) << 1;
         plan.bad = wrong & plan.marks;
         plan.at.third_of_four &= ~(wrong >> 1);
-        if (stops && plan.bad != 0) {
-            const std::uint64_t before = s.starts() & first_bits(lowest(plan.bad) + 1);
-            plan.bytes = before == 0 ? 0 : 63 - static_cast<std::size_t>(std::countl_zero(before));
-        }
+        if (stops && s.four != 0) plan.bytes = std::min(plan.bytes, lowest(s.four));
         return plan;
     }
 };
@@ -180,7 +177,7 @@ void store_units(uchar* dst, __m512i low, __m512i high, std::size_t count, std::
 }
 
 /// Decodes block by block, up to one without room, and the rest of the text; what the end of the text cuts stays. With
-/// `stops`, only up to the first malformed character.
+/// `stops`, only up to the first character of four bytes.
 template <bool Pairs, order Order>
 [[gnu::always_inline]] inline converted decode_utf8_units(const uchar* src, std::size_t n, uchar* dst,
                                                           std::size_t units, bool stops) {
@@ -236,7 +233,6 @@ template <bool Pairs, order Order>
         base += plan.bytes;
         done += count;
         goes_on = is_cut;
-        if (stops && suspicious) break;
     }
     if (goes_on) { // the character is taken back, and the first unit of its pair with it
         const std::size_t cut = bytes_of_cut(src + whole, base - whole);
