@@ -115,7 +115,10 @@ struct block_plan {
         wrong |= (wrong & ~plan.marks) << 1;
         plan.bad = wrong & plan.marks;
         plan.at.third_of_four &= ~(wrong >> 1);
-        if (stops && s.four != 0) plan.bytes = std::min(plan.bytes, lowest(s.four));
+        if (stops && (seen.fourth & 7) != 0)
+            plan.bytes = 0; // it began in the block before
+        else if (stops && s.four != 0)
+            plan.bytes = std::min(plan.bytes, lowest(s.four));
         return plan;
     }
 };
@@ -225,7 +228,7 @@ template <bool Pairs, order Order>
             done -= plan.bad & seen.fourth & 1; // the first unit of its pair is there already
             whole = base + plan.bytes;
             is_cut = false;
-            edge = plan.bytes >= 3 && seems_cut(p + plan.bytes);
+            edge = plan.bytes < 3 || seems_cut(p + plan.bytes);
             replaced |= (plan.bad & bytes_before(plan.bytes)) != 0;
         }
         store_units<Order>(dst + 2 * done, _mm512_maskz_compress_epi8(joined.marks, joined.low),
