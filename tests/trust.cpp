@@ -572,7 +572,7 @@ int main(int argc, char** argv) {
     const bool some = std::any_of(std::begin(parts), std::end(parts), named);
     whole_run = asked("--long"), brief = asked("--brief");
     record recorded = read_figures();
-    int findings = 0;
+    int findings = 0, compared = 0, equal = 0;
     std::printf("levels:");
     for (const level& l : levels())
         std::printf(" %s", l.name);
@@ -585,7 +585,9 @@ int main(int argc, char** argv) {
             part.run(r);
             for (std::size_t c = 0; c < columns; ++c) {
                 auto& expected = recorded[static_cast<std::size_t>(row)][c];
-                if (r.found[c] == unknown || r.found[c] == expected) continue;
+                if (r.found[c] == unknown) continue;
+                ++compared, equal += r.found[c] == expected;
+                if (r.found[c] == expected) continue;
                 if (asked("--record"))
                     expected = r.found[c];
                 else
@@ -599,6 +601,6 @@ int main(int argc, char** argv) {
     }
     findings += assertions_from_data;
     if (asked("--record")) write_figures(recorded);
-    std::printf("%d findings\n", findings);
+    std::printf("%d findings, %d of %d figures as recorded\n", findings, equal, compared);
     return findings == 0 ? 0 : 1;
 }

@@ -194,7 +194,7 @@ struct block {
     void widen(uchar*) const {}
     template <order Order>
     static bool narrow_ascii(const uchar*, uchar*) {
-        return false;
+        return {};
     }
 };
 
