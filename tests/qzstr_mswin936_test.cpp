@@ -136,14 +136,8 @@ TEST(Gbk, CaseSkipsTrails) {
 }
 
 TEST(Gbk, NamesItsSource) {
-    char byte = 'a';
-    int length = 0;
-    EXPECT_EQ(gbk.qzstr_count_char_fn(&byte, -1), 0);
-    EXPECT_EQ(gbk.qzstr_to_ucs4_fn(&byte, 1, nullptr, 4, &length, &length, 1), 0);
-    const auto reported = take_assertions();
-    ASSERT_EQ(reported.size(), 2U);
-    EXPECT_TRUE(reported[0].starts_with("byte_cnt >= 0@common/qzstr/qzstr_mswin936:")) << reported[0];
-    EXPECT_TRUE(reported[1].starts_with("ucs4 != NULL@common/qzstr/qzstr_mswin936:")) << reported[1];
+    gbk.qzstr_count_char_fn(nullptr, 1);
+    EXPECT_TRUE(take_assertions()[0].starts_with("str != NULL@common/qzstr/qzstr_mswin936:"));
 }
 
 } // namespace
