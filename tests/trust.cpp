@@ -353,6 +353,21 @@ struct alphabet {
     }
 };
 
+/// Bytes of every kind, leads above all, into every other charset: characters that nothing ends, across blocks.
+void malformed(row_run& r) {
+    random_numbers random{21};
+    for (unsigned to = 0; to < QZSTR_CHARSET_MAX; ++to)
+        for (int round = brief ? 20 : whole_run ? 5000 : 400; round > 0; --round) {
+            text made(random(200));
+            const bool leads = random(2) != 0;
+            for (char& b : made)
+                b = static_cast<char>(random(leads ? 3 : 2) == 0 ? random(128) : 0x80 + random(128) / (leads ? 1 : 2));
+            const auto size = static_cast<int>(random(2) == 0 ? made.size() * 4 + 16 : random(made.size() * 2 + 4));
+            r.check.agreed({r.row, cell, view(made), size, to * 8 + static_cast<unsigned>(random(8))});
+            ++r.inputs;
+        }
+}
+
 /// Texts of all kinds through any operation, and every room for some of them.
 std::uint64_t texts(row_run& r, const alphabet& letters, int rounds, std::uint64_t seed) {
     random_numbers random{seed};
@@ -525,6 +540,7 @@ const struct {
      [](row_run& r) {
          texts(r, alphabet(r.row), brief ? 300 : whole_run ? 100000 : 6000, 20);
      }},
+    {"malformed", malformed},
     {"threads", threads},
     {"stacks", stacks},
     {"lengths",
