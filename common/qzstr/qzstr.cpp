@@ -323,6 +323,7 @@ conv_status_t utf16_to_utf8(char* str, int str_len, char* buf, int buf_size, pro
                                  bytes(buf) + at.written, static_cast<std::size_t>(buf_size - at.written));
         at.read += static_cast<offset_t>(fast.read);
         at.written += static_cast<offset_t>(fast.written);
+        if (str_len - at.read < 2) break;
         constexpr int stretch = 64;
         char units[stretch / 2 * 4];
         const auto left = static_cast<int>(str_len - at.read);

@@ -20,6 +20,7 @@ struct gb18030 : block_walks<gb18030>,
     static constexpr byte_set leads{byte_range{0x81, 0xFF}};
     static constexpr byte_set digits{byte_range{'0', '9'}};
     static constexpr char32_t ucs4_mask = 0xFFFFFFFF;
+    static constexpr bool long_codes = true;
 
     /// A lead with a digit behind it has four bytes, valid or not.
     static constexpr offset_t step(const uchar* p, offset_t left) {

@@ -87,19 +87,23 @@ consteval pair_decoding make_pair_decoding() {
 template <class F>
 inline constexpr pair_decoding pair_decoding_of = make_pair_decoding<F>();
 
-/// Cells for a unit to one or two bytes, in pages of 256 code points; page 0 has no character, and for pairs page 1 is
-/// that of the surrogates, of which two may be one character.
+/// Cells for a unit to as many bytes as a cell has, first byte low, in pages of 256 code points; page 0 has no character,
+/// and for pairs page 1 is that of the surrogates, of which two may be one character.
 template <class F, class Cell = std::uint16_t>
 struct encode_pages {
     static constexpr bool pairs = sizeof(Cell) == 2;
-    static constexpr Cell unknown = pairs ? static_cast<Cell>(ask) : Cell{0};
+    static constexpr Cell unknown = sizeof(Cell) == 1 ? Cell{0} : static_cast<Cell>(~0U);
     static constexpr Cell cell_of(char32_t c) {
         if constexpr (requires { F::composes(c); })
             if (F::composes(c)) return unknown;
         const auto e = F::template encode<form::ucs2>(c, 0xFFFFFFFF);
         if (e.bytes > sizeof(Cell) || e.room > sizeof(Cell) || e.units != 1) return unknown;
-        if (e.what == decltype(e.what)::ok)
-            return static_cast<Cell>(e.bytes == 2 ? e.byte[0] | e.byte[1] << 8 : e.byte[0]);
+        if (e.what == decltype(e.what)::ok) {
+            Cell value = 0;
+            for (unsigned i = 0; i < e.bytes; ++i)
+                value = static_cast<Cell>(value | static_cast<Cell>(e.byte[i]) << 8 * i);
+            return value;
+        }
         const bool always = F::template encode<form::ucs4>(c, 0xFFFFFFFF).what == e.what;
         return pairs && always && e.bytes == 1 && e.byte[0] == '?' ? static_cast<Cell>(substituted) : unknown;
     }
@@ -151,6 +155,23 @@ struct encode_pages {
 template <class F, class Cell = std::uint16_t>
 inline constexpr encode_pages<F, Cell> encode_pages_of{};
 
+/// Encodes one unit after another by one table read each: text with codes of four bytes (a family says `long_codes`). Up
+/// to a stretch without them, where vector code goes on, or a unit that must be asked for.
+template <class F, form Form, order Order, class Progress>
+void encode_long_codes(const uchar* src, offset_t len, uchar* dst, offset_t size, Progress& at) {
+    constexpr int calm = 32;
+    const auto& pages = encode_pages_of<F, std::uint32_t>;
+    for (int since = 0; since < calm && len - at.read >= unit_size<Form> && size - at.written >= 4; ++since) {
+        const char32_t c = load_unit<Form, Order>(src + at.read);
+        const std::uint32_t cell = c > 0xFFFF ? pages.unknown : pages.cell[pages.page[c >> 8] + (c & 0xFF)];
+        if (cell == pages.unknown) return;
+        std::memcpy(dst + at.written, &cell, 4);
+        at.written += 1 + (cell > 0xFF) + 2 * (cell > 0xFFFF);
+        at.read += unit_size<Form>;
+        if (cell > 0xFFFF) since = -1;
+    }
+}
+
 /// Decodes what can be decoded fast, from `at` on; exact or replaced.
 template <class F, form Form, order Order, class Progress>
 conv_status_t decode_fast(const uchar* src, offset_t len, uchar* dst, offset_t size, Progress& at) {
@@ -197,11 +218,23 @@ conv_status_t encode_fast(const uchar* src, offset_t len, uchar* dst, offset_t s
         constexpr pair_encoding plan{encode_pages_of<F>.page, encode_pages_of<F>.cell, encode_pages_of<F>.number,
                                      F::ucs4_mask};
         constexpr int unit = unit_size<Form>;
-        const offset_t units = (len - at.read) / unit;
-        const converted m = encode_pairs(plan, layout_of<Form, Order>, src + at.read, static_cast<std::size_t>(units),
-                                         dst + at.written, static_cast<std::size_t>(size - at.written));
-        at.read += static_cast<offset_t>(m.read);
-        at.written += static_cast<offset_t>(m.written);
+        const auto pairs = [&] {
+            const offset_t units = (len - at.read) / unit;
+            const converted m =
+                encode_pairs(plan, layout_of<Form, Order>, src + at.read, static_cast<std::size_t>(units),
+                             dst + at.written, static_cast<std::size_t>(size - at.written));
+            at.read += static_cast<offset_t>(m.read);
+            at.written += static_cast<offset_t>(m.written);
+            return m;
+        };
+        const converted m = pairs();
+        conv_status_t status = m.replaced ? replaced : exact;
+        if constexpr (requires { F::long_codes; })
+            for (offset_t before = -1; len - at.read >= unit && before != at.read;) {
+                before = at.read;
+                encode_long_codes<F, Form, Order>(src, len, dst, size, at);
+                if (before != at.read && pairs().replaced) status = replaced;
+            }
         if constexpr (requires { F::composes(char32_t{}); }) {
             // A mark may join the character before it: that one is taken back and left to the exact routine.
             if (m.read > 0 && len - at.read >= unit && F::composes(load_unit<Form, Order>(src + at.read))) {
@@ -209,7 +242,7 @@ conv_status_t encode_fast(const uchar* src, offset_t len, uchar* dst, offset_t s
                 at.written -= F::template encode<Form>(load_unit<Form, Order>(src + at.read), 0xFFFFFFFF).bytes;
             }
         }
-        return m.replaced ? replaced : exact;
+        return status;
     }
     return exact;
 }
