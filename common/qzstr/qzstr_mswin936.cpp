@@ -17,6 +17,7 @@ struct mswin936 : double_byte<mswin936>,
     static constexpr diagnostics where{.source = "common/qzstr/qzstr_mswin936"};
 
     static constexpr byte_set leads{byte_range{0x81, 0xFE}};
+    static constexpr byte_set decode_leads{byte_range{0x81, 0xFF}};
     static constexpr unsigned euro_byte = 0x80;
     static constexpr char32_t euro = 0x20AC;
     // KEPT: the high half of a 32-bit unit is ignored, so U+10041 is stored as U+0041.

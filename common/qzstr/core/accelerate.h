@@ -159,7 +159,7 @@ inline constexpr encode_pages<F, Cell> encode_pages_of{};
 /// to a stretch without them, where vector code goes on, or a unit that must be asked for.
 template <class F, form Form, order Order, class Progress>
 void encode_long_codes(const uchar* src, offset_t len, uchar* dst, offset_t size, Progress& at) {
-    constexpr int calm = 32;
+    constexpr int calm = 16;
     const auto& pages = encode_pages_of<F, std::uint32_t>;
     for (int since = 0; since < calm && len - at.read >= unit_size<Form> && size - at.written >= 4; ++since) {
         const char32_t c = load_unit<Form, Order>(src + at.read);
