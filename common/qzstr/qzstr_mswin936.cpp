@@ -17,6 +17,7 @@ struct mswin936 : double_byte<mswin936>,
     static constexpr diagnostics where{.source = "common/qzstr/qzstr_mswin936"};
 
     static constexpr byte_set leads{byte_range{0x81, 0xFE}};
+    /// FF is no lead, but takes the byte behind it along when it is replaced.
     static constexpr byte_set decode_leads{byte_range{0x81, 0xFF}};
     static constexpr unsigned euro_byte = 0x80;
     static constexpr char32_t euro = 0x20AC;

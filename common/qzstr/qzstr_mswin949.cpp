@@ -19,6 +19,7 @@ struct mswin949 : double_byte<mswin949>,
     static constexpr diagnostics where{.source = "common/qzstr/qzstr_mswin949"};
 
     static constexpr byte_set leads{byte_range{0x81, 0xFE}};
+    /// FF is no lead, but takes the byte behind it along when it is replaced.
     static constexpr byte_set decode_leads{byte_range{0x81, 0xFF}};
     // KEPT: the high half of a 32-bit unit is ignored, so U+1AC00 is stored as U+AC00.
     static constexpr char32_t ucs4_mask = 0xFFFF;

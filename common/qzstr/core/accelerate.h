@@ -1,5 +1,5 @@
 // Fast paths of the conversion loops, derived at compile time from a family's own one-character rules: what the tables
-// say is what `decode` and `encode` say, and wherever a rule is unusual the table says "ask".
+// say is what `decode` and `encode` say, the usual replacements among it, and wherever a rule is unusual a table says "ask".
 #pragma once
 
 #include "core/byte_set.h"
@@ -159,6 +159,7 @@ inline constexpr encode_pages<F, Cell> encode_pages_of{};
 /// to a stretch without them, where vector code goes on, or a unit that must be asked for.
 template <class F, form Form, order Order, class Progress>
 void encode_long_codes(const uchar* src, offset_t len, uchar* dst, offset_t size, Progress& at) {
+    static_assert(F::ucs4_mask == 0xFFFFFFFF); // all of a unit counts
     constexpr int calm = 16;
     const auto& pages = encode_pages_of<F, std::uint32_t>;
     for (int since = 0; since < calm && len - at.read >= unit_size<Form> && size - at.written >= 4; ++since) {
