@@ -321,18 +321,24 @@ TEST(KmpSearch, TakesPatternsUpToTheLimitAndGivesEachItsStack) {
         pthread_join(thread, nullptr);
         pthread_attr_destroy(&attributes);
     };
-    // Periodic: every start is a candidate and fails late, so the linear algorithm takes over.
+    // Periodic: every start is a candidate and fails late, at the same byte of the pattern or at ever another one.
     const std::string text(1 << 20, 'a');
     for (const std::size_t length :
-         {std::size_t{1}, std::size_t{60}, std::size_t{1000}, std::size_t{SESS_BIG_CHUNK_SIZE}})
+         {std::size_t{4}, std::size_t{60}, std::size_t{1000}, std::size_t{SESS_BIG_CHUNK_SIZE}})
         for (const bool forward : {true, false}) {
-            std::string pattern(length, 'a');
+            std::string pattern(length, 'a'), alternating = pattern, damaged = text;
+            for (std::size_t i = 1; i < text.size(); i += 2) {
+                alternating[i % length] = 'b';
+                const std::size_t whole = text.size() - length;
+                damaged[i] = i < whole && (whole - 1 - i) % (length - 2) == 0 ? 'a' : 'b';
+            }
             const query all{.forward = forward, .overlapped = true};
             const std::size_t stack = length > 1000 ? 1 << 20 : 256 << 10;
             on_small_stack(stack, [&] {
                 EXPECT_EQ(search(all_levels().back(), text, pattern, all).count, (1 << 20) - len(pattern) + 1);
                 pattern[length / 3] = 'b';
                 EXPECT_EQ(search(all_levels().back(), text, pattern, all).count, 0);
+                EXPECT_EQ(search(all_levels().back(), damaged, alternating, all).count, 1);
             });
         }
 }

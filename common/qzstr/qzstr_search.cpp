@@ -38,17 +38,16 @@ void qzstr_kmp_search(char* src, int src_len, char* ptn, int ptn_len, int bpc, u
     const bool has_text = require(src != nullptr && ptn != nullptr, "src != NULL && ptn != NULL", source, 0);
     require(pos >= 0 && occ_start >= 1, "pos >= 0 && occ_start >= 1", source, 0);
     const bool fits = require(ptn_len <= SESS_BIG_CHUNK_SIZE, "ptn_len <= (int)SESS_BIG_CHUNK_SIZE", source, 0);
-    const text_view text = view(src, src_len), pattern = view(ptn, ptn_len);
     occurrences found(width_of(bpc), occ_start, occ_count, result);
-    if (!has_text || !fits || text.len == 0 || pattern.len == 0 || pattern.len > text.len)
-        return found.report_none(result_count);
+    if (!has_text || !fits || ptn_len < 1 || ptn_len > src_len) return found.report_none(result_count);
+    const text_view text = view(src, src_len), pattern = view(ptn, ptn_len);
     if (occ_count != 0) {
         const offset_t p = offset_t{pos} * width_of(bpc);
         const offset_t i = first_byte(text.len, pattern.len, p, left_to_right != 0);
         if (left_to_right != 0)
-            search_exact<direction::forward, SESS_BIG_CHUNK_SIZE>(text, pattern, i, overlapped != 0, found);
+            found = search_exact<direction::forward, SESS_BIG_CHUNK_SIZE>(text, pattern, i, overlapped != 0, found);
         else
-            search_exact<direction::backward, SESS_BIG_CHUNK_SIZE>(text, pattern, i, overlapped != 0, found);
+            found = search_exact<direction::backward, SESS_BIG_CHUNK_SIZE>(text, pattern, i, overlapped != 0, found);
     }
     found.report(result_count);
 }

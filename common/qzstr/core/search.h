@@ -137,18 +137,24 @@ struct start_range {
     bool empty() const { return first > last; }
 };
 
-/// Shows the visitor every start in the range where all probes hold, in order. The visitor answers with the distance to
-/// the next start that it wants to see, 0 to end the scan.
+/// The first group of starts, in the direction of the search, where all probes hold.
+template <direction D>
+candidates candidates_in(const probe_bytes& probes, const uchar* text, start_range left) {
+    if (left.empty()) return {0, 0};
+    const auto n = static_cast<std::size_t>(left.last - left.first + 1);
+    const uchar* const from = text + left.first;
+    return D == direction::forward ? first_candidates(probes, from, n) : last_candidates(probes, from, n);
+}
+
+/// Shows the visitor every start in the range where all probes hold, in order, from the `group` found first on. The
+/// visitor answers with the distance to the next start that it wants to see, 0 to end the scan.
 template <direction D, class Visitor>
-void scan(const probe_bytes& probes, const uchar* text, start_range left, Visitor& visit) {
+[[gnu::always_inline]] inline void scan(const probe_bytes& probes, const uchar* text, start_range left,
+                                        candidates group, Visitor& visit) {
     constexpr bool forward = D == direction::forward;
-    while (!left.empty()) {
-        const auto n = static_cast<std::size_t>(left.last - left.first + 1);
-        const uchar* const from = text + left.first;
-        const auto found = forward ? first_candidates(probes, from, n) : last_candidates(probes, from, n);
-        std::uint64_t bits = found.bits;
-        if (bits == 0) return;
-        const offset_t base = left.first + static_cast<offset_t>(found.first);
+    for (; group.bits != 0; group = candidates_in<D>(probes, text, left)) {
+        std::uint64_t bits = group.bits;
+        const offset_t base = left.first + static_cast<offset_t>(group.first);
         if (forward)
             left.first = base + 64;
         else
@@ -175,32 +181,60 @@ void scan(const probe_bytes& probes, const uchar* text, start_range left, Visito
     }
 }
 
-/// Whether n bytes, three at least, are equal; adds the words compared to `work`.
-inline bool equal_bytes(const uchar* a, const uchar* b, std::size_t n, offset_t& work) {
-    const auto same = [&]<class Word>(Word, std::size_t at) {
+/// Where n bytes differ last (searching forward) or first (backward), -1: nowhere; adds the words compared to `work`.
+template <direction D, class Word>
+offset_t difference_by(const uchar* a, const uchar* b, offset_t n, offset_t& work) {
+    constexpr bool forward = D == direction::forward;
+    constexpr offset_t size = sizeof(Word);
+    const offset_t first = forward ? n - size : 0, last = n - size - first;
+    const auto differing = [&](offset_t at) {
         Word x, y;
-        std::memcpy(&x, a + at, sizeof x);
-        std::memcpy(&y, b + at, sizeof y);
-        return x == y;
+        std::memcpy(&x, a + at, size);
+        std::memcpy(&y, b + at, size);
+        return static_cast<Word>(x ^ y);
     };
-    const auto ends_same = [&]<class Word>(Word w) { return same(w, 0) && same(w, n - sizeof w); };
+    const auto place = [](offset_t at, Word bits) {
+        return at + (forward ? std::bit_width(bits) - 1 : std::countr_zero(bits)) / 8;
+    };
     ++work;
-    if (n < 4) return ends_same(std::uint16_t{});
-    if (n < 8) return ends_same(std::uint32_t{});
-    for (std::size_t at = 0; at + 8 < n; at += 8, ++work)
-        if (!same(std::uint64_t{}, at)) return false;
-    return same(std::uint64_t{}, n - 8);
+    for (offset_t at = first; forward ? at > last : at < last; at += forward ? -size : size, ++work)
+        if (const Word bits = differing(at); bits != 0) return place(at, bits);
+    const Word bits = differing(last);
+    return bits != 0 ? place(last, bits) : -1;
 }
 
-/// Compares the whole pattern at each candidate, until candidates cost more than the linear algorithm would.
+/// The same of two bytes at least.
+template <direction D>
+offset_t difference(const uchar* a, const uchar* b, offset_t n, offset_t& work) {
+    if (n >= 8) return difference_by<D, std::uint64_t>(a, b, n, work);
+    if (n >= 4) return difference_by<D, std::uint32_t>(a, b, n, work);
+    return difference_by<D, std::uint16_t>(a, b, n, work);
+}
+
+/// Compares the whole pattern at each candidate. Where many fail, probes move to bytes that told them apart, and starts
+/// that the differing byte of text rules out are skipped; if that is of no use, the linear algorithm is to go on.
 template <direction D>
 struct exact_visitor {
     text_view text, pattern;
     bool overlapped;
     occurrences& found;
-    offset_t origin;
-    offset_t work = 0;
-    offset_t abandoned_at = -1; ///< the start from which the linear algorithm goes on; -1: none
+    probe_bytes& probes;
+    offset_t origin; ///< the start from which on work and failures are counted
+    offset_t work = 0, failures = 0;
+    int probes_replaced = 0;
+    bool abandoned = false;  ///< the linear algorithm is to go on
+    offset_t resume_at = -1; ///< where the scan ended early, the start to go on from; below 0: nowhere
+
+    static constexpr int most_replaced = 16;
+    static constexpr offset_t words_a_failure = 128; ///< more than one in 64 starts is too many
+
+    static offset_t beyond(offset_t start, offset_t distance) {
+        return D == direction::forward ? start + distance : start - distance;
+    }
+    /// The words that may have been compared when `start` is reached: in all, a multiple of the text and the pattern.
+    offset_t allowed(offset_t start) const {
+        return 2 * (D == direction::forward ? start - origin : origin - start) + 4096 + pattern.len / 8;
+    }
 
     /// Whether the candidates of a group have been counted at once: all are one character of which nobody asks where it is.
     bool counted(offset_t base, std::uint64_t group) {
@@ -217,38 +251,100 @@ struct exact_visitor {
         const bool counts = found.aligned(start);
         if (overlapped && !counts) return 1;
         // Of so short a pattern the probes are all bytes.
-        const bool match = pattern.len <= (found.wide() ? 2 : 3) ||
-                           equal_bytes(text.p + start, pattern.p, static_cast<std::size_t>(pattern.len), work);
-        if (match && counts && found.add(start)) return 0;
-        const offset_t distance = match && !overlapped ? pattern.len : 1;
-        const offset_t passed = D == direction::forward ? start - origin : origin - start;
-        if (work <= 2 * passed + 256) return distance;
-        abandoned_at = D == direction::forward ? start + distance : start - distance;
+        const offset_t differs =
+            pattern.len <= (found.wide() ? 2 : 3) ? -1 : difference<D>(text.p + start, pattern.p, pattern.len, work);
+        if (differs >= 0) return failed(start, differs);
+        if (counts && found.add(start)) return 0;
+        if (!overlapped) return pattern.len;
+        if (work <= allowed(start)) return 1;
+        abandoned = true;
+        resume_at = beyond(start, 1);
         return 0;
+    }
+
+    /// Goes on from a candidate that differs from the pattern at byte `differs`.
+    offset_t failed(offset_t start, offset_t differs) {
+        const offset_t distance = probes_replaced > 0 ? distance_after(start, differs) : 1;
+        const offset_t next = beyond(start, distance);
+        ++failures;
+        if (work + words_a_failure * failures <= allowed(next)) return distance;
+        if (probes_replaced < most_replaced) {
+            // What told this one apart may tell many.
+            const int k = probes_replaced++ % 3;
+            probes.offset[k] = static_cast<std::size_t>(differs);
+            probes.byte[k] = pattern.p[differs];
+            origin = next;
+            work = failures = 0;
+        } else if (work <= allowed(next)) {
+            return distance;
+        } else {
+            abandoned = true;
+        }
+        resume_at = next;
+        return 0;
+    }
+
+    /// How far off the next start is that puts an equal byte of the pattern where the text differed, or is past it.
+    offset_t distance_after(offset_t start, offset_t differs) const {
+        constexpr bool forward = D == direction::forward;
+        constexpr offset_t near = 8;
+        const uchar seen = text.p[start + differs];
+        const offset_t room = forward ? differs : pattern.len - 1 - differs;
+        for (offset_t distance = 1; distance <= near; ++distance)
+            if (distance > room || pattern.p[forward ? differs - distance : differs + distance] == seen)
+                return distance;
+        const probe_bytes same{{0, 0, 0}, {seen, seen, seen}};
+        const auto n = static_cast<std::size_t>(room - near);
+        const auto far =
+            forward ? last_candidates(same, pattern.p, n) : first_candidates(same, pattern.p + differs + near + 1, n);
+        if (far.bits == 0) return room + 1;
+        const auto place = static_cast<offset_t>(far.first);
+        return forward ? differs - place - (63 - std::countl_zero(far.bits))
+                       : near + 1 + place + std::countr_zero(far.bits);
     }
 };
 
 inline constexpr int short_pattern = 1022;
 
-/// Searches from byte i of the text; the pattern is not empty and no longer than the text.
+/// Searches from the first group of candidates on; never inlined, so that only searches that have any pay for it.
 template <direction D, int LongestPattern>
-void search_exact(text_view text, text_view pattern, offset_t i, bool overlapped, occurrences& found) {
+[[gnu::noinline]] void search_candidates(probe_bytes& probes, candidates group, text_view text, text_view pattern,
+                                         start_range left, bool overlapped, occurrences& found) {
     constexpr bool forward = D == direction::forward;
-    const offset_t last_start = text.len - pattern.len;
-    const start_range range{forward ? i : 0, forward ? last_start : i - pattern.len + 1};
-    if (i < 0) return;
-    exact_visitor<D> visit{text, pattern, overlapped, found, forward ? range.first : range.last};
-    // In big-endian UCS-2 the second byte of a character tells more than the first.
-    const offset_t tell = found.wide() && pattern.len > 2 ? 1 : 0;
-    const probe_offsets at{tell, pattern.len - 1, pattern.len / 2 | tell};
-    const probe_bytes probes = probes_at(at, pattern.p, at);
-    scan<D>(probes, text.p, range, visit);
-    if (visit.abandoned_at < 0) return;
-    const offset_t resume = forward ? visit.abandoned_at : visit.abandoned_at + pattern.len - 1;
+    exact_visitor<D> visit{text, pattern, overlapped, found, probes, forward ? left.first : left.last};
+    for (;;) {
+        visit.resume_at = -1;
+        scan<D>(probes, text.p, left, group, visit);
+        if (visit.resume_at < 0) return;
+        if (visit.abandoned) break;
+        (forward ? left.first : left.last) = visit.resume_at;
+        group = candidates_in<D>(probes, text.p, left);
+    }
+    const offset_t resume = forward ? visit.resume_at : visit.resume_at + pattern.len - 1;
     if (pattern.len <= short_pattern)
         search_with_table<D, short_pattern>(text, pattern, resume, overlapped, found);
     else
         search_with_table<D, LongestPattern>(text, pattern, resume, overlapped, found);
+}
+
+/// Searches from byte i of the text and returns `found` with what was; the pattern is not empty and no longer than the
+/// text. Most searches find no candidate: inlined, they keep all in registers.
+template <direction D, int LongestPattern>
+[[gnu::always_inline]] inline occurrences search_exact(text_view text, text_view pattern, offset_t i, bool overlapped,
+                                                       const occurrences& before) {
+    constexpr bool forward = D == direction::forward;
+    const offset_t last_start = text.len - pattern.len;
+    const start_range range{forward ? i : 0, forward ? last_start : i - pattern.len + 1};
+    if (i < 0) return before;
+    // In big-endian UCS-2 the second byte of a character tells more than the first.
+    const offset_t tell = before.wide() && pattern.len > 2 ? 1 : 0;
+    const probe_offsets at{tell, pattern.len - 1, pattern.len / 2 | tell};
+    probe_bytes probes = probes_at(at, pattern.p, at);
+    const candidates group = candidates_in<D>(probes, text.p, range);
+    if (group.bits == 0) return before;
+    occurrences found = before;
+    search_candidates<D, LongestPattern>(probes, group, text, pattern, range, overlapped, found);
+    return found;
 }
 
 // ---- Patterns with wildcards ----------------------------------------------------------------------------------------
@@ -381,7 +477,9 @@ bool search_wildcards(text_view text, const wildcard_pattern& pattern, offset_t 
     const start_range beyond{scanned + pattern.bpc > lowest ? scanned + pattern.bpc : lowest, text.len - 1};
     const auto scan_rest = [&] {
         const start_range range{forward ? visit.next : lowest, forward ? scanned : visit.next};
-        if (!range.empty() && fixed.count != 0) scan<D>(probes_of(pattern, fixed), text.p, range, visit);
+        if (fixed.count == 0) return;
+        const probe_bytes probes = probes_of(pattern, fixed);
+        scan<D>(probes, text.p, range, candidates_in<D>(probes, text.p, range), visit);
     };
     if (forward) {
         scan_rest();
