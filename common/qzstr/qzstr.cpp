@@ -59,9 +59,9 @@ struct stage_result {
 /// The way around the buffer of units for what is usual in a text.
 class shortcut {
 public:
-    shortcut(qzstr_charset_t from, qzstr_charset_t to)
+    shortcut(qzstr_charset_t from, qzstr_charset_t to, form units)
         : decoding_(*row_stages_of.row[from].decoding), encoding_(*row_stages_of.row[to].encoding),
-          copies_ascii_(decoding_.decodes_ascii && encoding_.encodes_ascii), way_(way(from, to)) {}
+          copies_ascii_(decoding_.decodes_ascii && encoding_.encodes_ascii), way_(way(from, to, units)) {}
 
     bool exists() const { return way_ != none; }
 
@@ -75,12 +75,16 @@ public:
     }
 
 private:
-    enum { none, to_utf8, from_utf8, from_utf16 };
+    enum { none, to_utf8, from_utf8, from_utf16, utf8_bytes, utf16_bytes };
 
-    decltype(none) way(qzstr_charset_t from, qzstr_charset_t to) const {
+    decltype(none) way(qzstr_charset_t from, qzstr_charset_t to, form units) const {
         if (to == QZSTR_CHARSET_UTF8 && decoding_.pairs != nullptr) return to_utf8;
-        if (from == QZSTR_CHARSET_UTF8 && encoding_.encode_units != nullptr) return from_utf8;
-        if (from == QZSTR_CHARSET_UTF16 && encoding_.encode_units != nullptr) return from_utf16;
+        const bool to_bytes =
+            encoding_.bytes != nullptr && units == form::ucs2; // others may take a wide unit otherwise
+        if (from == QZSTR_CHARSET_UTF8)
+            return to_bytes ? utf8_bytes : encoding_.encode_units != nullptr ? from_utf8 : none;
+        if (from == QZSTR_CHARSET_UTF16)
+            return to_bytes ? utf16_bytes : encoding_.encode_units != nullptr ? from_utf16 : none;
         return none;
     }
 
@@ -91,41 +95,51 @@ private:
         case to_utf8:
             return pairs_to_utf8(*decoding_.pairs, src, n, dst, room, most);
         case from_utf8:
-            return take_utf8(src, n, dst, room, most);
+            return take_utf8(encoding_, src, n, dst, room, most);
         case from_utf16:
             return take_utf16(src, n, dst, room, most);
+        case utf8_bytes: {
+            const converted m = utf8_to_bytes(*encoding_.bytes, src, n, dst, std::min(room, most));
+            return {m.read, m.written, m.written, m.replaced};
+        }
+        case utf16_bytes: {
+            const encoded_bytes e =
+                encode_bytes(*encoding_.bytes, unit_layout::ucs2_big, src, std::min({n / 2, room, most}), dst);
+            return {2 * e.units, e.units, e.units, e.replaced};
+        }
         }
         return {};
     }
 
     /// Of n big-endian 16-bit units before a text that goes on: how many the target encodes as it would with the rest in
     /// sight. The last one may belong to the next, and those before it to the last one.
-    std::size_t settled(const uchar* units, std::size_t n, bool goes_on) const {
-        if (n == 0 || !goes_on || encoding_.joins == nullptr) return n;
+    static std::size_t settled(const stages& encoding, const uchar* units, std::size_t n, bool goes_on) {
+        if (n == 0 || !goes_on || encoding.joins == nullptr) return n;
         const auto at = [units](std::size_t i) { return load_unit<form::ucs2, order::big>(units + 2 * i); };
         do
             --n;
-        while (n > 0 && encoding_.joins(at(n - 1), at(n)));
+        while (n > 0 && encoding.joins(at(n - 1), at(n)));
         return n;
     }
 
     recoded_run take_utf16(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t most) const {
         const std::size_t units = std::min(n / 2, most);
-        const converted m = encoding_.encode_units(src, settled(src, units, 2 * units < n), dst, room);
+        const converted m = encoding_.encode_units(src, settled(encoding_, src, units, 2 * units < n), dst, room);
         return {m.read, m.written, m.read / 2, m.replaced};
     }
 
     /// By way of a few units at a time, which stay close.
-    [[gnu::noinline]] recoded_run take_utf8(const uchar* src, std::size_t n, uchar* dst, std::size_t room,
-                                            std::size_t most) const {
+    [[gnu::noinline]] static recoded_run take_utf8(const stages& encoding, const uchar* src, std::size_t n, uchar* dst,
+                                                   std::size_t room, std::size_t most) {
         constexpr std::size_t piece = 512;
         alignas(64) uchar units[2 * piece];
         recoded_run done{};
         while (done.read < n && done.units < most) {
             const converted in = decode_utf8(unit_layout::ucs2_big, src + done.read, n - done.read, units,
                                              std::min(piece, most - done.units), true);
-            const std::size_t decoded = in.written / 2, wanted = settled(units, decoded, done.read + in.read < n);
-            const converted out = encoding_.encode_units(units, wanted, dst + done.written, room - done.written);
+            const std::size_t decoded = in.written / 2,
+                              wanted = settled(encoding, units, decoded, done.read + in.read < n);
+            const converted out = encoding.encode_units(units, wanted, dst + done.written, room - done.written);
             const std::size_t taken = out.read / 2;
             done.read += taken == decoded ? in.read : skip_utf8(src + done.read, in.read, taken).read;
             done.written += out.written;
@@ -253,7 +267,7 @@ int longest_character(qzstr_charset_t to) {
 template <class Pivot>
 [[gnu::noinline]] conv_status_t convert_in_chunks(qzstr_charset_t from, char* str, int str_len, qzstr_charset_t to,
                                                   char* buf, int buf_size, bool cannot_fill, progress& at) {
-    const shortcut around(from, to);
+    const shortcut around(from, to, Pivot::units);
     conversion<Pivot> stage(from, to);
     const std::size_t chunk_units = static_cast<std::size_t>(chunk_bytes / stage.unit);
     const std::size_t most = cannot_fill ? unlimited : chunk_units;
@@ -298,7 +312,7 @@ template <class Pivot>
 template <class Pivot>
 conv_status_t convert_text(qzstr_charset_t from, char* str, int str_len, qzstr_charset_t to, char* buf, int buf_size,
                            progress& at) {
-    const shortcut around(from, to);
+    const shortcut around(from, to, Pivot::units);
     // No byte becomes more than one unit, shifts aside. Where nobody sees where chunks end, they end where it suits.
     const bool cannot_fill =
         row_stages_of.row[to].encoding->shifts == nullptr && buf_size >= offset_t{str_len} * longest_character(to);
@@ -314,16 +328,30 @@ conv_status_t convert_text(qzstr_charset_t from, char* str, int str_len, qzstr_c
     return status | convert_in_chunks<Pivot>(from, str, str_len, to, buf, buf_size, cannot_fill, at);
 }
 
-/// UTF-16 to UTF-8 for a target that cannot fill; what the fast routine leaves goes by UCS-4.
-conv_status_t utf16_to_utf8(char* str, int str_len, char* buf, int buf_size, progress& at) {
+template <class Pivot>
+[[gnu::noinline]] conv_status_t convert QZSTR_CELL_PARAMETERS {
+    progress at;
+    if (!require_buffers(str, "str != NULL", buf, "buf != NULL", write_len, source, 0))
+        return report(exact, at, read_len, write_len);
+    const conv_status_t status =
+        convert_text<Pivot>(from_charset, str, at_least_0(str_len), to_charset, buf, buf_size, at);
+    return report(status, at, read_len, write_len);
+}
+
+/// UTF-8 to UTF-16 for a target that cannot fill.
+conv_status_t utf8_to_utf16(char* str, int str_len, char* buf, int buf_size, int* read_len, int* write_len) {
+    const auto n = static_cast<std::size_t>(str_len);
+    const converted fast = decode_utf8_to_utf16(bytes(str), n, bytes(buf), static_cast<std::size_t>(buf_size) / 2);
+    progress at{static_cast<offset_t>(fast.read), static_cast<offset_t>(fast.written)};
+    conv_status_t status = fast.replaced ? replaced : exact;
+    if (fast.read < n) status |= qzstr::finish_utf8_to_utf16(bytes(str), str_len, bytes(buf), buf_size, at) & replaced;
+    return report(status, at, read_len, write_len);
+}
+
+/// What the fast routine leaves of UTF-16 goes by UCS-4, a stretch at a time.
+[[gnu::noinline]] conv_status_t finish_utf16_to_utf8(char* str, int str_len, char* buf, int buf_size, progress& at) {
     conv_status_t status = exact;
     while (str_len - at.read >= 2) {
-        const moved fast =
-            encode_utf16_as_utf8(bytes(str) + at.read, static_cast<std::size_t>(str_len - at.read) / 2,
-                                 bytes(buf) + at.written, static_cast<std::size_t>(buf_size - at.written));
-        at.read += static_cast<offset_t>(fast.read);
-        at.written += static_cast<offset_t>(fast.written);
-        if (str_len - at.read < 2) break;
         constexpr int stretch = 64;
         char units[stretch / 2 * 4];
         const auto left = static_cast<int>(str_len - at.read);
@@ -336,23 +364,21 @@ conv_status_t utf16_to_utf8(char* str, int str_len, char* buf, int buf_size, pro
                              &written, 1);
         at.read += read;
         at.written += written;
+        const moved fast =
+            encode_utf16_as_utf8(bytes(str) + at.read, static_cast<std::size_t>(str_len - at.read) / 2,
+                                 bytes(buf) + at.written, static_cast<std::size_t>(buf_size - at.written));
+        at.read += static_cast<offset_t>(fast.read);
+        at.written += static_cast<offset_t>(fast.written);
     }
     return status;
 }
 
-template <class Pivot>
-conv_status_t convert(qzstr_charset_t from, char* str, int str_len, qzstr_charset_t to, char* buf, int buf_size,
-                      int* read_len, int* write_len) {
-    progress at;
-    conv_status_t status = exact;
-    if (!require_buffers(str, "str != NULL", buf, "buf != NULL", write_len, source, 0))
-        return report(exact, at, read_len, write_len);
-    if (from == QZSTR_CHARSET_UTF8 && to == QZSTR_CHARSET_UTF16 && buf_size / 2 >= at_least_0(str_len))
-        status = qzstr::utf8_to_utf16(bytes(str), at_least_0(str_len), bytes(buf), buf_size, at) & replaced;
-    else if (from == QZSTR_CHARSET_UTF16 && to == QZSTR_CHARSET_UTF8 && buf_size / 3 >= (at_least_0(str_len) + 1) / 2)
-        status = utf16_to_utf8(str, str_len, buf, buf_size, at);
-    else
-        status = convert_text<Pivot>(from, str, at_least_0(str_len), to, buf, buf_size, at);
+/// UTF-16 to UTF-8 for a target that cannot fill.
+conv_status_t utf16_to_utf8(char* str, int str_len, char* buf, int buf_size, int* read_len, int* write_len) {
+    const moved fast = encode_utf16_as_utf8(bytes(str), static_cast<std::size_t>(str_len) / 2, bytes(buf),
+                                            static_cast<std::size_t>(buf_size));
+    progress at{static_cast<offset_t>(fast.read), static_cast<offset_t>(fast.written)};
+    const conv_status_t status = str_len - at.read < 2 ? exact : finish_utf16_to_utf8(str, str_len, buf, buf_size, at);
     return report(status, at, read_len, write_len);
 }
 
@@ -362,6 +388,12 @@ conv_status_t qzstr_convert_through_ucs2 QZSTR_CELL_PARAMETERS {
     return convert<ucs2_pivot> QZSTR_CELL_ARGUMENTS;
 }
 conv_status_t qzstr_convert_through_ucs4 QZSTR_CELL_PARAMETERS {
+    const bool usual = str != nullptr && buf != nullptr && write_len != nullptr && str_len >= 0;
+    const offset_t len = str_len, size = buf_size;
+    if (usual && from_charset == QZSTR_CHARSET_UTF8 && to_charset == QZSTR_CHARSET_UTF16 && size >= 2 * len)
+        return utf8_to_utf16(str, str_len, buf, buf_size, read_len, write_len);
+    if (usual && from_charset == QZSTR_CHARSET_UTF16 && to_charset == QZSTR_CHARSET_UTF8 && size >= (len + 1) / 2 * 3)
+        return utf16_to_utf8(str, str_len, buf, buf_size, read_len, write_len);
     return convert<ucs4_pivot> QZSTR_CELL_ARGUMENTS;
 }
 

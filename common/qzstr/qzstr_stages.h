@@ -26,7 +26,8 @@ struct stage_table {
 };
 extern const stage_table row_stages_of;
 
-/// UTF-8 to UTF-16 in one step.
-conv_status_t utf8_to_utf16(const uchar* src, core::offset_t len, uchar* dst, core::offset_t size, core::progress& at);
+/// UTF-8 to UTF-16 by one-character rules, from `at` on.
+conv_status_t finish_utf8_to_utf16(const uchar* src, core::offset_t len, uchar* dst, core::offset_t size,
+                                   core::progress& at);
 
 } // namespace qzstr

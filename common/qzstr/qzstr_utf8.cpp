@@ -228,9 +228,9 @@ void utf8::convert_case(qzstr_case_t case_type, char* str, int str_len) {
 
 } // namespace qzstr::families
 
-conv_status_t qzstr::utf8_to_utf16(const uchar* src, core::offset_t len, uchar* dst, core::offset_t size,
-                                   core::progress& at) {
-    return families::utf8::decode_text<core::form::utf16, core::order::big>(src, len, dst, size, at);
+conv_status_t qzstr::finish_utf8_to_utf16(const uchar* src, core::offset_t len, uchar* dst, core::offset_t size,
+                                          core::progress& at) {
+    return core::decode<families::utf8, core::form::utf16, core::order::big>(src, len, dst, size, at);
 }
 
 QZSTR_EXPORT(utf8)

@@ -1,4 +1,5 @@
 // Characters of one byte: to units through two planes of bytes, from units through pages, to other bytes through a map.
+#include "core/bytes_avx512.h"
 #include "core/kernels.h"
 #include "core/units.h"
 #include "core/vector.h"
@@ -63,19 +64,6 @@ __mmask64 lanes(std::size_t n) {
     return n >= wide ? ~__mmask64{0} : (__mmask64{1} << n) - 1;
 }
 
-/// 128 bytes to look up by the low seven bits of an index.
-struct half_table {
-    __m512i first, second;
-
-    explicit half_table(const uchar* p) : first(_mm512_loadu_si512(p)), second(_mm512_loadu_si512(p + wide)) {}
-    __m512i at(__m512i index) const { return _mm512_permutex2var_epi8(first, index, second); }
-};
-
-__m512i look_up_256(const uchar* table, __m512i index) {
-    const __m512i lower = half_table(table).at(index), upper = half_table(table + 128).at(index);
-    return _mm512_mask_mov_epi8(lower, _mm512_movepi8_mask(index), upper);
-}
-
 template <order Order>
 void decode_units(const byte_decoding& plan, const uchar* src, std::size_t n, uchar* dst) {
     const half_table low(plan.low), high(plan.high);
@@ -110,27 +98,9 @@ bool encode_units(const byte_encoding& plan, const uchar* src, std::size_t n, uc
         const __m512i a = _mm512_maskz_loadu_epi16(static_cast<__mmask32>(here), src + 2 * i);
         const __m512i b = _mm512_maskz_loadu_epi16(static_cast<__mmask32>(here >> 32), src + 2 * i + wide);
         const __m512i high = bytes_of(a, b, !big), low = bytes_of(a, b, big);
-        __m512i out = _mm512_setzero_si512();
-        // One look-up for each page that occurs; text of one language needs two or three.
-        __mmask64 todo = here;
-        for (int pages = 0; todo != 0 && pages < 8; ++pages) {
-            const std::size_t unit = i + static_cast<std::size_t>(std::countr_zero(todo));
-            const uchar page = src[2 * unit + (big ? 0 : 1)];
-            const __mmask64 same = _mm512_mask_cmpeq_epi8_mask(todo, high, _mm512_set1_epi8(static_cast<char>(page)));
-            out = _mm512_mask_mov_epi8(out, same, look_up_256(plan.cell + plan.page[page], low));
-            todo &= ~same;
-        }
-        if (todo != 0) {
-            replaced |= encode_each<form::ucs2, Order>(plan, src + 2 * i, n - i < wide ? n - i : wide, dst + i);
-            continue;
-        }
-        if (__mmask64 none = _mm512_mask_testn_epi8_mask(here, out, out); none != 0) {
-            const __m512i unit = _mm512_or_si512(high, low);
-            none = _mm512_mask_test_epi8_mask(none, unit, unit); // U+0000 is itself
-            out = _mm512_mask_mov_epi8(out, none, _mm512_set1_epi8(static_cast<char>(plan.substitute)));
-            replaced |= none != 0;
-        }
-        _mm512_mask_storeu_epi8(dst + i, here, out);
+        const encoded_block e = encode_planes(plan, high, low, here);
+        _mm512_mask_storeu_epi8(dst + i, here, e.bytes);
+        replaced |= e.replaced;
     }
     return replaced;
 }

@@ -31,6 +31,9 @@ converted decode_utf8_to_utf16(const uchar*, std::size_t, uchar*, std::size_t) {
 moved encode_utf16_as_utf8(const uchar*, std::size_t, uchar*, std::size_t) {
     return {};
 }
+converted utf8_to_bytes(const byte_encoding&, const uchar*, std::size_t, uchar*, std::size_t) {
+    return {};
+}
 moved skip_utf8(const uchar*, std::size_t, std::size_t) {
     return {};
 }
@@ -217,16 +220,33 @@ template <form Form, order Order>
     return {base, done * unit, replaced};
 }
 
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+
+template <form Form, order Order>
+[[gnu::noinline]] converted decode_utf8_by_blocks(const uchar* src, std::size_t n, uchar* dst, std::size_t units,
+                                                  bool stops) {
+    const converted fast = decode_utf8_units<Form == form::utf16, Order>(src, n, dst, units, stops);
+    if (fast.read == n) return fast;
+    const converted rest =
+        decode_utf8_by_starts<Form, Order>(src + fast.read, std::min(n - fast.read, block_size + beyond),
+                                           dst + fast.written, units - fast.written / 2, stops);
+    return {fast.read + rest.read, fast.written + rest.written, fast.replaced || rest.replaced};
+}
+
+#endif
+
 template <form Form, order Order>
 converted decode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t units, bool stops) {
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
     if constexpr (Form != form::ucs4) {
-        const converted fast = decode_utf8_units<Form == form::utf16, Order>(src, n, dst, units, stops);
-        if (fast.read == n) return fast;
-        const converted rest =
-            decode_utf8_by_starts<Form, Order>(src + fast.read, std::min(n - fast.read, block_size + beyond),
-                                               dst + fast.written, units - fast.written / 2, stops);
-        return {fast.read + rest.read, fast.written + rest.written, fast.replaced || rest.replaced};
+        if (n <= block_size) {
+            const short_text text(src, n);
+            if (text.usual && text.count <= units) {
+                store_units<Order>(dst, text.low, text.high, text.count, units);
+                return {n, 2 * text.count, false};
+            }
+        }
+        return decode_utf8_by_blocks<Form, Order>(src, n, dst, units, stops);
     }
 #endif
     return decode_utf8_by_starts<Form, Order>(src, n, dst, units, stops);
@@ -574,6 +594,36 @@ moved encode_utf16_as_utf8(const uchar* src, std::size_t n, uchar* dst, std::siz
 #endif
         return encode_utf8_as<form::utf16, order::big>(src, n, dst, room);
     });
+}
+
+converted utf8_to_bytes(const byte_encoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+    return leaving([&] {
+        if (n <= block_size) {
+            const short_text text(src, n);
+            if (text.usual && text.count <= units) {
+                const bool replaced = store_bytes(plan, dst, text.low, text.high, text.count);
+                return converted{n, text.count, replaced};
+            }
+        }
+        return decode_utf8_bytes(plan, src, n, dst, units);
+    });
+#else
+    // By way of some units at a time, with room to store a few too many.
+    constexpr std::size_t piece = 1024, capacity = piece + 128;
+    alignas(64) uchar buffer[2 * capacity];
+    converted done{};
+    while (done.read < n && done.written < units) {
+        const converted in =
+            QZSTR_LEVEL::decode_utf8(unit_layout::ucs2_big, src + done.read, std::min(n - done.read, piece), buffer,
+                                     std::min(units - done.written, capacity), false);
+        if (in.read == 0) break;
+        const encoded_bytes out =
+            QZSTR_LEVEL::encode_bytes(plan, unit_layout::ucs2_big, buffer, in.written / 2, dst + done.written);
+        done = {done.read + in.read, done.written + out.units, done.replaced || in.replaced || out.replaced};
+    }
+    return done;
+#endif
 }
 
 moved utf16_to_ucs4(unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units) {

@@ -132,6 +132,10 @@ struct long_forms {
     K(encoded_bytes, encode_bytes,                                                                                     \
       (const byte_encoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst),                    \
       (plan, layout, src, n, dst))                                                                                     \
+    /* UTF-8, malformed or not, but for its last bytes, into up to `units` bytes, as by UCS-2 units. */                \
+    K(converted, utf8_to_bytes,                                                                                        \
+      (const byte_encoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t units),                     \
+      (plan, src, n, dst, units))                                                                                      \
     /* Maps n bytes, also in place. */                                                                                 \
     K(void, map_bytes, (const byte_map& map, const uchar* src, std::size_t n, uchar* dst), (map, src, n, dst))         \
     /* Walks over at most `chars` characters that begin in the first n bytes: `read` is where the next one begins */   \

@@ -111,6 +111,8 @@ template <class F>
 struct one_byte_encoders : encoders<F> {
     static constexpr char32_t ucs4_mask = 0xFFFFFFFF;
 
+    static constexpr const byte_encoding* to_bytes() { return &byte_encoding_of<F>; }
+
     template <form Form, order Order>
     static conv_status_t encode_text(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at) {
         const offset_t units = len / unit_size<Form>;

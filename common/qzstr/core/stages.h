@@ -19,6 +19,8 @@ struct stages {
     bool (*joins)(char32_t first, char32_t second) = nullptr;
     /// How one- and two-byte characters decode.
     const core::pair_decoding* pairs = nullptr;
+    /// How each unit encodes into one byte.
+    const core::byte_encoding* bytes = nullptr;
     /// UCS-2BE to bytes. May stop anywhere between two characters; never takes a unit that belongs to the next one.
     core::converted (*encode_units)(const uchar* src, std::size_t n, uchar* dst, std::size_t room) = nullptr;
 };
@@ -65,6 +67,7 @@ consteval stages stages_of() {
     s.encodes_ascii = encodes_ascii<F>();
     if constexpr (requires { F::shifts; }) s.shifts = &F::shifts;
     if constexpr (requires { F::joins(none, none); }) s.joins = F::joins;
+    if constexpr (requires { F::to_bytes(); }) s.bytes = F::to_bytes();
     if constexpr (decodes_pairs<F>) {
         s.pairs = &pair_decoding_of<F>;
         if constexpr (requires { F::ucs4_mask; }) s.encode_units = encode_units<F>;

@@ -1,6 +1,7 @@
 // UTF-8 on AVX-512: what only this level has the instructions for. Included by kernel_utf.cpp alone.
 #pragma once
 
+#include "core/bytes_avx512.h"
 #include "core/kernels.h"
 #include "core/lanes.h"
 #include "core/letter_pages.h"
@@ -179,14 +180,53 @@ void store_units(uchar* dst, __m512i low, __m512i high, std::size_t count, std::
     }
 }
 
-/// Decodes block by block, up to one without room, and the rest of the text; what the end of the text cuts stays. With
-/// `stops`, only up to the first character of four bytes.
-template <bool Pairs, order Order>
-[[gnu::always_inline]] inline converted decode_utf8_units(const uchar* src, std::size_t n, uchar* dst,
-                                                          std::size_t units, bool stops) {
+/// The units of a text of at most 64 bytes in two planes, when it is well-formed and within the BMP.
+struct short_text {
+    __m512i low, high;
+    std::size_t count;
+    bool usual;
+
+    short_text(const uchar* p, std::size_t n) {
+        const auto all = [](unsigned b) { return _mm512_set1_epi8(static_cast<char>(b)); };
+        const auto where = [](__m512i mask, __m512i set, __m512i clear) {
+            return _mm512_ternarylogic_epi32(mask, set, clear, 0xCA);
+        };
+        const std::uint64_t inside = bytes_before(n);
+        const __m512i text = _mm512_maskz_loadu_epi8(inside, p);
+        const __m512i lane_before = _mm512_alignr_epi64(text, _mm512_setzero_si512(), 6);
+        const __m512i back_1 = _mm512_alignr_epi8(text, lane_before, 15);
+        const __m512i back_2 = _mm512_alignr_epi8(text, lane_before, 14);
+        const std::uint64_t leads = _mm512_cmpge_epu8_mask(text, all(0xC0));
+        const std::uint64_t leads_of_three = _mm512_cmpge_epu8_mask(text, all(0xE0));
+        const std::uint64_t third = leads_of_three << 2, expected = leads << 1 | third;
+        // A character that the end cuts waits for a byte behind it, which is no continuation.
+        const std::uint64_t continuations = _mm512_cmplt_epi8_mask(text, all(0xC0));
+        const std::uint64_t cut = leads >> 63 | leads_of_three >> 62;
+        const std::uint64_t forbidden =
+            _mm512_mask_test_epi8_mask(leads << 1, _mm512_permutexvar_epi8(text, _mm512_load_si512(seconds.kind)),
+                                       _mm512_permutexvar_epi8(back_1, _mm512_load_si512(seconds.forbidden_after)));
+        const std::uint64_t four = _mm512_cmpge_epu8_mask(text, all(0xF0));
+        usual = ((continuations ^ expected) | cut | forbidden | four) == 0;
+        const __m512i last_bits = where(all(0x3F), text, _mm512_slli_epi16(back_1, 6));
+        const __m512i top_bits = _mm512_slli_epi16(_mm512_maskz_mov_epi8(third, back_2), 4);
+        const __m512i upper_bits = where(all(0x0F), _mm512_srli_epi16(back_1, 2), top_bits);
+        const std::uint64_t marks = inside & ~(expected >> 1);
+        low = _mm512_maskz_compress_epi8(marks, _mm512_mask_mov_epi8(text, expected, last_bits));
+        high = _mm512_maskz_compress_epi8(marks, _mm512_maskz_mov_epi8(expected, upper_bits));
+        count = static_cast<std::size_t>(std::popcount(marks));
+    }
+};
+
+/// Decodes block by block, up to one without room for its units, and the rest of the text; what the end of the text cuts
+/// stays. With `stops`, only up to the first character of four bytes. `store(at, low, high, count)` gets the bytes of the
+/// units that come behind `at` of them, and tells whether it replaced one. Bytes read and units stored.
+template <bool Pairs, class Store>
+[[gnu::always_inline]] inline converted decode_utf8_blocks(const uchar* src, std::size_t n, std::size_t units,
+                                                           bool stops, Store store) {
     std::size_t base = 0, done = 0;
-    std::size_t whole = 0; // up to here the text ends with a character for certain
-    bool replaced = false, goes_on = false, edge = true;
+    std::size_t whole = 0;                   // up to here the text ends with a character for certain
+    std::uint64_t goes_on = 0, replaced = 0; // or 1: a byte that is spilt and read back as a word holds everything up
+    bool edge = true;
     while (base < n) {
         const uchar* const p = src + base;
         const std::size_t taken = std::min(n - base, block_size);
@@ -194,8 +234,8 @@ template <bool Pairs, order Order>
         const bool at_edge = edge || taken<block_size, began = base> whole;
         text_and_before t;
         t.text = at_edge ? load_edge<0>(p, inside, began) : _mm512_loadu_si512(p);
-        if (_mm512_movepi8_mask(t.text) == 0 && !goes_on && units - done >= taken) {
-            store_units<Order>(dst + 2 * done, t.text, _mm512_setzero_si512(), taken, units - done);
+        if (_mm512_movepi8_mask(t.text) == 0 && goes_on == 0 && units - done >= taken) {
+            replaced |= store(done, t.text, _mm512_setzero_si512(), taken);
             base += taken;
             done += taken;
             edge = false;
@@ -206,8 +246,8 @@ template <bool Pairs, order Order>
         t.back_3 = at_edge ? load_edge<3>(p, inside, began) : _mm512_loadu_si512(p - 3);
         const places seen = places::of(t);
         const std::uint64_t expected = seen.expected();
-        bool is_cut = taken == block_size ? seems_cut(p + block_size) : (expected >> taken & 1) != 0;
-        block_plan plan{seen, 0, ~(expected >> 1 | std::uint64_t{is_cut} << 63), taken};
+        std::uint64_t is_cut = taken == block_size ? seems_cut(p + block_size) : expected >> taken & 1;
+        block_plan plan{seen, 0, ~(expected >> 1 | is_cut << 63), taken};
         const std::uint64_t beyond_bmp = Pairs ? 0 : seen.fourth | seen.third_of_four;
         const bool suspicious = ((seen.wrong(t) | beyond_bmp) & inside) != 0;
         if (suspicious) [[unlikely]] {
@@ -215,7 +255,7 @@ template <bool Pairs, order Order>
                 --base;
                 whole = base;
                 edge = true;
-                goes_on = false;
+                goes_on = 0;
                 continue;
             }
             plan = block_plan::of_any<Pairs>(t, seen, taken, stops);
@@ -227,22 +267,50 @@ template <bool Pairs, order Order>
         if (suspicious) [[unlikely]] {
             done -= plan.bad & seen.fourth & 1; // the first unit of its pair is there already
             whole = base + plan.bytes;
-            is_cut = false;
+            is_cut = 0;
             edge = plan.bytes < 3 || seems_cut(p + plan.bytes);
             replaced |= (plan.bad & bytes_before(plan.bytes)) != 0;
         }
-        store_units<Order>(dst + 2 * done, _mm512_maskz_compress_epi8(joined.marks, joined.low),
-                           _mm512_maskz_compress_epi8(joined.marks, joined.high), count, units - done);
+        replaced |= store(done, _mm512_maskz_compress_epi8(joined.marks, joined.low),
+                          _mm512_maskz_compress_epi8(joined.marks, joined.high), count);
         base += plan.bytes;
         done += count;
         goes_on = is_cut;
     }
-    if (goes_on) { // the character is taken back, and the first unit of its pair with it
+    if (goes_on != 0) { // the character is taken back, and the first unit of its pair with it
         const std::size_t cut = bytes_of_cut(src + whole, base - whole);
         base -= cut;
         done -= cut == 3 ? 1 : 0;
     }
-    return {base, 2 * done, replaced};
+    return {base, done, replaced != 0};
+}
+
+/// Into 16-bit units; counts bytes on both sides.
+template <bool Pairs, order Order>
+[[gnu::always_inline]] inline converted decode_utf8_units(const uchar* src, std::size_t n, uchar* dst,
+                                                          std::size_t units, bool stops) {
+    const converted m = decode_utf8_blocks<Pairs>(src, n, units, stops,
+                                                  [=](std::size_t at, __m512i low, __m512i high, std::size_t count) {
+                                                      store_units<Order>(dst + 2 * at, low, high, count, units - at);
+                                                      return false;
+                                                  });
+    return {m.read, 2 * m.written, m.replaced};
+}
+
+/// Stores the bytes of `count` units; tells whether one was replaced.
+inline bool store_bytes(const byte_encoding& plan, uchar* dst, __m512i low, __m512i high, std::size_t count) {
+    const encoded_block e = encode_planes(plan, high, low, bytes_before(count));
+    _mm512_mask_storeu_epi8(dst, bytes_before(count), e.bytes);
+    return e.replaced;
+}
+
+/// Into bytes.
+[[gnu::noinline]] converted decode_utf8_bytes(const byte_encoding& plan, const uchar* src, std::size_t n, uchar* dst,
+                                              std::size_t units) {
+    return decode_utf8_blocks<false>(src, n, units, false,
+                                     [&plan, dst](std::size_t at, __m512i low, __m512i high, std::size_t count) {
+                                         return store_bytes(plan, dst + at, low, high, count);
+                                     });
 }
 
 // ---- Decoding the marked characters of a block -----------------------------------------------------------------------
@@ -337,33 +405,72 @@ inline spread_bytes spread_twos(__m512i c, __mmask32 two) {
     return {_mm512_mask_slli_epi16(marked, ~two, c, 8), _pdep_u64(two, 0x5555555555555555) | 0xAAAAAAAAAAAAAAAA};
 }
 
+constexpr std::size_t few = 32;
+
+/// 32 units, and which of them take two bytes or more, and three.
+template <form Form>
+struct few_units {
+    __m512i c;
+    __mmask32 two, three;
+
+    explicit few_units(__m512i units)
+        : c(units), two(_mm512_cmpgt_epu16_mask(c, _mm512_set1_epi16(0x7F))),
+          three(_mm512_cmpgt_epu16_mask(c, _mm512_set1_epi16(0x7FF))) {}
+
+    bool has_surrogate() const {
+        return Form == form::utf16 &&
+               _mm512_cmpeq_epi16_mask(_mm512_and_si512(c, _mm512_set1_epi16(static_cast<short>(0xF800))),
+                                       _mm512_set1_epi16(static_cast<short>(0xD800))) != 0;
+    }
+    spread_bytes first_half() const {
+        return spread_group(_mm512_cvtepu16_epi32(_mm512_castsi512_si256(c)), static_cast<__mmask16>(two),
+                            static_cast<__mmask16>(three), 0);
+    }
+    spread_bytes second_half() const {
+        return spread_group(_mm512_cvtepu16_epi32(_mm512_extracti64x4_epi64(c, 1)), static_cast<__mmask16>(two >> 16),
+                            static_cast<__mmask16>(three >> 16), 0);
+    }
+};
+
 /// Encodes 32 units at a time while there is room for what any may become; in UTF-16 up to surrogates.
 template <form Form, order Order>
 void encode_full_groups(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t& i,
                         std::size_t& written) {
-    constexpr std::size_t group = 32;
-    const auto unit = [](unsigned v) { return _mm512_set1_epi16(static_cast<short>(v)); };
-    while (n - i >= group && room - written >= 4 * group) {
-        const __m512i c = in_host_order<Order>(_mm512_loadu_si512(src + 2 * i));
-        const __mmask32 two = _mm512_cmpgt_epu16_mask(c, unit(0x7F)), three = _mm512_cmpgt_epu16_mask(c, unit(0x7FF));
+    while (n - i >= few && room - written >= 4 * few) {
+        const few_units<Form> u(in_host_order<Order>(_mm512_loadu_si512(src + 2 * i)));
         uchar* const out = dst + written;
-        if (two == 0) {
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), _mm512_cvtepi16_epi8(c));
-            written += group;
-        } else if (three == 0) {
-            written += spread_twos(c, two).store(out);
+        if (u.two == 0) {
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), _mm512_cvtepi16_epi8(u.c));
+            written += few;
+        } else if (u.three == 0) {
+            written += spread_twos(u.c, u.two).store(out);
         } else {
-            if constexpr (Form == form::utf16)
-                if (_mm512_cmpeq_epi16_mask(_mm512_and_si512(c, unit(0xF800)), unit(0xD800)) != 0) return;
-            const auto half = [](__m256i units) { return _mm512_cvtepu16_epi32(units); };
-            const auto second = [](__mmask32 mask) { return static_cast<__mmask16>(mask >> 16); };
-            const auto first = [](__mmask32 mask) { return static_cast<__mmask16>(mask); };
-            written += spread_group(half(_mm512_castsi512_si256(c)), first(two), first(three), 0).store(out);
-            written +=
-                spread_group(half(_mm512_extracti64x4_epi64(c, 1)), second(two), second(three), 0).store(dst + written);
+            if (u.has_surrogate()) return;
+            written += u.first_half().store(out);
+            written += u.second_half().store(dst + written);
         }
-        i += group;
+        i += few;
     }
+}
+
+/// Encodes up to 32 units without asking whether they are ASCII, which is chance in a short text. 0 where there is a
+/// surrogate in UTF-16, or no room for all.
+template <form Form, order Order>
+[[gnu::always_inline]] inline std::size_t encode_few(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+    const auto inside = static_cast<__mmask32>(bytes_before(n));
+    const few_units<Form> u(in_host_order<Order>(_mm512_maskz_loadu_epi16(inside, src)));
+    // The first `bytes` of a spread behind `at`; 0 where there is no room for them.
+    const auto store = [=](spread_bytes spread, std::size_t bytes, std::size_t at) -> std::size_t {
+        spread.marks &= bytes_before(bytes);
+        if (spread.length() > room - at) return 0;
+        store_first(dst + at, room - at, spread.pressed(), spread.length());
+        return at + spread.length();
+    };
+    if (u.three == 0) return store(spread_twos(u.c, u.two), 2 * n, 0);
+    if (u.has_surrogate()) return 0;
+    const std::size_t first = std::min<std::size_t>(n, few / 2);
+    const std::size_t length = store(u.first_half(), 4 * first, 0);
+    return length == 0 || n == first ? length : store(u.second_half(), 4 * (n - first), length);
 }
 
 /// The code points of surrogate pairs in the lanes of their first units; `count` loses what is no pair or not whole.
@@ -384,11 +491,19 @@ inline __mmask16 join_pairs(__m512i& c, std::size_t& count) {
 
 /// Encodes until something is no code point, or the target has no room for the next group.
 template <form Form, order Order>
-moved encode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+[[gnu::noinline]] moved encode_utf8_by_groups(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
     constexpr std::size_t unit = unit_size<Form>;
     std::size_t i = 0, written = 0;
     while (i < n) {
-        if constexpr (Form != form::ucs4) encode_full_groups<Form, Order>(src, n, dst, room, i, written);
+        if constexpr (Form != form::ucs4) {
+            encode_full_groups<Form, Order>(src, n, dst, room, i, written);
+            const std::size_t left = n - i;
+            if (left <= few)
+                if (const std::size_t length =
+                        encode_few<Form, Order>(src + i * unit, left, dst + written, room - written);
+                    length != 0)
+                    return {n * unit, written + length};
+        }
         std::size_t count = std::min<std::size_t>(n - i, 16);
         __m512i c = load_group<Form, Order>(src + i * unit, count);
         __mmask16 dropped = 0;
@@ -418,6 +533,13 @@ moved encode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t ro
         if (count == 0) break;
     }
     return {i * unit, written};
+}
+
+template <form Form, order Order>
+moved encode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+    if (Form != form::ucs4 && n <= few)
+        if (const std::size_t length = encode_few<Form, Order>(src, n, dst, room); length != 0) return {2 * n, length};
+    return encode_utf8_by_groups<Form, Order>(src, n, dst, room);
 }
 
 // ---- Width and letter case ------------------------------------------------------------------------------------------
