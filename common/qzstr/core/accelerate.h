@@ -32,15 +32,28 @@ constexpr std::uint16_t decoded_cell(const uchar (&p)[4], int length) {
     const auto same = [d2](auto d) {
         return d.what == d2.what && d.units == 1 && d.consumed == d2.consumed && d.unit[0] == d2.unit[0];
     };
-    const bool usual = d2.consumed == length && d2.unit[0] <= 0xFFFF &&
-                       same(F::template decode<form::ucs2>(p, length)) && same(F::template decode<form::ucs4>(p, 4)) &&
-                       same(F::template decode<form::utf16>(p, 4));
+    const bool usual = d2.unit[0] <= 0xFFFF && same(F::template decode<form::ucs2>(p, length)) &&
+                       same(F::template decode<form::ucs4>(p, 4)) && same(F::template decode<form::utf16>(p, 4));
     if (!usual) return ask;
-    if (d2.what == decltype(d2.what)::ok) return __builtin_bswap16(static_cast<std::uint16_t>(d2.unit[0]));
-    return d2.unit[0] == replacement ? substituted : ask;
+    if (d2.what == decltype(d2.what)::ok) {
+        const std::uint16_t cell = __builtin_bswap16(static_cast<std::uint16_t>(d2.unit[0]));
+        return d2.consumed == length && cell < lead_substituted ? cell : ask;
+    }
+    if (d2.unit[0] != replacement) return ask;
+    return d2.consumed == length ? substituted : d2.consumed == 1 ? lead_substituted : ask;
 }
 
-/// Number of leads with at least one usual pair, and the cells: a row of single bytes, an empty row, a row a lead.
+/// Number of four-byte codes for BMP characters in F, of a lead and a digit twice.
+template <class F>
+consteval unsigned count_long_codes() {
+    if constexpr (requires { F::long_bmp_codes; })
+        return F::long_bmp_codes;
+    else
+        return 0;
+}
+
+/// Number of leads with at least one usual pair, and the cells: a row of single bytes, an empty row, a row a lead, the
+/// four-byte codes and one that asks.
 template <class F>
 struct pair_cells {
     static consteval int count_rows() {
@@ -49,20 +62,23 @@ struct pair_cells {
             rows += decode_leads<F>().contains(lead);
         return rows;
     }
-    std::uint32_t head[256] = {};
     alignas(64) uchar row[128] = {};
-    std::uint16_t cell[(2 + count_rows()) * 256 + 1] = {}; // vector code reads two cells at a time
+    static constexpr std::uint32_t long_cells = (2 + count_rows()) * 256;
+    static constexpr std::uint32_t long_codes = count_long_codes<F>();
+    std::uint16_t cell[long_cells + long_codes + 2] = {}; // vector code reads two cells at a time
 
     consteval pair_cells() {
+        if constexpr (long_codes > 0)
+            for (std::uint32_t n = 0; n < long_codes; ++n)
+                cell[long_cells + n] = decoded_cell<F>(F::four(0x81, n).byte, 4);
+        cell[long_cells + long_codes] = ask;
         std::uint32_t next = 512;
         for (unsigned b = 0; b < 256; ++b) {
             cell[256 + b] = ask;
             if (!decode_leads<F>().contains(b)) {
-                head[b] = b << 8;
                 cell[b] = decoded_cell<F>({static_cast<uchar>(b), 0, 0, 0}, 1);
                 continue;
             }
-            head[b] = next << 8 | 0xFF;
             row[b - 0x80] = static_cast<uchar>(next / 256); // no lead is below 0x80
             for (unsigned trail = 0; trail < 256; ++trail)
                 cell[next + trail] = decoded_cell<F>({static_cast<uchar>(b), static_cast<uchar>(trail), 0, 0}, 2);
@@ -76,11 +92,16 @@ inline constexpr pair_cells<F> pair_cells_of{};
 
 template <class F>
 consteval pair_decoding make_pair_decoding() {
-    pair_decoding plan{
-        pair_cells_of<F>.head, pair_cells_of<F>.cell, &decode_leads<F>(), pair_cells_of<F>.row, {0xFF, 0xFF}};
+    const auto& cells = pair_cells_of<F>;
+    pair_decoding plan{cells.cell, &decode_leads<F>(), {}, cells.row, {0xFF, 0xFF}, 0, cells.long_codes};
+    if (cells.long_codes > 0) plan.long_cells = cells.long_cells;
     int found = 0;
     for (unsigned b = 1; b < 0x80; ++b)
-        if (pair_cells_of<F>.cell[b] != b << 8) plan.unlike_ascii[found++] = static_cast<uchar>(b);
+        if (cells.cell[b] != b << 8) plan.unlike_ascii[found++] = static_cast<uchar>(b);
+    for (int r = 0; r < plan.leads->ranges(); ++r) {
+        const byte_range range = plan.leads->range(r);
+        plan.row_base[r] = static_cast<uchar>(plan.row[range.first - 0x80] - range.first);
+    }
     return plan;
 }
 
@@ -88,7 +109,8 @@ template <class F>
 inline constexpr pair_decoding pair_decoding_of = make_pair_decoding<F>();
 
 /// Cells for a unit to as many bytes as a cell has, first byte low, in pages of 256 code points; page 0 has no character,
-/// and for pairs page 1 is that of the surrogates, of which two may be one character.
+/// and for pairs page 1 is that of the surrogates, of which two may be one character. Cells of four bytes are only for
+/// codes of four.
 template <class F, class Cell = std::uint16_t>
 struct encode_pages {
     static constexpr bool pairs = sizeof(Cell) == 2;
@@ -98,6 +120,7 @@ struct encode_pages {
             if (F::composes(c)) return unknown;
         const auto e = F::template encode<form::ucs2>(c, 0xFFFFFFFF);
         if (e.bytes > sizeof(Cell) || e.room > sizeof(Cell) || e.units != 1) return unknown;
+        if (sizeof(Cell) == 4 && e.bytes < 4) return unknown;
         if (e.what == decltype(e.what)::ok) {
             Cell value = 0;
             for (unsigned i = 0; i < e.bytes; ++i)
@@ -155,23 +178,19 @@ struct encode_pages {
 template <class F, class Cell = std::uint16_t>
 inline constexpr encode_pages<F, Cell> encode_pages_of{};
 
-/// Encodes one unit after another by one table read each: text with codes of four bytes (a family says `long_codes`). Up
-/// to a stretch without them, where vector code goes on, or a unit that must be asked for.
-template <class F, form Form, order Order, class Progress>
-void encode_long_codes(const uchar* src, offset_t len, uchar* dst, offset_t size, Progress& at) {
-    static_assert(F::ucs4_mask == 0xFFFFFFFF); // all of a unit counts
-    constexpr int calm = 16;
-    const auto& pages = encode_pages_of<F, std::uint32_t>;
-    for (int since = 0; since < calm && len - at.read >= unit_size<Form> && size - at.written >= 4; ++since) {
-        const char32_t c = load_unit<Form, Order>(src + at.read);
-        const std::uint32_t cell = c > 0xFFFF ? pages.unknown : pages.cell[pages.page[c >> 8] + (c & 0xFF)];
-        if (cell == pages.unknown) return;
-        std::memcpy(dst + at.written, &cell, 4);
-        at.written += 1 + (cell > 0xFF) + 2 * (cell > 0xFFFF);
-        at.read += unit_size<Form>;
-        if (cell > 0xFFFF) since = -1;
+template <class F>
+consteval pair_encoding make_pair_encoding() {
+    const auto& pages = encode_pages_of<F>;
+    pair_encoding plan{pages.page, pages.cell, pages.number, F::ucs4_mask, nullptr, nullptr};
+    if constexpr (requires { F::long_codes; }) {
+        plan.long_cell = encode_pages_of<F, std::uint32_t>.cell;
+        plan.long_page_number = encode_pages_of<F, std::uint32_t>.number;
     }
+    return plan;
 }
+
+template <class F>
+inline constexpr pair_encoding pair_encoding_of = make_pair_encoding<F>();
 
 /// Decodes what can be decoded fast, from `at` on; exact or replaced.
 template <class F, form Form, order Order, class Progress>
@@ -216,26 +235,13 @@ conv_status_t encode_fast(const uchar* src, offset_t len, uchar* dst, offset_t s
         at.read += static_cast<offset_t>(m.read);
         at.written += static_cast<offset_t>(m.written);
     } else if constexpr (decodes_pairs<F>) {
-        constexpr pair_encoding plan{encode_pages_of<F>.page, encode_pages_of<F>.cell, encode_pages_of<F>.number,
-                                     F::ucs4_mask};
         constexpr int unit = unit_size<Form>;
-        const auto pairs = [&] {
-            const offset_t units = (len - at.read) / unit;
-            const converted m =
-                encode_pairs(plan, layout_of<Form, Order>, src + at.read, static_cast<std::size_t>(units),
-                             dst + at.written, static_cast<std::size_t>(size - at.written));
-            at.read += static_cast<offset_t>(m.read);
-            at.written += static_cast<offset_t>(m.written);
-            return m;
-        };
-        const converted m = pairs();
-        conv_status_t status = m.replaced ? replaced : exact;
-        if constexpr (requires { F::long_codes; })
-            for (offset_t before = -1; len - at.read >= unit && before != at.read;) {
-                before = at.read;
-                encode_long_codes<F, Form, Order>(src, len, dst, size, at);
-                if (before != at.read && pairs().replaced) status = replaced;
-            }
+        const offset_t units = (len - at.read) / unit;
+        const converted m =
+            encode_pairs(pair_encoding_of<F>, layout_of<Form, Order>, src + at.read, static_cast<std::size_t>(units),
+                         dst + at.written, static_cast<std::size_t>(size - at.written));
+        at.read += static_cast<offset_t>(m.read);
+        at.written += static_cast<offset_t>(m.written);
         if constexpr (requires { F::composes(char32_t{}); }) {
             // A mark may join the character before it: that one is taken back and left to the exact routine.
             if (m.read > 0 && len - at.read >= unit && F::composes(load_unit<Form, Order>(src + at.read))) {
@@ -243,7 +249,7 @@ conv_status_t encode_fast(const uchar* src, offset_t len, uchar* dst, offset_t s
                 at.written -= F::template encode<Form>(load_unit<Form, Order>(src + at.read), 0xFFFFFFFF).bytes;
             }
         }
-        return status;
+        return m.replaced ? replaced : exact;
     }
     return exact;
 }

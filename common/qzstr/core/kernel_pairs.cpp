@@ -72,6 +72,8 @@ moved skip_long_forms(const long_forms&, const uchar*, std::size_t, std::size_t)
 namespace {
 
 constexpr std::size_t block_size = 64;
+constexpr std::size_t beyond = 16; // bytes behind a block that may be read with it
+constexpr byte_range digits{'0', '9'};
 constexpr std::uint64_t even_bits = 0x5555555555555555;
 
 std::uint64_t members(const byte_set& set, const uchar* p) {
@@ -105,7 +107,7 @@ constexpr std::uint64_t starts_after(std::uint64_t leads, std::uint64_t carry) {
 
 /// The last bytes of a text, with room to read a whole block and a trail.
 struct padded {
-    alignas(64) uchar bytes[block_size + 16];
+    alignas(64) uchar bytes[block_size + beyond];
     padded(const uchar* p, std::size_t n) {
         std::memset(bytes, 0, sizeof bytes);
         std::memcpy(bytes, p, n);
@@ -121,10 +123,30 @@ std::uint64_t members_of_rest(const byte_set& set, const uchar* p, std::size_t n
 #endif
 }
 
-std::uint16_t cell_of(pair_decoding plan, const uchar* p) {
-    const std::uint32_t head = plan.head[p[0]];
-    return plan.cell[(head >> 8) + (p[1] & (head & 0xFF))];
-}
+/// The characters of a block: where they begin, which of them have four bytes, and where the last one ends.
+struct block_characters {
+    std::uint64_t start, long_ones;
+    std::size_t end;
+
+    /// From where pairs begin, up to `end`, and which of them have a digit for a trail. Two of these are a character.
+    static block_characters of(std::uint64_t start, std::size_t end, std::uint64_t with_digit) {
+        const std::uint64_t bytes = with_digit | with_digit << 1, run_start = bytes & ~(bytes << 1);
+        std::uint64_t firsts = 0;
+#pragma GCC unroll 4
+        for (int i = 0; i < 4; ++i) {
+            const std::uint64_t every_fourth = 0x1111111111111111ULL << i;
+            firsts |= bytes & ~(bytes + (run_start & every_fourth)) & every_fourth;
+        }
+        const std::size_t last = static_cast<std::size_t>(std::bit_width(firsts));
+        return {start & ~(firsts << 2), firsts, firsts == 0 ? end : std::max(end, last + 3)};
+    }
+};
+
+/// How far a block was decoded, and whether the exact routine is to go on there.
+struct decoded_block {
+    std::size_t bytes;
+    bool stopped;
+};
 
 /// Where decoded characters go: units of a form, up to a number of them.
 template <form Form, order Order>
@@ -162,17 +184,6 @@ struct unit_target {
 };
 
 constexpr std::uint16_t replacement_cell = 0xFDFF; // U+FFFD in big-endian order
-
-/// Decodes the characters that `start` marks, one by one, up to the first that must be asked for or has no room.
-template <class Target>
-void decode_carefully(pair_decoding plan, const uchar* p, std::uint64_t& start, Target& target) {
-    for (; start != 0; start &= start - 1) {
-        const std::uint16_t cell = cell_of(plan, p + lowest(start));
-        const bool replaced = cell == substituted;
-        if (cell == ask || !target.put(replaced ? replacement_cell : cell)) break;
-        target.replaced |= replaced;
-    }
-}
 
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
 
@@ -268,18 +279,39 @@ bool put_group(utf8_target& target, __m512i cells, std::size_t n) {
     return true;
 }
 
-/// 64 bytes of text: the row of each as a lead (0: no lead), the byte, the one behind it.
+/// 64 bytes of text, or what is left of it: the row of each as a lead (0: no lead), the byte, the one behind it.
 struct paired_bytes {
-    __m512i row, byte, behind;
+    const uchar* p;
+    std::size_t left;
+    __m512i byte, behind, row;
 
+    // Masked loads read nothing behind the text, and need no copy of it.
+    paired_bytes(const pair_decoding& plan, const uchar* text, std::size_t n)
+        : p(text), left(n), byte(from(0)), behind(from(1)),
+          row(_mm512_maskz_mov_epi8(_mm512_movepi8_mask(byte), entries(plan.row, byte))) {}
+
+    __m512i from(std::size_t at) const {
+        return _mm512_maskz_loadu_epi8(first_bits(left - std::min(left, at)), p + at);
+    }
     std::uint64_t in_set() const { return _mm512_test_epi8_mask(row, row); }
+    std::uint64_t before_digits() const { return block{behind}.within(digits); }
+    __m512i cell_in_row() const { return _mm512_mask_mov_epi8(byte, in_set(), behind); }
 };
 
-/// Decodes all characters that `start` marks; false when one of them must be asked for, or, unless it `Replaces`, is to be
-/// replaced, or there is no room for all.
-template <bool Replaces, class Target>
-bool decode_block(const std::uint16_t* cell, const paired_bytes& text, std::uint64_t start, Target& target) {
-    const auto all = [](std::uint16_t v) { return _mm512_set1_epi16(static_cast<short>(v)); };
+__m512i widened(__m512i bytes) {
+    return _mm512_cvtepu8_epi32(_mm512_castsi512_si128(bytes));
+}
+void drop_16(__m512i& bytes) {
+    bytes = _mm512_alignr_epi32(bytes, bytes, 4);
+}
+__m512i index_of(__m512i row, __m512i cell_in_row) {
+    return _mm512_or_si512(_mm512_slli_epi32(widened(row), 8), widened(cell_in_row));
+}
+
+/// Decodes all characters that `start` marks; false when one of them must be asked for or replaced, or there is no room
+/// for all.
+template <class Target>
+bool decode_block(const pair_decoding& plan, const paired_bytes& text, std::uint64_t start, Target& target) {
     const auto count = static_cast<std::size_t>(std::popcount(start));
     if (target.room() < count) return false;
     const auto before = target.place();
@@ -288,60 +320,190 @@ bool decode_block(const std::uint16_t* cell, const paired_bytes& text, std::uint
         return false;
     };
     __m512i row = _mm512_maskz_compress_epi8(start, text.row);
-    __m512i cell_in_row =
-        _mm512_maskz_compress_epi8(start, _mm512_mask_mov_epi8(text.byte, text.in_set(), text.behind));
+    __m512i cell_in_row = _mm512_maskz_compress_epi8(start, text.cell_in_row());
     __m512i highest = _mm512_setzero_si512();
     for (std::size_t done = 0; done < count; done += 16) {
-        const __m512i index = _mm512_or_si512(_mm512_slli_epi32(_mm512_cvtepu8_epi32(_mm512_castsi512_si128(row)), 8),
-                                              _mm512_cvtepu8_epi32(_mm512_castsi512_si128(cell_in_row)));
-        __m512i cells = gather(cell, index);
+        const __m512i cells = gather(plan.cell, index_of(row, cell_in_row));
         highest = _mm512_max_epu16(highest, cells);
-        if constexpr (Replaces)
-            cells =
-                _mm512_mask_mov_epi16(cells, _mm512_cmpeq_epi16_mask(cells, all(substituted)), all(replacement_cell));
         if (!put_group(target, cells, std::min<std::size_t>(count - done, 16))) return failed();
-        row = _mm512_alignr_epi32(row, row, 4);
-        cell_in_row = _mm512_alignr_epi32(cell_in_row, cell_in_row, 4);
+        drop_16(row);
+        drop_16(cell_in_row);
     }
-    static_assert(substituted == 0xFFFE && ask == 0xFFFF);
-    const __mmask32 too_high = _mm512_cmpge_epu16_mask(highest, all(Replaces ? ask : substituted));
-    if ((too_high & static_cast<std::uint32_t>(even_bits)) != 0) return failed();
-    target.replaced |= Replaces;
-    return true;
+    const __mmask32 special = _mm512_cmpge_epu16_mask(highest, _mm512_set1_epi16(static_cast<short>(lead_substituted)));
+    return (special & static_cast<std::uint32_t>(even_bits)) == 0 || failed();
+}
+
+/// The cells of four-byte codes: two numbers of a lead and a digit, of which the first one counts by 1260.
+struct long_code_bytes {
+    __m512i first, second, third, fourth;
+    std::uint64_t valid;
+
+    /// Those that begin where `start` says.
+    long_code_bytes(const paired_bytes& text, std::uint64_t start) {
+        const auto digits_behind = [&](std::size_t at, char zero) {
+            return _mm512_sub_epi8(_mm512_maskz_compress_epi8(start, text.from(at)), _mm512_set1_epi8(zero));
+        };
+        first = digits_behind(0, '\x81');
+        second = digits_behind(1, '0');
+        third = digits_behind(2, '\x81');
+        fourth = digits_behind(3, '0');
+        valid =
+            _mm512_cmplt_epu8_mask(third, _mm512_set1_epi8(126)) & _mm512_cmplt_epu8_mask(fourth, _mm512_set1_epi8(10));
+    }
+    __m512i index(const pair_decoding& plan) const {
+        const auto all = [](std::uint32_t v) { return _mm512_set1_epi32(static_cast<int>(v)); };
+        const auto combined = [&all](__m512i high, __m512i low, std::uint32_t weight) {
+            return _mm512_madd_epi16(_mm512_or_si512(high, _mm512_slli_epi32(low, 16)), all(1 << 16 | weight));
+        };
+        const __m512i high = combined(widened(first), widened(second), 10);
+        const __m512i low = combined(widened(third), widened(fourth), 10);
+        const __m512i number =
+            _mm512_mask_mov_epi32(all(plan.long_codes), static_cast<__mmask16>(valid), combined(high, low, 1260));
+        return _mm512_add_epi32(_mm512_min_epu32(number, all(plan.long_codes)), all(plan.long_cells));
+    }
+    void drop() {
+        for (__m512i* const each : {&first, &second, &third, &fourth})
+            drop_16(*each);
+        valid >>= 16;
+    }
+};
+
+/// The same for any characters, which are replaced where a cell says so, up to one that must be asked for or has no room.
+template <bool LongCodes, class Target>
+[[gnu::noinline]] decoded_block decode_unusual(const pair_decoding& plan, const uchar* p, std::size_t left,
+                                               std::uint64_t start_of_pairs, std::size_t end, std::uint64_t with_digit,
+                                               Target& target) {
+    const auto characters = block_characters::of(start_of_pairs, end, with_digit);
+    const paired_bytes text(plan, p, left);
+    const auto equal_to = [](__m512i cells, std::uint16_t value) {
+        return _mm512_cmpeq_epi32_mask(cells, _mm512_set1_epi32(value));
+    };
+    const std::uint64_t start = characters.start;
+    const auto all = static_cast<std::size_t>(std::popcount(start)), count = std::min(all, target.room());
+    __m512i row = _mm512_maskz_compress_epi8(start, text.row);
+    __m512i cell_in_row = _mm512_maskz_compress_epi8(start, text.cell_in_row());
+    long_code_bytes long_code(text, LongCodes ? start : 0);
+    std::uint64_t is_long = LongCodes ? _pext_u64(characters.long_ones, start) : 0;
+    for (std::size_t done = 0; done < count; done += 16) {
+        __m512i index = index_of(row, cell_in_row);
+        if constexpr (LongCodes) {
+            index = _mm512_mask_mov_epi32(index, static_cast<__mmask16>(is_long), long_code.index(plan));
+            is_long >>= 16;
+            long_code.drop();
+        }
+        drop_16(row);
+        drop_16(cell_in_row);
+        __m512i cells = _mm512_and_si512(gather(plan.cell, index), _mm512_set1_epi32(0xFFFF));
+        const std::size_t here = std::min<std::size_t>(count - done, 16);
+        const __mmask16 lead_alone = equal_to(cells, lead_substituted), special = lead_alone | equal_to(cells, ask);
+        const std::size_t n = std::min(lowest(special), here);
+        const __mmask16 replaced = equal_to(cells, substituted) & first_lanes(n);
+        cells = _mm512_mask_mov_epi32(cells, replaced, _mm512_set1_epi32(replacement_cell));
+        if (!put_group(target, cells, n)) return {nth_bit(start, done), true};
+        target.replaced |= replaced != 0;
+        if (n < here) {
+            const std::size_t at = nth_bit(start, done + n);
+            if ((lead_alone >> n & 1) == 0 || !target.put(replacement_cell)) return {at, true};
+            target.replaced = true;
+            return {at + 1, false};
+        }
+    }
+    return {count < all ? nth_bit(start, count) : characters.end, count < all};
 }
 
 #else
 
+/// 64 bytes of text, or what is left of it in a copy, and where each of them would have its cell as a character's first.
+struct paired_bytes {
+    const uchar* p;
+    std::uint64_t leads_or_trails = 0;
+    alignas(64) uchar index[2 * block_size + 2]; ///< in 16 bits each; 0 behind the block
+    alignas(64) uchar copy[block_size + beyond];
+
+    paired_bytes(const pair_decoding& plan, const uchar* text, std::size_t left) : p(text) {
+        if (left < sizeof copy) {
+            std::memset(copy, 0, sizeof copy);
+            std::memcpy(copy, text, left);
+            p = copy;
+        }
+        for (std::size_t i = 0; i < block_size; i += block::size) {
+            const block byte = block::load(p + i), behind = block::load(p + i + 1);
+            block row{}, taken{};
+            for (int r = 0; r < plan.leads->ranges(); ++r) {
+                const auto inside = byte.inside(plan.leads->range(r));
+                row.v |= inside & byte.plus(plan.row_base[r]).v;
+                taken.v |= inside;
+            }
+            block::interleave({(byte.v & ~taken.v) | (behind.v & taken.v)}, row, index + 2 * i);
+            leads_or_trails |= std::uint64_t{taken.high_bits()} << i;
+        }
+        std::memset(index + 2 * block_size, 0, 2);
+    }
+    std::uint64_t in_set() const { return leads_or_trails; }
+    std::uint64_t before_digits() const {
+        return mask_64(p + 1, [](block b) { return b.within(digits); });
+    }
+    std::uint32_t index_at(std::size_t at) const {
+        std::uint16_t value;
+        std::memcpy(&value, index + 2 * at, 2);
+        return value;
+    }
+};
+
+/// Where the code of four bytes at p has its cell; without a branch, for who asks may not have one there.
+std::uint32_t index_of_long_code(const pair_decoding& plan, const uchar* p) {
+    const std::uint32_t first = p[0] - 0x81U, second = p[1] - std::uint32_t{'0'};
+    const std::uint32_t third = p[2] - 0x81U, fourth = p[3] - std::uint32_t{'0'};
+    const std::uint32_t valid = static_cast<std::uint32_t>(third < 126) & static_cast<std::uint32_t>(fourth < 10);
+    const std::uint32_t number = ((first * 10 + second) * 1260 + third * 10 + fourth) | (valid - 1);
+    return plan.long_cells + std::min(number, plan.long_codes);
+}
+
+/// Decodes the characters of a block one by one, up to the first that must be asked for or has no room.
+template <bool LongCodes, class Target>
+[[gnu::noinline]] decoded_block decode_unusual(pair_decoding plan, const uchar* p, std::size_t left,
+                                               std::uint64_t start_of_pairs, std::size_t end, std::uint64_t with_digit,
+                                               Target& target) {
+    const auto characters = block_characters::of(start_of_pairs, end, with_digit);
+    const paired_bytes text(plan, p, left);
+    Target to = target; // a store to what it leads to could change a reference
+    std::uint64_t start = characters.start;
+    for (; start != 0; start &= start - 1) {
+        const std::size_t at = lowest(start);
+        std::uint32_t index = text.index_at(at);
+        if constexpr (LongCodes) {
+            // Without a branch: which characters are long is chance.
+            const std::uint32_t is_long = -static_cast<std::uint32_t>(characters.long_ones >> at & 1);
+            index ^= (index ^ index_of_long_code(plan, text.p + at)) & is_long;
+        }
+        const std::uint16_t cell = plan.cell[index];
+        const bool replaced = cell == substituted;
+        if (cell == ask || cell == lead_substituted || !to.put(replaced ? replacement_cell : cell)) break;
+        to.replaced |= replaced;
+    }
+    target = to;
+    return start == 0 ? decoded_block{characters.end, false} : decoded_block{lowest(start), true};
+}
+
 /// Decodes all characters that `start` marks; false when one of them is not usual, or there is no room for all and seven
 /// more, which it may write.
-/// (The plan comes by value: a store to the target could change what a reference leads to.)
 template <form Form, order Order>
-bool decode_block(pair_decoding plan, const uchar* p, std::uint64_t start, unit_target<Form, Order>& target) {
+bool decode_block(const pair_decoding& plan, const paired_bytes& text, std::uint64_t start,
+                  unit_target<Form, Order>& target) {
     constexpr int group = 8;
-    static_assert(ask + 2 > 0xFFFF && substituted + 2 > 0xFFFF);
+    constexpr std::uint32_t above_cells = 0x10000 - lead_substituted;
+    static_assert(lead_substituted < substituted && substituted < ask);
+    const std::uint16_t* const cells = plan.cell; // a store to the target could change what a reference leads to
     std::uint32_t unusual = 0;
-    int left = std::popcount(start);
-    const auto count = static_cast<std::size_t>(left);
+    const auto count = static_cast<std::size_t>(std::popcount(start));
     if (target.room() < count + group - 1) return false;
     uchar* dst = target.dst + target.units * unit_size<Form>;
-    const auto store = [&dst](int k, std::uint16_t cell) {
-        store_unit<Form, Order>(dst + k * unit_size<Form>, __builtin_bswap16(cell));
-    };
-    for (; left >= group; left -= group, dst += group * unit_size<Form>) {
+    for (int left = static_cast<int>(count); left > 0; left -= group, dst += group * unit_size<Form>) {
 #pragma GCC unroll 8
         for (int k = 0; k < group; ++k, start &= start - 1) {
-            const std::uint16_t cell = cell_of(plan, p + lowest(start));
-            store(k, cell);
-            unusual |= cell + 2U;
-        }
-    }
-    if (left > 0) {
-#pragma GCC unroll 8
-        for (int k = 0; k < group; ++k, start &= start - 1) {
-            const bool there = start != 0;
-            const std::uint16_t cell = cell_of(plan, p + (there ? lowest(start) : 0));
-            store(k, cell);
-            unusual |= there ? cell + 2U : 0U;
+            const std::uint16_t cell = cells[text.index_at(lowest(start))];
+            store_unit<Form, Order>(dst + k * unit_size<Form>, __builtin_bswap16(cell));
+            unusual |= cell + above_cells;
         }
     }
     if (unusual >> 16 != 0) return false;
@@ -357,8 +519,6 @@ bool plain_ascii(const pair_decoding& plan, const uchar* p) {
            }) == 0;
 }
 
-#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
-
 /// Decodes a text into a target; returns the bytes it took.
 template <class Target>
 std::size_t decode_into(const pair_decoding& plan, const uchar* src, std::size_t n, Target& target) {
@@ -370,63 +530,27 @@ std::size_t decode_into(const pair_decoding& plan, const uchar* src, std::size_t
             base += block_size;
             continue;
         }
-        // Masked loads read nothing behind the text, and need no copy of it.
-        const __m512i bytes = _mm512_maskz_loadu_epi8(first_bits(left), p);
-        const paired_bytes text{_mm512_maskz_mov_epi8(_mm512_movepi8_mask(bytes), entries(plan.row, bytes)), bytes,
-                                _mm512_maskz_loadu_epi8(first_bits(left - 1), p + 1)};
+        const paired_bytes text(plan, p, left);
         const std::uint64_t leads = leads_among(text.in_set(), 0);
         // The trail of a lead at the end is behind the block, or missing: then the exact routine has the lead.
         const std::size_t lead_at_end = leads >> (here - 1) & 1;
         const std::size_t end = left > block_size ? here + lead_at_end : here - lead_at_end;
         if (end == 0) break;
-        std::uint64_t start = starts_after(leads, 0) & first_bits(end);
-        if (!decode_block<false>(plan.cell, text, start, target) &&
-            !decode_block<true>(plan.cell, text, start, target)) {
-            const padded copy(p, std::min(left, block_size + 1));
-            decode_carefully(plan, copy.bytes, start, target);
-            if (start != 0) return base + lowest(start);
+        const std::uint64_t start = starts_after(leads, 0) & first_bits(end);
+        const std::uint64_t with_digit = plan.long_codes == 0 ? 0 : start & leads & text.before_digits();
+        if (with_digit == 0 && decode_block(plan, text, start, target)) {
+            base += end;
+            continue;
         }
-        base += end;
+        Target out = target; // what something refers to would not stay in registers
+        const auto done = with_digit == 0 ? decode_unusual<false>(plan, p, left, start, end, with_digit, out)
+                                          : decode_unusual<true>(plan, p, left, start, end, with_digit, out);
+        target = out;
+        base += done.bytes;
+        if (done.stopped) break;
     }
     return base;
 }
-
-#else
-
-/// Decodes a text into a target; returns the bytes it took.
-template <class Target>
-std::size_t decode_into(const pair_decoding& plan, const uchar* src, std::size_t n, Target& target) {
-    std::size_t base = 0;
-    std::uint64_t carry = 0;
-    // Decodes the marked characters of a block; where it stopped, block_size when it did all.
-    const auto block_done = [&](const uchar* p, std::uint64_t start) {
-        if (decode_block(plan, p, start, target)) return block_size;
-        decode_carefully(plan, p, start, target);
-        return start == 0 ? block_size : lowest(start);
-    };
-    while (n - base > block_size) {
-        const uchar* const p = src + base;
-        if (carry == 0 && plain_ascii(plan, p) && target.put_ascii(p)) {
-            base += block_size;
-            continue;
-        }
-        const std::uint64_t leads = leads_among(members(*plan.leads, p), carry);
-        if (const std::size_t at = block_done(p, starts_after(leads, carry)); at != block_size) return base + at;
-        base += block_size;
-        carry = leads >> 63;
-    }
-    const std::size_t left = n - base;
-    if (left == 0) return base;
-    const std::uint64_t leads = leads_among(members_of_rest(*plan.leads, src + base, left), carry);
-    // A lead in the very last byte is cut: the exact routine's.
-    const std::size_t whole = left - static_cast<std::size_t>(leads >> (left - 1) & 1);
-    const std::uint64_t start = starts_after(leads, carry) & first_bits(whole);
-    const padded last(src + base, left);
-    const std::size_t at = block_done(last.bytes, start);
-    return base + (at == block_size ? whole : at);
-}
-
-#endif
 
 template <form Form, order Order>
 converted decode_pairs_as(const pair_decoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t units) {
@@ -446,23 +570,39 @@ char32_t load_masked(const pair_encoding& plan, const uchar* src) {
     return Form == form::ucs4 ? c & plan.unit_mask : c;
 }
 
-/// Encodes up to n units one by one, up to the first that must be asked for or has no room; returns their number.
-template <form Form, order Order>
-std::size_t encode_carefully(pair_encoding plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room,
-                             std::size_t& written, bool& replaced) {
+template <bool LongCodes, form Form, order Order>
+std::size_t encode_one_by_one(pair_encoding plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room,
+                              std::size_t& written, bool& replaced) {
+    constexpr std::size_t longest = LongCodes ? 4 : 2;
     std::size_t i = 0;
-    for (; i < n && room - written >= 2; ++i) {
+    for (; i < n && room - written >= longest; ++i) {
         const char32_t c = load_masked<Form, Order>(plan, src + i * unit_size<Form>);
-        std::uint16_t cell = c > 0xFFFF ? ask : plan.cell[plan.page[c >> 8] + (c & 0xFF)];
-        if (cell == ask) break;
+        if (c > 0xFFFF) break;
+        std::uint32_t cell = plan.cell[plan.page[c >> 8] + (c & 0xFF)];
+        if constexpr (LongCodes) {
+            // Both are read, without a branch: which codes are long is chance.
+            const std::uint32_t longer = plan.long_cell[plan.long_page_number[c >> 8] * 256U + (c & 0xFF)];
+            cell ^= (cell ^ longer) & -static_cast<std::uint32_t>(cell == ask);
+        }
+        if (cell == (LongCodes ? ask_again : ask)) break;
         if (cell == substituted) {
             cell = '?';
             replaced = true;
         }
-        std::memcpy(dst + written, &cell, 2);
+        std::memcpy(dst + written, &cell, longest);
         written += bytes_of(cell);
+        if constexpr (LongCodes) written += 2 * static_cast<std::size_t>(cell > 0xFFFF);
     }
     return i;
+}
+
+/// Encodes up to n units one by one, up to the first that must be asked for or has no room; returns their number.
+template <form Form, order Order>
+std::size_t encode_carefully(const pair_encoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room,
+                             std::size_t& written, bool& replaced) {
+    return plan.long_cell != nullptr
+               ? encode_one_by_one<true, Form, Order>(plan, src, n, dst, room, written, replaced)
+               : encode_one_by_one<false, Form, Order>(plan, src, n, dst, room, written, replaced);
 }
 
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
@@ -491,17 +631,55 @@ __m512i load_units(const uchar* src, std::size_t n, char32_t unit_mask, std::uin
     }
 }
 
+/// Where units have their cells: the number of the page and the low byte.
+__m512i cell_indices(const uchar* page_number, __m512i units) {
+    // What the lookup makes of the low bytes is not used.
+    const __m512i number = _mm512_mask_mov_epi8(entries(page_number, units), _mm512_movepi8_mask(units),
+                                                entries(page_number + 128, units));
+    return _mm512_ternarylogic_epi32(_mm512_set1_epi16(static_cast<short>(0xFF00)), number, units, 0xCA);
+}
+
 /// The cells of n units, at most 32, as 16-bit ones.
 __m512i cells_of(const pair_encoding& plan, __m512i units, std::size_t n) {
-    // What the lookup makes of the low bytes is not used.
-    const __m512i number = _mm512_mask_mov_epi8(entries(plan.page_number, units), _mm512_movepi8_mask(units),
-                                                entries(plan.page_number + 128, units));
-    const __m512i index = _mm512_ternarylogic_epi32(_mm512_set1_epi16(static_cast<short>(0xFF00)), number, units, 0xCA);
+    const __m512i index = cell_indices(plan.page_number, units);
     const auto half = [&plan](__m256i indices) {
         return _mm512_cvtepi32_epi16(gather(plan.cell, _mm512_cvtepu16_epi32(indices)));
     };
     const __m512i low = _mm512_zextsi256_si512(half(_mm512_castsi512_si256(index)));
     return n <= 16 ? low : _mm512_inserti64x4(low, half(_mm512_extracti64x4_epi64(index, 1)), 1);
+}
+
+/// Encodes up to n units, at most 32, with their cells: codes of four bytes and replacements among them, up to one that
+/// must be asked for or has no room. Bits of `beyond` where a unit has none of the cells.
+[[gnu::noinline]] converted encode_unusual(const pair_encoding& plan, __m512i units, __m512i cells,
+                                           std::uint32_t beyond, std::size_t n, uchar* dst, std::size_t room) {
+    const auto all = [](std::uint32_t v) { return _mm512_set1_epi32(static_cast<int>(v)); };
+    const auto upper = [](__m512i words) { return _mm512_zextsi256_si512(_mm512_extracti64x4_epi64(words, 1)); };
+    const auto wide = [](__m512i words) { return _mm512_cvtepu16_epi32(_mm512_castsi512_si256(words)); };
+    __m512i index = plan.long_cell != nullptr ? cell_indices(plan.long_page_number, units) : units;
+    std::size_t written = 0;
+    bool replaced = false;
+    for (std::size_t done = 0; done < n; done += 16) {
+        __m512i bytes = wide(cells);
+        const __mmask16 asks = _mm512_cmpeq_epi32_mask(bytes, all(ask));
+        const __mmask16 missing = _mm512_cmpeq_epi32_mask(bytes, all(substituted));
+        bytes = _mm512_mask_mov_epi32(bytes, missing, all('?'));
+        bytes = _mm512_mask_mov_epi32(bytes, asks, all(ask_again));
+        if (plan.long_cell != nullptr) bytes = _mm512_mask_i32gather_epi32(bytes, asks, wide(index), plan.long_cell, 4);
+        const std::uint32_t stops = _mm512_cmpeq_epi32_mask(bytes, all(ask_again)) | (beyond & 0xFFFF);
+        const std::size_t here = std::min<std::size_t>(n - done, 16), count = std::min(lowest(stops), here);
+        const std::uint64_t kept = (_mm512_test_epi8_mask(bytes, bytes) | 0x1111111111111111) & first_bits(4 * count);
+        const auto length = static_cast<std::size_t>(std::popcount(kept));
+        if (room - written <= length) return {done, written, replaced};
+        store_first(dst + written, room - written, _mm512_maskz_compress_epi8(kept, bytes), length);
+        written += length;
+        replaced |= (missing & first_lanes(count)) != 0;
+        if (count < here) return {done + count, written, replaced};
+        cells = upper(cells);
+        index = upper(index);
+        beyond >>= 16;
+    }
+    return {n, written, replaced};
 }
 
 /// The bytes of each cell that count are pressed together.
@@ -523,25 +701,28 @@ converted encode_pairs_as(pair_encoding plan, const uchar* src, std::size_t n, u
         }
         std::uint32_t beyond = 0;
         const std::size_t here = std::min(n - i, group);
-        __m512i cells = cells_of(plan, load_units<Form, Order>(src + i * unit, here, plan.unit_mask, beyond), here);
-        std::size_t count = here;
-        std::uint64_t missing = 0;
+        const __m512i units = load_units<Form, Order>(src + i * unit, here, plan.unit_mask, beyond);
+        __m512i cells = cells_of(plan, units, here);
+        std::uint32_t missing = 0;
         if ((_mm512_cmpge_epu16_mask(cells, all(substituted)) | beyond) != 0) [[unlikely]] {
-            const std::uint64_t asked = (_mm512_cmpeq_epi16_mask(cells, all(ask)) | beyond) & first_bits(here);
-            if (asked != 0) count = lowest(asked);
-            const __mmask32 no_cell = _mm512_cmpeq_epi16_mask(cells, all(substituted));
-            cells = _mm512_mask_mov_epi16(cells, no_cell, all('?'));
-            missing = no_cell & first_bits(count);
+            if (((_mm512_cmpeq_epi16_mask(cells, all(ask)) | beyond) & first_bits(here)) != 0) {
+                const converted some = encode_unusual(plan, units, cells, beyond, here, dst + written, room - written);
+                i += some.read;
+                written += some.written;
+                replaced |= some.replaced;
+                if (some.read < here) break;
+                continue;
+            }
+            missing = _mm512_cmpeq_epi16_mask(cells, all(substituted));
+            cells = _mm512_mask_mov_epi16(cells, missing, all('?'));
         }
-        const std::uint64_t kept = (_mm512_test_epi8_mask(cells, cells) | even_bits) & first_bits(2 * count);
+        const std::uint64_t kept = (_mm512_test_epi8_mask(cells, cells) | even_bits) & first_bits(2 * here);
         const auto length = static_cast<std::size_t>(std::popcount(kept));
         if (room - written <= length) break;
         store_first(dst + written, room - written, _mm512_maskz_compress_epi8(kept, cells), length);
         written += length;
         replaced |= missing;
-        if (count < here) [[unlikely]]
-            return {(i + count) * unit, written, replaced != 0};
-        i += here; // not by `count`: the next load would wait for this one's cells
+        i += here;
     }
     bool replaced_in_rest = false;
     i += encode_carefully<Form, Order>(plan, src + i * unit, n - i, dst, room, written, replaced_in_rest);
@@ -554,6 +735,7 @@ template <form Form, order Order>
 converted encode_pairs_as(pair_encoding plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
     constexpr std::size_t unit = unit_size<Form>;
     constexpr std::size_t group = 16;
+    std::size_t stretch = group; // units to go one by one where a group has unusual ones; long codes are seldom alone
     std::size_t i = 0, written = 0;
     bool replaced = false;
     while (n - i >= group && room - written >= 2 * group) {
@@ -581,11 +763,14 @@ converted encode_pairs_as(pair_encoding plan, const uchar* src, std::size_t n, u
         if (unusual >> 16 == 0) {
             i += group;
             written = static_cast<std::size_t>(out - dst);
+            stretch = group;
         } else {
+            const std::size_t here = std::min(stretch, n - i);
             const std::size_t passed =
-                encode_carefully<Form, Order>(plan, src + i * unit, group, dst, room, written, replaced);
+                encode_carefully<Form, Order>(plan, src + i * unit, here, dst, room, written, replaced);
             i += passed;
-            if (passed < group) return {i * unit, written, replaced};
+            if (passed < here) return {i * unit, written, replaced};
+            if (plan.long_cell != nullptr) stretch = std::min(2 * stretch, 16 * group);
         }
     }
     i += encode_carefully<Form, Order>(plan, src + i * unit, n - i, dst, room, written, replaced);

@@ -31,19 +31,24 @@ struct recoded_run {
 
 /// Decoding of one- and two-byte characters by one table read a character.
 struct pair_decoding {
-    const std::uint32_t* head; ///< for a first byte: cell index << 8 | mask for the second byte
-    const std::uint16_t* cell; ///< units in big-endian order, `ask`, or `substituted`
-    const byte_set* leads;     ///< what takes a second byte
+    const std::uint16_t* cell;            ///< units in big-endian order, or `lead_substituted` and what is above it
+    const byte_set* leads;                ///< what takes a second byte
+    uchar row_base[byte_set::max_ranges]; ///< for a lead of one of its ranges: what to add for its row
     const uchar* row;      ///< for a first byte from 0x80 on: its cell index / 256; 0: a single byte, the index itself
     uchar unlike_ascii[2]; ///< bytes below 0x80 that are not themselves (0xFF: none)
+    /// Where the cells of four-byte codes begin (0: there are none), which are two pairs with a digit for a trail; and the
+    /// number of codes, in their order, behind which a cell asks.
+    std::uint32_t long_cells, long_codes;
 };
 
-/// Encoding into one or two bytes by one table read a unit.
+/// Encoding into one or two bytes by one table read a unit; where that asks, into four by a second one.
 struct pair_encoding {
-    const std::uint32_t* page; ///< for the high byte of a unit: index of its page's first cell
-    const std::uint16_t* cell; ///< first byte low, second byte high (0: one byte), `ask`, or `substituted`
-    const uchar* page_number;  ///< the same as `page` / 256
-    char32_t unit_mask;        ///< what of a unit counts: the low half, or all
+    const std::uint32_t* page;      ///< for the high byte of a unit: index of its page's first cell
+    const std::uint16_t* cell;      ///< first byte low, second byte high (0: one byte), `ask`, or `substituted`
+    const uchar* page_number;       ///< the same as `page` / 256
+    char32_t unit_mask;             ///< what of a unit counts: the low half, or all
+    const std::uint32_t* long_cell; ///< four bytes, the first one low, or `ask_again`; none where all codes are shorter
+    const uchar* long_page_number;  ///< as `page_number`
 };
 
 /// Three bytes of a pattern and where they stand in it (not all need differ): what a search tests at once for many
@@ -86,8 +91,9 @@ struct byte_map {
 };
 
 /// In the cells of pairs, where the exact routine must look, and where it would put its replacement (U+FFFD, or "?") for
-/// just these bytes or this unit. No charset here decodes a pair to U+FFFF or U+FEFF, or has FE FF or FF FF for one.
-inline constexpr std::uint16_t ask = 0xFFFF, substituted = 0xFFFE;
+/// just these bytes or this unit, or for the lead alone. No charset here has FE FF or FF FF for a pair.
+inline constexpr std::uint16_t ask = 0xFFFF, substituted = 0xFFFE, lead_substituted = 0xFFFD;
+inline constexpr std::uint32_t ask_again = 0xFFFFFFFF;
 
 struct letter_pages;
 

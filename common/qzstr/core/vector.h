@@ -98,6 +98,13 @@ struct block {
     }
     bits at_least(uchar b) const { return block{_mm256_cmpeq_epi8(_mm256_max_epu8(v, all(b)), v)}.high_bits(); }
     bits within(byte_range r) const { return block{inside(r)}.high_bits(); }
+    block plus(uchar b) const { return {_mm256_add_epi8(v, all(b))}; }
+    /// Bytes of low and high in turns.
+    static void interleave(block low, block high, uchar* out) {
+        const __m256i even = _mm256_unpacklo_epi8(low.v, high.v), odd = _mm256_unpackhi_epi8(low.v, high.v);
+        block{_mm256_permute2x128_si256(even, odd, 0x20)}.store(out);
+        block{_mm256_permute2x128_si256(even, odd, 0x31)}.store(out + size);
+    }
     block flip_letters(uchar first) const {
         const __m256i letters = inside({first, static_cast<uchar>(first + 25)});
         return {_mm256_xor_si256(v, _mm256_and_si256(letters, all(0x20)))};
@@ -151,6 +158,12 @@ struct block {
     }
     bits at_least(uchar b) const { return block{_mm_cmpeq_epi8(_mm_max_epu8(v, all(b)), v)}.high_bits(); }
     bits within(byte_range r) const { return block{inside(r)}.high_bits(); }
+    block plus(uchar b) const { return {_mm_add_epi8(v, all(b))}; }
+    /// Bytes of low and high in turns.
+    static void interleave(block low, block high, uchar* out) {
+        block{_mm_unpacklo_epi8(low.v, high.v)}.store(out);
+        block{_mm_unpackhi_epi8(low.v, high.v)}.store(out + size);
+    }
     block flip_letters(uchar first) const {
         const __m128i letters = inside({first, static_cast<uchar>(first + 25)});
         return {_mm_xor_si128(v, _mm_and_si128(letters, all(0x20)))};
