@@ -218,23 +218,25 @@ struct exact_visitor {
     text_view text, pattern;
     bool overlapped;
     occurrences& found;
-    probe_bytes& probes;
+    probe_bytes &probes, &best_probes;
     offset_t origin; ///< the start from which on work and failures are counted
     offset_t work = 0, failures = 0;
-    int probes_replaced = 0;
-    bool abandoned = false;  ///< the linear algorithm is to go on
-    offset_t resume_at = -1; ///< where the scan ended early, the start to go on from; below 0: nowhere
+    offset_t best_passed = -1; ///< how far the best probes came
+    int probes_tried = 0;
+    offset_t skipping = 1024; ///< bytes that looking for distances may still lose
+    bool abandoned = false;   ///< the linear algorithm is to go on
+    offset_t resume_at = -1;  ///< where the scan ended early, the start to go on from; below 0: nowhere
 
-    static constexpr int most_replaced = 16;
+    static constexpr int most_tried = 16;
     static constexpr offset_t words_a_failure = 128; ///< more than one in 64 starts is too many
+    static constexpr offset_t bytes_a_skip = 8;      ///< what looking for a distance costs
 
     static offset_t beyond(offset_t start, offset_t distance) {
         return D == direction::forward ? start + distance : start - distance;
     }
+    offset_t passed(offset_t start) const { return D == direction::forward ? start - origin : origin - start; }
     /// The words that may have been compared when `start` is reached: in all, a multiple of the text and the pattern.
-    offset_t allowed(offset_t start) const {
-        return 2 * (D == direction::forward ? start - origin : origin - start) + 4096 + pattern.len / 8;
-    }
+    offset_t allowed(offset_t start) const { return 2 * passed(start) + 4096 + pattern.len / 8; }
 
     /// Whether the candidates of a group have been counted at once: all are one character of which nobody asks where it is.
     bool counted(offset_t base, std::uint64_t group) {
@@ -264,17 +266,16 @@ struct exact_visitor {
 
     /// Goes on from a candidate that differs from the pattern at byte `differs`.
     offset_t failed(offset_t start, offset_t differs) {
-        const offset_t distance = probes_replaced > 0 ? distance_after(start, differs) : 1;
+        offset_t distance = 1;
+        if (probes_tried > 0 && skipping > 0) {
+            distance = distance_after(start, differs);
+            skipping += distance - bytes_a_skip;
+        }
         const offset_t next = beyond(start, distance);
         ++failures;
         if (work + words_a_failure * failures <= allowed(next)) return distance;
-        if (probes_replaced < most_replaced) {
-            // What told this one apart may tell many.
-            const int k = probes_replaced++ % 3;
-            probes.offset[k] = static_cast<std::size_t>(differs);
-            probes.byte[k] = pattern.p[differs];
-            origin = next;
-            work = failures = 0;
+        if (probes_tried < most_tried) {
+            try_probes(next, static_cast<std::size_t>(differs));
         } else if (work <= allowed(next)) {
             return distance;
         } else {
@@ -282,6 +283,22 @@ struct exact_visitor {
         }
         resume_at = next;
         return 0;
+    }
+
+    /// What told this candidate apart may tell many: probes it in place of one of the best probes so far.
+    void try_probes(offset_t next, std::size_t differs) {
+        if (passed(next) > best_passed) {
+            best_passed = passed(next);
+            best_probes = probes;
+        }
+        probes = best_probes;
+        const int k = probes_tried++ % 3;
+        if (probes_tried < most_tried) {
+            probes.offset[k] = differs;
+            probes.byte[k] = pattern.p[differs];
+        }
+        origin = next;
+        work = failures = 0;
     }
 
     /// How far off the next start is that puts an equal byte of the pattern where the text differed, or is past it.
@@ -311,7 +328,8 @@ template <direction D, int LongestPattern>
 [[gnu::noinline]] void search_candidates(probe_bytes& probes, candidates group, text_view text, text_view pattern,
                                          start_range left, bool overlapped, occurrences& found) {
     constexpr bool forward = D == direction::forward;
-    exact_visitor<D> visit{text, pattern, overlapped, found, probes, forward ? left.first : left.last};
+    probe_bytes best;
+    exact_visitor<D> visit{text, pattern, overlapped, found, probes, best, forward ? left.first : left.last};
     for (;;) {
         visit.resume_at = -1;
         scan<D>(probes, text.p, left, group, visit);
