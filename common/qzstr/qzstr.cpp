@@ -75,12 +75,13 @@ public:
     }
 
 private:
-    enum { none, to_utf8, from_utf8, from_utf16, utf8_bytes, utf16_bytes };
+    enum { none, to_utf8, from_utf8, from_utf16, bytes_utf8, utf8_bytes, utf16_bytes };
 
     decltype(none) way(qzstr_charset_t from, qzstr_charset_t to, form units) const {
-        if (to == QZSTR_CHARSET_UTF8 && decoding_.pairs != nullptr) return to_utf8;
+        if (to == QZSTR_CHARSET_UTF8)
+            return decoding_.pairs != nullptr ? to_utf8 : decoding_.from_bytes != nullptr ? bytes_utf8 : none;
         const bool to_bytes =
-            encoding_.bytes != nullptr && units == form::ucs2; // others may take a wide unit otherwise
+            encoding_.to_bytes != nullptr && units == form::ucs2; // others may take a wide unit otherwise
         if (from == QZSTR_CHARSET_UTF8)
             return to_bytes ? utf8_bytes : encoding_.encode_units != nullptr ? from_utf8 : none;
         if (from == QZSTR_CHARSET_UTF16)
@@ -98,13 +99,17 @@ private:
             return take_utf8(encoding_, src, n, dst, room, most);
         case from_utf16:
             return take_utf16(src, n, dst, room, most);
+        case bytes_utf8: {
+            const moved m = bytes_to_utf8(*decoding_.from_bytes, src, std::min(n, most), dst, room);
+            return {m.read, m.written, m.read, false};
+        }
         case utf8_bytes: {
-            const converted m = utf8_to_bytes(*encoding_.bytes, src, n, dst, std::min(room, most));
+            const converted m = utf8_to_bytes(*encoding_.to_bytes, src, n, dst, std::min(room, most));
             return {m.read, m.written, m.written, m.replaced};
         }
         case utf16_bytes: {
             const encoded_bytes e =
-                encode_bytes(*encoding_.bytes, unit_layout::ucs2_big, src, std::min({n / 2, room, most}), dst);
+                encode_bytes(*encoding_.to_bytes, unit_layout::ucs2_big, src, std::min({n / 2, room, most}), dst);
             return {2 * e.units, e.units, e.units, e.replaced};
         }
         }

@@ -31,6 +31,9 @@ converted decode_utf8_to_utf16(const uchar*, std::size_t, uchar*, std::size_t) {
 moved encode_utf16_as_utf8(const uchar*, std::size_t, uchar*, std::size_t) {
     return {};
 }
+moved bytes_to_utf8(const byte_decoding&, const uchar*, std::size_t, uchar*, std::size_t) {
+    return {};
+}
 converted utf8_to_bytes(const byte_encoding&, const uchar*, std::size_t, uchar*, std::size_t) {
     return {};
 }
@@ -594,6 +597,25 @@ moved encode_utf16_as_utf8(const uchar* src, std::size_t n, uchar* dst, std::siz
 #endif
         return encode_utf8_as<form::utf16, order::big>(src, n, dst, room);
     });
+}
+
+moved bytes_to_utf8(const byte_decoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+    return leaving([&] { return decode_bytes_as_utf8(plan, src, n, dst, room); });
+#else
+    constexpr std::size_t piece = 1024;
+    alignas(64) uchar buffer[2 * piece];
+    moved done{};
+    while (done.read < n) {
+        const std::size_t taken = std::min(n - done.read, piece);
+        QZSTR_LEVEL::decode_bytes(plan, unit_layout::ucs2_big, src + done.read, taken, buffer);
+        const moved out =
+            QZSTR_LEVEL::encode_utf8(unit_layout::ucs2_big, buffer, taken, dst + done.written, room - done.written);
+        done = {done.read + out.read / 2, done.written + out.written};
+        if (out.read < 2 * taken) break;
+    }
+    return done;
+#endif
 }
 
 converted utf8_to_bytes(const byte_encoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t units) {

@@ -138,6 +138,10 @@ struct long_forms {
     K(encoded_bytes, encode_bytes,                                                                                     \
       (const byte_encoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst),                    \
       (plan, layout, src, n, dst))                                                                                     \
+    /* Converts bytes that are a unit each to UTF-8; may leave the last ones. */                                       \
+    K(moved, bytes_to_utf8,                                                                                            \
+      (const byte_decoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room),                      \
+      (plan, src, n, dst, room))                                                                                       \
     /* UTF-8, malformed or not, but for its last bytes, into up to `units` bytes, as by UCS-2 units. */                \
     K(converted, utf8_to_bytes,                                                                                        \
       (const byte_encoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t units),                     \

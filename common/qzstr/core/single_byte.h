@@ -144,6 +144,8 @@ struct code_page : single_byte_positions<F>, decoders<F>, one_byte_encoders<F> {
         return byte != 0 ? single(byte) : unmappable();
     }
 
+    static constexpr const byte_decoding* from_bytes() { return &byte_decoding_of<F>; }
+
     template <form Form, order Order>
     static conv_status_t decode_text(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at) {
         const offset_t room = size / unit_size<Form>;

@@ -19,8 +19,9 @@ struct stages {
     bool (*joins)(char32_t first, char32_t second) = nullptr;
     /// How one- and two-byte characters decode.
     const core::pair_decoding* pairs = nullptr;
-    /// How each unit encodes into one byte.
-    const core::byte_encoding* bytes = nullptr;
+    /// How each byte decodes to one unit, and each unit encodes into one byte.
+    const core::byte_decoding* from_bytes = nullptr;
+    const core::byte_encoding* to_bytes = nullptr;
     /// UCS-2BE to bytes. May stop anywhere between two characters; never takes a unit that belongs to the next one.
     core::converted (*encode_units)(const uchar* src, std::size_t n, uchar* dst, std::size_t room) = nullptr;
 };
@@ -67,7 +68,8 @@ consteval stages stages_of() {
     s.encodes_ascii = encodes_ascii<F>();
     if constexpr (requires { F::shifts; }) s.shifts = &F::shifts;
     if constexpr (requires { F::joins(none, none); }) s.joins = F::joins;
-    if constexpr (requires { F::to_bytes(); }) s.bytes = F::to_bytes();
+    if constexpr (requires { F::from_bytes(); }) s.from_bytes = F::from_bytes();
+    if constexpr (requires { F::to_bytes(); }) s.to_bytes = F::to_bytes();
     if constexpr (decodes_pairs<F>) {
         s.pairs = &pair_decoding_of<F>;
         if constexpr (requires { F::ucs4_mask; }) s.encode_units = encode_units<F>;

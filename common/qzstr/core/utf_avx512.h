@@ -422,6 +422,12 @@ struct few_units {
                _mm512_cmpeq_epi16_mask(_mm512_and_si512(c, _mm512_set1_epi16(static_cast<short>(0xF800))),
                                        _mm512_set1_epi16(static_cast<short>(0xD800))) != 0;
     }
+    /// Writes up to 128 bytes.
+    [[gnu::always_inline]] std::size_t store(uchar* dst) const {
+        if (three == 0) return spread_twos(c, two).store(dst);
+        const std::size_t length = first_half().store(dst);
+        return length + second_half().store(dst + length);
+    }
     spread_bytes first_half() const {
         return spread_group(_mm512_cvtepu16_epi32(_mm512_castsi512_si256(c)), static_cast<__mmask16>(two),
                             static_cast<__mmask16>(three), 0);
@@ -438,27 +444,28 @@ void encode_full_groups(const uchar* src, std::size_t n, uchar* dst, std::size_t
                         std::size_t& written) {
     while (n - i >= few && room - written >= 4 * few) {
         const few_units<Form> u(in_host_order<Order>(_mm512_loadu_si512(src + 2 * i)));
-        uchar* const out = dst + written;
         if (u.two == 0) {
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), _mm512_cvtepi16_epi8(u.c));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + written), _mm512_cvtepi16_epi8(u.c));
             written += few;
-        } else if (u.three == 0) {
-            written += spread_twos(u.c, u.two).store(out);
+        } else if (u.three != 0 && u.has_surrogate()) {
+            return;
         } else {
-            if (u.has_surrogate()) return;
-            written += u.first_half().store(out);
-            written += u.second_half().store(dst + written);
+            written += u.store(dst + written);
         }
         i += few;
     }
 }
 
+template <form Form, order Order>
+few_units<Form> load_few(const uchar* src, std::size_t n) {
+    const auto inside = static_cast<__mmask32>(bytes_before(n));
+    return few_units<Form>(in_host_order<Order>(_mm512_maskz_loadu_epi16(inside, src)));
+}
+
 /// Encodes up to 32 units without asking whether they are ASCII, which is chance in a short text. 0 where there is a
 /// surrogate in UTF-16, or no room for all.
-template <form Form, order Order>
-[[gnu::always_inline]] inline std::size_t encode_few(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
-    const auto inside = static_cast<__mmask32>(bytes_before(n));
-    const few_units<Form> u(in_host_order<Order>(_mm512_maskz_loadu_epi16(inside, src)));
+template <form Form>
+[[gnu::always_inline]] inline std::size_t encode_few(few_units<Form> u, std::size_t n, uchar* dst, std::size_t room) {
     // The first `bytes` of a spread behind `at`; 0 where there is no room for them.
     const auto store = [=](spread_bytes spread, std::size_t bytes, std::size_t at) -> std::size_t {
         spread.marks &= bytes_before(bytes);
@@ -500,7 +507,7 @@ template <form Form, order Order>
             const std::size_t left = n - i;
             if (left <= few)
                 if (const std::size_t length =
-                        encode_few<Form, Order>(src + i * unit, left, dst + written, room - written);
+                        encode_few(load_few<Form, Order>(src + i * unit, left), left, dst + written, room - written);
                     length != 0)
                     return {n * unit, written + length};
         }
@@ -538,8 +545,42 @@ template <form Form, order Order>
 template <form Form, order Order>
 moved encode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
     if (Form != form::ucs4 && n <= few)
-        if (const std::size_t length = encode_few<Form, Order>(src, n, dst, room); length != 0) return {2 * n, length};
+        if (const std::size_t length = encode_few(load_few<Form, Order>(src, n), n, dst, room); length != 0)
+            return {2 * n, length};
     return encode_utf8_by_groups<Form, Order>(src, n, dst, room);
+}
+
+/// Bytes by way of their units.
+inline moved decode_bytes_as_utf8(const byte_decoding& plan, const uchar* src, std::size_t n, uchar* dst,
+                                  std::size_t room) {
+    const half_table low(plan.low), high(plan.high);
+    const auto units = [&](__m256i bytes) {
+        const __m512i in = _mm512_zextsi256_si512(bytes);
+        const __mmask64 upper = _mm512_movepi8_mask(in);
+        const auto wide = [](__m512i plane) { return _mm512_cvtepu8_epi16(_mm512_castsi512_si256(plane)); };
+        return _mm512_or_si512(wide(_mm512_mask_mov_epi8(in, upper, low.at(in))),
+                               _mm512_slli_epi16(wide(_mm512_maskz_mov_epi8(upper, high.at(in))), 8));
+    };
+    std::size_t i = 0, written = 0;
+    for (; n - i >= few && room - written >= 4 * few; i += few) {
+        const __m256i in = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + i));
+        if (_mm256_movepi8_mask(in) == 0) {
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + written), in);
+            written += few;
+        } else {
+            written += few_units<form::ucs2>(units(in)).store(dst + written);
+        }
+    }
+    while (i < n) {
+        const std::size_t taken = std::min(n - i, few);
+        const auto inside = static_cast<__mmask32>(bytes_before(taken));
+        const few_units<form::ucs2> u(units(_mm256_maskz_loadu_epi8(inside, src + i)));
+        const std::size_t length = encode_few(u, taken, dst + written, room - written);
+        if (length == 0) break;
+        i += taken;
+        written += length;
+    }
+    return {i, written};
 }
 
 // ---- Width and letter case ------------------------------------------------------------------------------------------
