@@ -490,7 +490,8 @@ inline __mmask16 join_pairs(__m512i& c, std::size_t& count) {
     const __mmask16 second = _mm512_mask_cmpeq_epi32_mask(inside, kind, all(0xDC00));
     if ((first | second) == 0) return 0;
     const auto alone = static_cast<__mmask16>((first & ~(second >> 1)) | (second & ~(first << 1)));
-    count = std::min(count, lowest(alone));
+    if (alone != 0) [[unlikely]] // where the next group begins must not wait for this one
+        count = std::min(count, lowest(alone));
     const __m512i next = _mm512_alignr_epi32(c, c, 1);
     c = _mm512_mask_sub_epi32(c, first, _mm512_add_epi32(_mm512_slli_epi32(c, 10), next), all(0x35FDC00));
     return second;
