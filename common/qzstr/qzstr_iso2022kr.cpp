@@ -8,6 +8,21 @@ namespace qzstr::families {
 
 using namespace core;
 
+/// KS X 1001 in 7-bit pairs, for a table of them.
+struct ksc5601_pairs {
+    template <form>
+    static constexpr encoded encode(char32_t c, char32_t) {
+        const unsigned code = qzstr_ksc5601_from_ucs2(c);
+        return code != 0 ? pair(code) : unmappable();
+    }
+    /// 0 where there is none.
+    static unsigned code(char32_t c) {
+        const auto& pages = encode_pages_of<ksc5601_pairs>;
+        const std::uint16_t cell = pages.cell[pages.page[c >> 8] + (c & 0xFF)];
+        return cell < substituted ? __builtin_bswap16(cell) : 0;
+    }
+};
+
 struct iso2022kr : decoders<iso2022kr>, encoders<iso2022kr> {
     static const resumable shifts;
 
@@ -84,17 +99,39 @@ struct iso2022kr : decoders<iso2022kr>, encoders<iso2022kr> {
         return status;
     }
 
-    /// Encodes from a state on; the shift is closed behind the last piece.
+    /// Encodes from a state on; the shift is closed behind the last piece. (State and counts as in pass_plain.)
     template <form Form, order Order>
     static conv_status_t encode(shift_state& state, const uchar* src, offset_t len, uchar* dst, offset_t size,
                                 progress& at, bool last) {
+        shift_state now = state;
+        progress here = at;
+        const conv_status_t status = encode_units<Form, Order>(now, src, len, dst, size, here, last);
+        state = now;
+        at = here;
+        return status;
+    }
+
+    template <form Form, order Order>
+    [[gnu::always_inline]] static conv_status_t encode_units(shift_state& state, const uchar* src, offset_t len,
+                                                             uchar* dst, offset_t size, progress& at, bool last) {
         constexpr int unit = unit_size<Form>;
         shift_writer out(state, dst, size, at.written);
         conv_status_t status = exact;
         for (; len - at.read >= unit; at.read += unit) {
             // KEPT: the high half of a 32-bit unit is ignored, so U+1AC00 is stored as U+AC00.
             const char32_t c = load_unit<Form, Order>(src + at.read) & 0xFFFF;
-            const unsigned code = c < 0x80 ? 0 : qzstr_ksc5601_from_ucs2(c);
+            if (c < 0x80 && !state.out) {
+                const offset_t units = (len - at.read) / unit, room = size - at.written;
+                const std::size_t run =
+                    narrow_ascii(layout_of<Form, Order>, src + at.read,
+                                 static_cast<std::size_t>(units < room ? units : room), dst + at.written);
+                if (run > 0) {
+                    out.passed(run);
+                    at.read += static_cast<offset_t>(run - 1) * unit;
+                    continue;
+                }
+            }
+            const unsigned code = c < 0x80 ? 0 : ksc5601_pairs::code(c);
             const bool mapped = c < 0x80 || code != 0;
             if (!(code != 0 ? out.korean(code) : out.ascii(mapped ? static_cast<uchar>(c) : '?')))
                 return status | stopped;

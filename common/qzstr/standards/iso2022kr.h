@@ -2,6 +2,7 @@
 #pragma once
 
 #include "core/contract.h"
+#include "core/kernels.h"
 #include "standards/ksc5601.h"
 
 #include <cstring>
@@ -35,6 +36,13 @@ public:
         state_.out = false;
         if (b == '\r' || b == '\n') state_.designated = false;
         return true;
+    }
+
+    /// ASCII that stands behind the text already, outside of a shift.
+    void passed(std::size_t n) {
+        const uchar* const p = dst_ + written_;
+        if (core::run_before(p, n, '\r') < n || core::run_before(p, n, '\n') < n) state_.designated = false;
+        written_ += static_cast<core::offset_t>(n);
     }
 
     /// A KS X 1001 code in 7-bit form.
