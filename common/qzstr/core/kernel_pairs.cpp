@@ -71,26 +71,19 @@ moved skip_long_forms(const long_forms&, const uchar*, std::size_t, std::size_t)
 
 namespace {
 
-constexpr std::size_t block_size = 64;
-constexpr std::size_t beyond = 16; // bytes behind a block that may be read with it
 constexpr byte_range digits{'0', '9'};
 constexpr std::uint64_t even_bits = 0x5555555555555555;
 
-std::uint64_t members(const byte_set& set, const uchar* p) {
-    std::uint64_t bits = 0;
-    for (int r = 0; r < set.ranges(); ++r)
-        bits |= mask_64(p, [range = set.range(r)](block b) { return b.within(range); });
-    return bits;
+/// The members of a set in the block at p, where `left` bytes are left of the text.
+std::uint64_t members(const byte_set& set, const uchar* p, std::size_t left) {
+    const auto in_block = [&set](block b) {
+        block::bits bits = 0;
+        for (int r = 0; r < set.ranges(); ++r)
+            bits |= b.within(set.range(r));
+        return bits;
+    };
+    return over_block(p, left, [&](auto text) { return text.mask(in_block); }) & first_bits(left);
 }
-
-#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
-std::uint64_t members(const byte_set& set, block bytes) {
-    std::uint64_t bits = 0;
-    for (int r = 0; r < set.ranges(); ++r)
-        bits |= bytes.within(set.range(r));
-    return bits;
-}
-#endif
 
 /// The leads of a block, from its members of the lead set. `carry` is 1 when the block's first byte is a trail.
 std::uint64_t leads_among(std::uint64_t members, std::uint64_t carry) {
@@ -103,24 +96,6 @@ std::uint64_t leads_among(std::uint64_t members, std::uint64_t carry) {
 /// The bytes that begin a character: those that do not follow a lead.
 constexpr std::uint64_t starts_after(std::uint64_t leads, std::uint64_t carry) {
     return ~(leads << 1 | carry);
-}
-
-/// The last bytes of a text, with room to read a whole block and a trail.
-struct padded {
-    alignas(64) uchar bytes[block_size + beyond];
-    padded(const uchar* p, std::size_t n) {
-        std::memset(bytes, 0, sizeof bytes);
-        std::memcpy(bytes, p, n);
-    }
-};
-
-/// The members of the set among the last n bytes of a text, at most a block.
-std::uint64_t members_of_rest(const byte_set& set, const uchar* p, std::size_t n) {
-#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
-    return members(set, block{_mm512_maskz_loadu_epi8(first_bits(n), p)}) & first_bits(n);
-#else
-    return members(set, padded(p, n).bytes);
-#endif
 }
 
 /// The characters of a block: where they begin, which of them have four bytes, and where the last one ends.
@@ -832,9 +807,7 @@ moved skip_pairs(const byte_set& set, const uchar* p, std::size_t n, std::size_t
     std::uint64_t carry = 0;
     while (base < n && passed < chars) {
         const std::size_t taken = n - base < block_size ? n - base : block_size;
-        const std::uint64_t in_set =
-            taken < block_size ? members_of_rest(set, p + base, taken) : members(set, p + base);
-        const std::uint64_t leads = leads_among(in_set, carry);
+        const std::uint64_t leads = leads_among(members(set, p + base, n - base), carry);
         const std::uint64_t start = starts_after(leads, carry) & first_bits(taken);
         const auto here = static_cast<std::size_t>(std::popcount(start));
         if (here > chars - passed) return {base + nth_bit(start, chars - passed), chars};
@@ -850,16 +823,8 @@ moved skip_pairs_before(const byte_set& set, const byte_set& stops, const uchar*
     std::uint64_t carry = 0;
     while (base < n && passed < chars) {
         const std::size_t taken = n - base < block_size ? n - base : block_size;
-        std::uint64_t in_set, in_stops;
-        if (taken < block_size) {
-            const padded last(p + base, taken);
-            in_set = members(set, last.bytes);
-            in_stops = members(stops, last.bytes) & first_bits(taken);
-        } else {
-            in_set = members(set, p + base);
-            in_stops = members(stops, p + base);
-        }
-        const std::uint64_t leads = leads_among(in_set, carry) & first_bits(taken);
+        const std::uint64_t in_stops = members(stops, p + base, n - base);
+        const std::uint64_t leads = leads_among(members(set, p + base, n - base), carry);
         const std::uint64_t next_stops = base + taken == n || stops.contains(p[base + taken]) ? 1 : 0;
         const std::uint64_t stop = leads & (in_stops >> 1 | next_stops << (taken - 1));
         const std::uint64_t start = starts_after(leads, carry) & first_bits(stop != 0 ? lowest(stop) : taken);
@@ -872,22 +837,6 @@ moved skip_pairs_before(const byte_set& set, const byte_set& stops, const uchar*
     }
     return {base + static_cast<std::size_t>(carry), passed};
 }
-
-namespace {
-
-/// Runs work(text) over the n bytes at p, at most a block.
-template <class Work>
-void over_block(const uchar* p, std::size_t n, Work work) {
-    if (n == block_size) return work(text_at{p});
-#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
-    work(text_end{p, n});
-#else
-    const padded last(p, n);
-    work(text_at{last.bytes});
-#endif
-}
-
-} // namespace
 
 moved skip_long_forms(const long_forms& forms, const uchar* p, std::size_t n, std::size_t chars) {
     std::size_t base = 0, passed = 0;
@@ -905,7 +854,7 @@ moved skip_long_forms(const long_forms& forms, const uchar* p, std::size_t n, st
             high = at.mask([](block b) { return b.high_bits(); });
             long_lead = at.mask([&](block b) { return b.equal_to(forms.lead); });
         };
-        over_block(p + base, taken, look_at);
+        over_block(p + base, n - base, look_at);
         const std::uint64_t leads = leads_among(in_set, carry);
         std::uint64_t starts = starts_after(leads, carry) & first_bits(taken);
         const std::uint64_t begun = starts & long_lead & ~joined;
@@ -936,7 +885,7 @@ void flip_letters_pairs(const byte_set& set, uchar first, uchar* p, std::size_t 
     std::size_t base = 0;
     std::uint64_t carry = 0;
     for (; base + block_size <= n; base += block_size) {
-        const std::uint64_t in_set = members(set, p + base);
+        const std::uint64_t in_set = members(set, p + base, n - base);
         if ((in_set | carry) == 0) {
             for (std::size_t i = 0; i < block_size; i += block::size)
                 block::load(p + base + i).flip_letters(first).store(p + base + i);

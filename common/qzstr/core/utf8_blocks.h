@@ -13,37 +13,6 @@
 namespace qzstr::core::QZSTR_LEVEL {
 namespace {
 
-constexpr std::size_t block_size = 64;
-/// Bytes behind a block that may be read with it.
-constexpr std::size_t beyond = 16;
-
-/// The last bytes of a text, with room to read a block and a character.
-struct padded {
-    alignas(64) uchar bytes[block_size + beyond];
-    padded(const uchar* p, std::size_t n) {
-#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
-        // One store, which the loads that follow need not wait for.
-        _mm512_store_si512(bytes, _mm512_maskz_loadu_epi8(first_bits(n), p));
-        std::memset(bytes + block_size, 0, beyond);
-#else
-        std::memset(bytes, 0, sizeof bytes);
-        std::memcpy(bytes, p, n);
-#endif
-    }
-};
-
-/// Runs work(text) over the block at p, where `left` bytes are left of the text.
-template <class Work>
-auto over_block(const uchar* p, std::size_t left, Work work) {
-    if (left >= block_size + beyond) return work(text_at{p});
-#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
-    return work(text_end{p, left});
-#else
-    const padded last(p, std::min(left, block_size));
-    return work(text_at{last.bytes});
-#endif
-}
-
 template <class Text>
 std::uint64_t inside(Text p, uchar first, uchar last) {
     return p.mask([=](block b) { return b.within({first, last}); });
