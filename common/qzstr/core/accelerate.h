@@ -43,6 +43,14 @@ constexpr std::uint16_t decoded_cell(const uchar (&p)[4], int length) {
     return d2.consumed == length ? substituted : d2.consumed == 1 ? lead_substituted : ask;
 }
 
+template <class F>
+consteval unsigned count_leads() {
+    unsigned leads = 0;
+    for (unsigned b = 0; b < 256; ++b)
+        leads += decode_leads<F>().contains(b);
+    return leads;
+}
+
 /// Number of four-byte codes for BMP characters in F, of a lead and a digit twice.
 template <class F>
 consteval unsigned count_long_codes() {
@@ -52,18 +60,11 @@ consteval unsigned count_long_codes() {
         return 0;
 }
 
-/// Number of leads with at least one usual pair, and the cells: a row of single bytes, an empty row, a row a lead, the
-/// four-byte codes and one that asks.
+/// The cells: a row of single bytes, an empty row, a row a lead, the four-byte codes and one that asks.
 template <class F>
 struct pair_cells {
-    static consteval int count_rows() {
-        int rows = 0;
-        for (unsigned lead = 0; lead < 256; ++lead)
-            rows += decode_leads<F>().contains(lead);
-        return rows;
-    }
     alignas(64) uchar row[128] = {};
-    static constexpr std::uint32_t long_cells = (2 + count_rows()) * 256;
+    static constexpr std::uint32_t long_cells = (2 + count_leads<F>()) * 256;
     static constexpr std::uint32_t long_codes = count_long_codes<F>();
     std::uint16_t cell[long_cells + long_codes + 2] = {}; // vector code reads two cells at a time
 
