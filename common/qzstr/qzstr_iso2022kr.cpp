@@ -161,6 +161,8 @@ struct iso2022kr : decoders<iso2022kr>, encoders<iso2022kr> {
             return report(exact, at, read_len, write_len);
         shift_state state;
         const auto step = [&state, korean](const uchar* p, offset_t left) -> recoded {
+            if (state.out && p[0] > ' ' && left >= 2 && qzstr_ksc5601_to_ucs2(p[0], p[1]) != no_character)
+                return korean(p);
             const decoded d = next(state, p, left);
             if (d.consumed == 2) return korean(p);
             return {{static_cast<uchar>(d.unit[0])}, d.units, d.consumed, d.what};
