@@ -80,12 +80,11 @@ private:
     decltype(none) way(qzstr_charset_t from, qzstr_charset_t to, form units) const {
         if (to == QZSTR_CHARSET_UTF8)
             return decoding_.pairs != nullptr ? to_utf8 : decoding_.from_bytes != nullptr ? bytes_utf8 : none;
-        const bool to_bytes =
-            encoding_.to_bytes != nullptr && units == form::ucs2; // others may take a wide unit otherwise
-        if (from == QZSTR_CHARSET_UTF8)
-            return to_bytes ? utf8_bytes : encoding_.encode_units != nullptr ? from_utf8 : none;
-        if (from == QZSTR_CHARSET_UTF16)
-            return to_bytes ? utf16_bytes : encoding_.encode_units != nullptr ? from_utf16 : none;
+        // By UCS-4, others may take a wide unit otherwise.
+        const bool to_bytes = encoding_.to_bytes != nullptr && units == form::ucs2;
+        const bool to_units = encoding_.encode_units != nullptr && (units == form::ucs2 || encoding_.same_in_ucs4);
+        if (from == QZSTR_CHARSET_UTF8) return to_bytes ? utf8_bytes : to_units ? from_utf8 : none;
+        if (from == QZSTR_CHARSET_UTF16) return to_bytes ? utf16_bytes : to_units ? from_utf16 : none;
         return none;
     }
 

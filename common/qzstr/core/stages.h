@@ -24,6 +24,8 @@ struct stages {
     const core::byte_encoding* to_bytes = nullptr;
     /// UCS-2BE to bytes. May stop anywhere between two characters; never takes a unit that belongs to the next one.
     core::converted (*encode_units)(const uchar* src, std::size_t n, uchar* dst, std::size_t room) = nullptr;
+    /// Whether that is what its UCS-4 routine would do, too. (A row may have that of another family.)
+    bool same_in_ucs4 = false;
 };
 
 namespace core {
@@ -73,6 +75,9 @@ consteval stages stages_of() {
     if constexpr (decodes_pairs<F>) {
         s.pairs = &pair_decoding_of<F>;
         if constexpr (requires { F::ucs4_mask; }) s.encode_units = encode_units<F>;
+        s.same_in_ucs4 = requires {
+            F::long_codes;
+        };
     }
     return s;
 }
