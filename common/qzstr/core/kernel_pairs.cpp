@@ -123,6 +123,8 @@ struct decoded_block {
     bool stopped;
 };
 
+constexpr std::uint16_t replacement_cell = 0xFDFF; // U+FFFD in big-endian order
+
 /// Where decoded characters go: units of a form, up to a number of them.
 template <form Form, order Order>
 struct unit_target {
@@ -156,9 +158,8 @@ struct unit_target {
         store_unit<Form, Order>(dst + units++ * unit, __builtin_bswap16(cell));
         return true;
     }
+    bool put_replacement() { return put(replacement_cell); }
 };
-
-constexpr std::uint16_t replacement_cell = 0xFDFF; // U+FFFD in big-endian order
 
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
 
@@ -188,19 +189,10 @@ struct utf8_target {
         return true;
     }
 
-    bool put(std::uint16_t cell) {
-        const std::uint32_t c = __builtin_bswap16(cell);
-        const std::size_t length = 1 + (c >= 0x80) + (c >= 0x800);
-        if (room() == 0 || size - written < length) return false;
-        uchar* const to = dst + written;
-        if (length == 3) {
-            to[0] = static_cast<uchar>(0xE0 | c >> 12);
-            to[1] = static_cast<uchar>(0x80 | (c >> 6 & 0x3F));
-        } else if (length == 2) {
-            to[0] = static_cast<uchar>(0xC0 | c >> 6);
-        }
-        to[length - 1] = static_cast<uchar>(length == 1 ? c : 0x80 | (c & 0x3F));
-        written += length;
+    bool put_replacement() {
+        if (room() == 0 || size - written < 3) return false;
+        std::memcpy(dst + written, "\xEF\xBF\xBD", 3);
+        written += 3;
         ++units;
         return true;
     }
@@ -378,7 +370,7 @@ template <bool LongCodes, class Target>
         target.replaced |= replaced != 0;
         if (n < here) {
             const std::size_t at = nth_bit(start, done + n);
-            if ((lead_alone >> n & 1) == 0 || !target.put(replacement_cell)) return {at, true};
+            if ((lead_alone >> n & 1) == 0 || !target.put_replacement()) return {at, true};
             target.replaced = true;
             return {at + 1, false};
         }
