@@ -3,6 +3,7 @@
 // A byte is a lead when it is in the lead set and the byte before it is not a lead, so leads alternate inside every run of
 // set members. Runs that begin at an even position are found with one addition whose carry runs through the run; the
 // state of the last byte is carried to the next block. Character starts are the bytes that do not follow a lead.
+#include "core/bytes_avx512.h"
 #include "core/kernels.h"
 #include "core/lanes.h"
 #include "core/units.h"
@@ -198,11 +199,6 @@ struct utf8_target {
     }
 };
 
-/// An entry of a table of 128 bytes for each byte, by its low seven bits.
-__m512i entries(const uchar* table, __m512i bytes) {
-    return _mm512_permutex2var_epi8(_mm512_load_si512(table), bytes, _mm512_load_si512(table + 64));
-}
-
 /// The cells of 16 indices, each with the next one in the upper half of its lane.
 __m512i gather(const std::uint16_t* cells, __m512i index) {
     return _mm512_i32gather_epi32(index, cells, 2);
@@ -255,7 +251,7 @@ struct paired_bytes {
     // Masked loads read nothing behind the text, and need no copy of it.
     paired_bytes(const pair_decoding& plan, const uchar* text, std::size_t n)
         : p(text), left(n), byte(from(0)), behind(from(1)),
-          row(_mm512_maskz_mov_epi8(_mm512_movepi8_mask(byte), entries(plan.row, byte))) {}
+          row(_mm512_maskz_mov_epi8(_mm512_movepi8_mask(byte), half_table(plan.row).at(byte))) {}
 
     __m512i from(std::size_t at) const {
         return _mm512_maskz_loadu_epi8(first_bits(left - std::min(left, at)), p + at);
@@ -600,9 +596,7 @@ __m512i load_units(const uchar* src, std::size_t n, char32_t unit_mask, std::uin
 
 /// Where units have their cells: the number of the page and the low byte.
 __m512i cell_indices(const uchar* page_number, __m512i units) {
-    // What the lookup makes of the low bytes is not used.
-    const __m512i number = _mm512_mask_mov_epi8(entries(page_number, units), _mm512_movepi8_mask(units),
-                                                entries(page_number + 128, units));
+    const __m512i number = look_up_256(page_number, units); // what it makes of the low bytes is not used
     return _mm512_ternarylogic_epi32(_mm512_set1_epi16(static_cast<short>(0xFF00)), number, units, 0xCA);
 }
 
