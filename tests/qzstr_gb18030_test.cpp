@@ -137,6 +137,26 @@ TEST(Gb18030, ConversionsAtTheEdges) {
     });
 }
 
+// Characters of every length side by side, in targets of every size: whole ones only, and all that have room.
+TEST(Gb18030, MixedLengthsInAnyRoom) {
+    std::uint64_t seed = 30;
+    const std::string text =
+        random_text(seed, 150, {"41", "B0 A1", "81 30 81 30", "90 30 81 30", "95 32 82 36", "E3 32 9A 35"});
+    for (const int other : {3, 4})
+        for (const bool back : {false, true}) {
+            const int from = back ? other : 30, to = back ? 30 : other;
+            const std::string source = back ? run_cell(_charset_info, 30, other, text).bytes : text;
+            const std::string whole = run_cell(_charset_info, from, to, source).bytes;
+            ASSERT_TRUE(!back || whole == text) << other;
+            for (int size = static_cast<int>(whole.size()); size-- > 0;) {
+                const converted r = run_cell(_charset_info, from, to, source, size);
+                ASSERT_EQ(r.status, 1) << size;
+                ASSERT_LT(size - r.written, 4) << size;
+                ASSERT_EQ(r.bytes, whole.substr(0, r.bytes.size())) << size;
+            }
+        }
+}
+
 /// Where the characters begin, and where the last one ends (behind the text when that cuts it); by the forms, or by the
 /// counter's own rule.
 std::vector<int> borders(const std::string& text, bool counted) {

@@ -74,18 +74,40 @@ public:
         return {ascii + rest.read, ascii + rest.written, ascii + rest.units, rest.replaced};
     }
 
+    /// The same with characters beyond the BMP, in a target that has them all; begins with one where `wide`.
+    recoded_run take_mixed(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t most,
+                           bool wide) const {
+        recoded_run done{};
+        for (;; wide = !wide) {
+            const uchar* const from = src + done.read;
+            uchar* const to = dst + done.written;
+            const std::size_t left = n - done.read, bytes = room - done.written, units = most - done.units;
+            const recoded_run some =
+                wide ? take_wide(from, left, to, bytes, units) : take(from, left, to, bytes, units);
+            done = {done.read + some.read, done.written + some.written, done.units + some.units,
+                    done.replaced || some.replaced};
+            if (done.read == n || done.units == most || (wide && some.units == 0)) return done;
+        }
+    }
+
 private:
     enum { none, to_utf8, from_utf8, from_utf16, bytes_utf8, utf8_bytes, utf16_bytes };
 
     decltype(none) way(qzstr_charset_t from, qzstr_charset_t to, form units) const {
         if (to == QZSTR_CHARSET_UTF8)
-            return decoding_.pairs != nullptr ? to_utf8 : decoding_.from_bytes != nullptr ? bytes_utf8 : none;
+            return takes_pairs(units) ? to_utf8 : decoding_.from_bytes != nullptr ? bytes_utf8 : none;
         // By UCS-4, others may take a wide unit otherwise.
         const bool to_bytes = encoding_.to_bytes != nullptr && units == form::ucs2;
         const bool to_units = encoding_.encode_units != nullptr && (units == form::ucs2 || encoding_.same_in_ucs4);
         if (from == QZSTR_CHARSET_UTF8) return to_bytes ? utf8_bytes : to_units ? from_utf8 : none;
         if (from == QZSTR_CHARSET_UTF16) return to_bytes ? utf16_bytes : to_units ? from_utf16 : none;
         return none;
+    }
+
+    /// To UCS-2 no character beyond the BMP would go.
+    bool takes_pairs(form units) const {
+        return decoding_.pairs != nullptr &&
+               (units == form::ucs4 || decoding_.pairs->supplementary == no_supplementary);
     }
 
     recoded_run take_units(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t most) const {
@@ -152,6 +174,23 @@ private:
             if (taken < wanted || taken == 0) break;
         }
         return done;
+    }
+
+    /// Characters beyond the BMP, and what follows them, by way of a few UCS-4 units.
+    recoded_run take_wide(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t most) const {
+        constexpr std::size_t piece = 256;
+        alignas(64) uchar units[4 * piece];
+        const std::size_t wanted = std::min(piece, most);
+        converted in{};
+        if (way_ == from_utf8) in = decode_utf8(unit_layout::ucs4_big, src, n, units, wanted, false);
+        if (way_ == from_utf16) {
+            const moved m = utf16_to_ucs4(unit_layout::ucs4_big, src, n / 2, units, wanted);
+            in = {m.read, m.written, false};
+        }
+        const converted out = encoding_.encode_wide(units, in.written / 4, dst, room);
+        const std::size_t taken = out.read / 4;
+        if (out.read < in.written) in.read = (way_ == from_utf8 ? skip_utf8 : skip_units)(src, in.read, taken).read;
+        return {in.read, out.written, taken, in.replaced || out.replaced};
     }
 
     const stages& decoding_;
@@ -277,12 +316,16 @@ template <class Pivot>
     const std::size_t most = cannot_fill ? unlimited : chunk_units;
     patience careful;
     alignas(64) char chunk[chunk_bytes]; // never cleared: only what a stage wrote is read
+    const bool wide = Pivot::units == form::ucs4 && row_stages_of.row[to].encoding->encode_wide != nullptr;
     conv_status_t status = exact;
     while (at.read < str_len) {
         char* const rest = str + at.read;
         const int rest_len = str_len - static_cast<int>(at.read);
         const int room = at_least_0(buf_size - static_cast<int>(at.written));
-        const recoded_run past = around.take(bytes(rest), static_cast<std::size_t>(rest_len), bytes(buf) + at.written,
+        const auto past_buffer = [&](auto... bounds) {
+            return wide ? around.take_mixed(bounds..., cannot_fill) : around.take(bounds...);
+        };
+        const recoded_run past = past_buffer(bytes(rest), static_cast<std::size_t>(rest_len), bytes(buf) + at.written,
                                              static_cast<std::size_t>(room), most);
         const int read = static_cast<int>(past.read), written = static_cast<int>(past.written);
         at.written += written;

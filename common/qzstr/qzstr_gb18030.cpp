@@ -22,6 +22,7 @@ struct gb18030 : block_walks<gb18030>,
     static constexpr char32_t ucs4_mask = 0xFFFFFFFF;
     static constexpr bool long_codes = true;
     static constexpr unsigned long_bmp_codes = 39420; ///< 81 30 81 30 to 84 31 A4 39
+    static constexpr unsigned first_supplementary = 189000; ///< 90 30 81 30 in the same count
 
     /// A lead with a digit behind it has four bytes, valid or not.
     static constexpr offset_t step(const uchar* p, offset_t left) {

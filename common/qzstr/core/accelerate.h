@@ -94,8 +94,10 @@ inline constexpr pair_cells<F> pair_cells_of{};
 template <class F>
 consteval pair_decoding make_pair_decoding() {
     const auto& cells = pair_cells_of<F>;
-    pair_decoding plan{cells.cell, &decode_leads<F>(), {}, cells.row, {0xFF, 0xFF}, 0, cells.long_codes};
+    pair_decoding plan{cells.cell,       &decode_leads<F>(), {}, cells.row, {0xFF, 0xFF}, 0,
+                       cells.long_codes, no_supplementary};
     if (cells.long_codes > 0) plan.long_cells = cells.long_cells;
+    if constexpr (requires { F::first_supplementary; }) plan.supplementary = F::first_supplementary;
     int found = 0;
     for (unsigned b = 1; b < 0x80; ++b)
         if (cells.cell[b] != b << 8) plan.unlike_ascii[found++] = static_cast<uchar>(b);
@@ -182,11 +184,14 @@ inline constexpr encode_pages<F, Cell> encode_pages_of{};
 template <class F>
 consteval pair_encoding make_pair_encoding() {
     const auto& pages = encode_pages_of<F>;
-    pair_encoding plan{pages.page, pages.cell, pages.number, F::ucs4_mask, nullptr, nullptr};
+    pair_encoding plan{pages.page, pages.cell, pages.number, F::ucs4_mask, nullptr, nullptr, 0};
     if constexpr (requires { F::long_codes; }) {
         plan.long_cell = encode_pages_of<F, std::uint32_t>.cell;
         plan.long_page_number = encode_pages_of<F, std::uint32_t>.number;
     }
+    if constexpr (requires { F::first_supplementary; })
+        for (int i = 4; i-- > 0;)
+            plan.supplementary = plan.supplementary << 8 | F::four(0x81, F::first_supplementary).byte[i];
     return plan;
 }
 

@@ -130,6 +130,7 @@ constexpr std::uint16_t replacement_cell = 0xFDFF; // U+FFFD in big-endian order
 template <form Form, order Order>
 struct unit_target {
     static constexpr std::size_t unit = unit_size<Form>;
+    static constexpr bool holds_supplementary = Form != form::ucs2;
     uchar* dst;
     std::size_t limit;
     std::size_t units = 0;
@@ -144,7 +145,7 @@ struct unit_target {
     bool put_ascii(const uchar* p) {
         if (room() < block_size) return false;
         uchar* const to = dst + units * unit;
-        if constexpr (Form == form::ucs2)
+        if constexpr (Form != form::ucs4)
             for (std::size_t i = 0; i < block_size; i += block::size)
                 block::load(p + i).template widen<Order>(to + 2 * i);
         else
@@ -160,12 +161,29 @@ struct unit_target {
         return true;
     }
     bool put_replacement() { return put(replacement_cell); }
+
+    /// U+10000 + n.
+    bool put_supplementary(std::uint32_t n) {
+        if constexpr (Form == form::ucs2) {
+            const bool put = put_replacement();
+            replaced |= put;
+            return put;
+        }
+        constexpr std::size_t count = Form == form::utf16 ? 2 : 1;
+        if (room() < count) return false;
+        uchar* const to = dst + units * unit;
+        store_unit<Form, Order>(to, Form == form::utf16 ? 0xD800 + (n >> 10) : 0x10000 + n);
+        if constexpr (Form == form::utf16) store_unit<Form, Order>(to + unit, 0xDC00 + (n & 0x3FF));
+        units += count;
+        return true;
+    }
 };
 
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
 
 /// The same as UTF-8, up to a number of units and of bytes.
 struct utf8_target {
+    static constexpr bool holds_supplementary = true;
     uchar* dst;
     std::size_t size, limit;
     std::size_t written = 0, units = 0;
@@ -229,10 +247,9 @@ bool put_group(unit_target<Form, Order>& target, __m512i cells, std::size_t n) {
     target.units += n;
     return true;
 }
-bool put_group(utf8_target& target, __m512i cells, std::size_t n) {
-    const __m512i c = code_points(cells);
+bool put_code_points(utf8_target& target, __m512i c, __mmask16 supplementary, std::size_t n) {
     spread_bytes utf8 = spread_group(c, _mm512_cmpgt_epu32_mask(c, _mm512_set1_epi32(0x7F)),
-                                     _mm512_cmpgt_epu32_mask(c, _mm512_set1_epi32(0x7FF)), 0);
+                                     _mm512_cmpgt_epu32_mask(c, _mm512_set1_epi32(0x7FF)), supplementary);
     utf8.marks &= first_bits(4 * n);
     const std::size_t room = target.size - target.written;
     if (room < utf8.length()) return false;
@@ -240,6 +257,42 @@ bool put_group(utf8_target& target, __m512i cells, std::size_t n) {
     target.written += utf8.length();
     target.units += n;
     return true;
+}
+bool put_group(utf8_target& target, __m512i cells, std::size_t n) {
+    return put_code_points(target, code_points(cells), 0, n);
+}
+
+/// The same with those of U+10000 + `number` where `supplementary` says so.
+template <order Order>
+bool put_mixed(unit_target<form::ucs4, Order>& target, __m512i cells, __mmask16 supplementary, __m512i number,
+               std::size_t n) {
+    const __m512i c = _mm512_mask_add_epi32(code_points(cells), supplementary, number, _mm512_set1_epi32(0x10000));
+    const __m512i units = Order == order::big ? swap_bytes_32(c) : c;
+    _mm512_mask_storeu_epi32(target.dst + target.units * 4, first_lanes(target.room() >= 16 ? 16 : n), units);
+    target.units += n;
+    return true;
+}
+template <order Order>
+bool put_mixed(unit_target<form::utf16, Order>& target, __m512i cells, __mmask16 supplementary, __m512i number,
+               std::size_t n) {
+    static_assert(Order == order::big);
+    const auto all = [](int v) { return _mm512_set1_epi32(v); };
+    const __m512i high = _mm512_or_si512(_mm512_srli_epi32(number, 10), all(0xD800));
+    const __m512i low = _mm512_or_si512(_mm512_and_si512(number, all(0x3FF)), all(0xDC00));
+    const __m512i pair = _mm512_or_si512(_mm512_slli_epi32(high, 16), low);
+    const __m512i words = _mm512_mask_mov_epi32(cells, supplementary, swap_bytes_32(pair));
+    const std::uint64_t kept = (_mm512_test_epi16_mask(words, words) | even_bits) & first_bits(2 * n);
+    const auto length = static_cast<std::size_t>(std::popcount(kept));
+    if (target.room() < length) return false;
+    const __mmask32 stored = static_cast<__mmask32>(first_bits(target.room() >= 32 ? 32 : length));
+    _mm512_mask_storeu_epi16(target.dst + target.units * 2, stored,
+                             _mm512_maskz_compress_epi16(static_cast<__mmask32>(kept), words));
+    target.units += length;
+    return true;
+}
+bool put_mixed(utf8_target& target, __m512i cells, __mmask16 supplementary, __m512i number, std::size_t n) {
+    const __m512i c = _mm512_mask_add_epi32(code_points(cells), supplementary, number, _mm512_set1_epi32(0x10000));
+    return put_code_points(target, c, supplementary, n);
 }
 
 /// 64 bytes of text, or what is left of it: the row of each as a lead (0: no lead), the byte, the one behind it.
@@ -296,7 +349,7 @@ bool decode_block(const pair_decoding& plan, const paired_bytes& text, std::uint
     return (special & static_cast<std::uint32_t>(even_bits)) == 0 || failed();
 }
 
-/// The cells of four-byte codes: two numbers of a lead and a digit, of which the first one counts by 1260.
+/// The numbers of four-byte codes: two of a lead and a digit, of which the first one counts by 1260.
 struct long_code_bytes {
     __m512i first, second, third, fourth;
     std::uint64_t valid;
@@ -313,16 +366,15 @@ struct long_code_bytes {
         valid =
             _mm512_cmplt_epu8_mask(third, _mm512_set1_epi8(126)) & _mm512_cmplt_epu8_mask(fourth, _mm512_set1_epi8(10));
     }
-    __m512i index(const pair_decoding& plan) const {
-        const auto all = [](std::uint32_t v) { return _mm512_set1_epi32(static_cast<int>(v)); };
-        const auto combined = [&all](__m512i high, __m512i low, std::uint32_t weight) {
-            return _mm512_madd_epi16(_mm512_or_si512(high, _mm512_slli_epi32(low, 16)), all(1 << 16 | weight));
+    /// Of 16 of them, and -1 where one is invalid.
+    __m512i number() const {
+        const auto combined = [](__m512i high, __m512i low, int weight) {
+            return _mm512_madd_epi16(_mm512_or_si512(high, _mm512_slli_epi32(low, 16)),
+                                     _mm512_set1_epi32(1 << 16 | weight));
         };
         const __m512i high = combined(widened(first), widened(second), 10);
         const __m512i low = combined(widened(third), widened(fourth), 10);
-        const __m512i number =
-            _mm512_mask_mov_epi32(all(plan.long_codes), static_cast<__mmask16>(valid), combined(high, low, 1260));
-        return _mm512_add_epi32(_mm512_min_epu32(number, all(plan.long_codes)), all(plan.long_cells));
+        return _mm512_mask_mov_epi32(_mm512_set1_epi32(-1), static_cast<__mmask16>(valid), combined(high, low, 1260));
     }
     void drop() {
         for (__m512i* const each : {&first, &second, &third, &fourth})
@@ -338,8 +390,9 @@ template <bool LongCodes, class Target>
                                                Target& target) {
     const auto characters = block_characters::of(start_of_pairs, end, with_digit);
     const paired_bytes text(plan, p, left);
-    const auto equal_to = [](__m512i cells, std::uint16_t value) {
-        return _mm512_cmpeq_epi32_mask(cells, _mm512_set1_epi32(value));
+    const auto all_of = [](std::uint32_t v) { return _mm512_set1_epi32(static_cast<int>(v)); };
+    const auto equal_to = [all_of](__m512i cells, std::uint16_t value) {
+        return _mm512_cmpeq_epi32_mask(cells, all_of(value));
     };
     const std::uint64_t start = characters.start;
     const auto all = static_cast<std::size_t>(std::popcount(start)), count = std::min(all, target.room());
@@ -348,21 +401,38 @@ template <bool LongCodes, class Target>
     long_code_bytes long_code(text, LongCodes ? start : 0);
     std::uint64_t is_long = LongCodes ? _pext_u64(characters.long_ones, start) : 0;
     for (std::size_t done = 0; done < count; done += 16) {
-        __m512i index = index_of(row, cell_in_row);
+        __m512i index = index_of(row, cell_in_row), number{};
+        __mmask16 supplementary = 0;
         if constexpr (LongCodes) {
-            index = _mm512_mask_mov_epi32(index, static_cast<__mmask16>(is_long), long_code.index(plan));
+            const auto here = static_cast<__mmask16>(is_long);
+            number = long_code.number();
+            index = _mm512_mask_add_epi32(index, here, _mm512_min_epu32(number, all_of(plan.long_codes)),
+                                          all_of(plan.long_cells));
+            number = _mm512_sub_epi32(number, all_of(plan.supplementary));
+            supplementary = _mm512_mask_cmplt_epu32_mask(here, number, all_of(supplementary_count));
             is_long >>= 16;
             long_code.drop();
         }
         drop_16(row);
         drop_16(cell_in_row);
-        __m512i cells = _mm512_and_si512(gather(plan.cell, index), _mm512_set1_epi32(0xFFFF));
+        __m512i cells = _mm512_and_si512(gather(plan.cell, index), all_of(0xFFFF));
+        cells = _mm512_mask_mov_epi32(cells, supplementary, all_of(substituted));
         const std::size_t here = std::min<std::size_t>(count - done, 16);
         const __mmask16 lead_alone = equal_to(cells, lead_substituted), special = lead_alone | equal_to(cells, ask);
         const std::size_t n = std::min(lowest(special), here);
-        const __mmask16 replaced = equal_to(cells, substituted) & first_lanes(n);
-        cells = _mm512_mask_mov_epi32(cells, replaced, _mm512_set1_epi32(replacement_cell));
-        if (!put_group(target, cells, n)) return {nth_bit(start, done), true};
+        __mmask16 replaced = equal_to(cells, substituted) & first_lanes(n);
+        cells = _mm512_mask_mov_epi32(cells, replaced, all_of(replacement_cell));
+        const auto put = [&] {
+            if constexpr (LongCodes && Target::holds_supplementary) {
+                if (target.room() < n) return false; // pairs before may have taken what was for these
+                if (supplementary != 0) {
+                    replaced &= static_cast<__mmask16>(~supplementary);
+                    return put_mixed(target, cells, supplementary, number, n);
+                }
+            }
+            return put_group(target, cells, n);
+        };
+        if (!put()) return {nth_bit(start, done), true};
         target.replaced |= replaced != 0;
         if (n < here) {
             const std::size_t at = nth_bit(start, done + n);
@@ -413,13 +483,12 @@ struct paired_bytes {
     }
 };
 
-/// Where the code of four bytes at p has its cell; without a branch, for who asks may not have one there.
-std::uint32_t index_of_long_code(const pair_decoding& plan, const uchar* p) {
+/// The number of the four-byte code at p, or ~0; without a branch, for who asks may not have one there.
+std::uint32_t number_of_long_code(const uchar* p) {
     const std::uint32_t first = p[0] - 0x81U, second = p[1] - std::uint32_t{'0'};
     const std::uint32_t third = p[2] - 0x81U, fourth = p[3] - std::uint32_t{'0'};
     const std::uint32_t valid = static_cast<std::uint32_t>(third < 126) & static_cast<std::uint32_t>(fourth < 10);
-    const std::uint32_t number = ((first * 10 + second) * 1260 + third * 10 + fourth) | (valid - 1);
-    return plan.long_cells + std::min(number, plan.long_codes);
+    return ((first * 10 + second) * 1260 + third * 10 + fourth) | (valid - 1);
 }
 
 /// Decodes the characters of a block one by one, up to the first that must be asked for or has no room.
@@ -437,7 +506,13 @@ template <bool LongCodes, class Target>
         if constexpr (LongCodes) {
             // Without a branch: which characters are long is chance.
             const std::uint32_t is_long = -static_cast<std::uint32_t>(characters.long_ones >> at & 1);
-            index ^= (index ^ index_of_long_code(plan, text.p + at)) & is_long;
+            const std::uint32_t number = number_of_long_code(text.p + at);
+            index ^= (index ^ (plan.long_cells + std::min(number, plan.long_codes))) & is_long;
+            const std::uint32_t beyond_bmp = (number - plan.supplementary) | ~is_long;
+            if (beyond_bmp < supplementary_count) {
+                if (!to.put_supplementary(beyond_bmp)) break;
+                continue;
+            }
         }
         const std::uint16_t cell = plan.cell[index];
         const bool replaced = cell == substituted;
@@ -533,6 +608,12 @@ char32_t load_masked(const pair_encoding& plan, const uchar* src) {
     return Form == form::ucs4 ? c & plan.unit_mask : c;
 }
 
+/// The four-byte code of U+10000 + n, the first byte low.
+std::uint32_t supplementary_code(const pair_encoding& plan, std::uint32_t n) {
+    const std::uint32_t high = n / 1260, low = n % 1260;
+    return plan.supplementary + (high / 10 | high % 10 << 8 | low / 10 << 16 | low % 10 << 24);
+}
+
 template <bool LongCodes, form Form, order Order>
 std::size_t encode_one_by_one(pair_encoding plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room,
                               std::size_t& written, bool& replaced) {
@@ -540,7 +621,13 @@ std::size_t encode_one_by_one(pair_encoding plan, const uchar* src, std::size_t 
     std::size_t i = 0;
     for (; i < n && room - written >= longest; ++i) {
         const char32_t c = load_masked<Form, Order>(plan, src + i * unit_size<Form>);
-        if (c > 0xFFFF) break;
+        if (c > 0xFFFF) {
+            if (plan.supplementary == 0 || c - 0x10000 >= supplementary_count) break;
+            const std::uint32_t code = supplementary_code(plan, c - 0x10000);
+            std::memcpy(dst + written, &code, 4);
+            written += 4;
+            continue;
+        }
         std::uint32_t cell = plan.cell[plan.page[c >> 8] + (c & 0xFF)];
         if constexpr (LongCodes) {
             // Both are read, without a branch: which codes are long is chance.
@@ -570,12 +657,12 @@ std::size_t encode_carefully(const pair_encoding& plan, const uchar* src, std::s
 
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
 
-/// Up to 32 units as 16-bit ones in the host's order; bits of `beyond` where one has more bits that count.
+/// Up to 32 units as 16-bit ones in the host's order, and what else of them counts.
 template <form Form, order Order>
-__m512i load_units(const uchar* src, std::size_t n, char32_t unit_mask, std::uint32_t& beyond) {
+__m512i load_units(const uchar* src, std::size_t n, char32_t unit_mask, __m512i& upper) {
     const auto lanes = static_cast<__mmask32>(first_bits(n));
     if constexpr (Form == form::ucs2) {
-        beyond = 0;
+        upper = _mm512_setzero_si512();
         const __m512i units = _mm512_maskz_loadu_epi16(lanes, src);
         if constexpr (Order == order::little) return units;
         return _mm512_or_si512(_mm512_srli_epi16(units, 8), _mm512_slli_epi16(units, 8));
@@ -583,14 +670,16 @@ __m512i load_units(const uchar* src, std::size_t n, char32_t unit_mask, std::uin
         __m512i low = _mm512_maskz_loadu_epi32(static_cast<__mmask16>(lanes), src);
         __m512i high = _mm512_maskz_loadu_epi32(static_cast<__mmask16>(lanes >> 16), src + 64);
         if constexpr (Order == order::big) {
-            const __m512i swap =
-                _mm512_broadcast_i32x4(_mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12));
-            low = _mm512_shuffle_epi8(low, swap);
-            high = _mm512_shuffle_epi8(high, swap);
+            low = swap_bytes_32(low);
+            high = swap_bytes_32(high);
         }
-        const __m512i more = _mm512_set1_epi32(static_cast<int>(unit_mask & ~char32_t{0xFFFF}));
-        beyond = _mm512_test_epi32_mask(low, more) | std::uint32_t{_mm512_test_epi32_mask(high, more)} << 16;
-        return _mm512_inserti64x4(_mm512_castsi256_si512(_mm512_cvtepi32_epi16(low)), _mm512_cvtepi32_epi16(high), 1);
+        const auto words = [low, high](int odd) {
+            const __m512i even_ones = _mm512_set_epi16(62, 60, 58, 56, 54, 52, 50, 48, 46, 44, 42, 40, 38, 36, 34, 32,
+                                                       30, 28, 26, 24, 22, 20, 18, 16, 14, 12, 10, 8, 6, 4, 2, 0);
+            return _mm512_permutex2var_epi16(low, _mm512_add_epi16(even_ones, _mm512_set1_epi16(odd)), high);
+        };
+        upper = _mm512_and_si512(words(1), _mm512_set1_epi16(static_cast<short>(unit_mask >> 16)));
+        return words(0);
     }
 }
 
@@ -610,10 +699,24 @@ __m512i cells_of(const pair_encoding& plan, __m512i units, std::size_t n) {
     return n <= 16 ? low : _mm512_inserti64x4(low, half(_mm512_extracti64x4_epi64(index, 1)), 1);
 }
 
+/// The four-byte codes of U+10000 + `number`, the first byte low.
+__m512i supplementary_codes(const pair_encoding& plan, __m512i number) {
+    const auto all = [](int v) { return _mm512_set1_epi32(v); };
+    // Exact: the quotients of numbers below 2^20 and a half are farther from a whole number than they are rounded.
+    const __m512 halved = _mm512_add_ps(_mm512_cvtepi32_ps(number), _mm512_set1_ps(0.5F));
+    const __m512i high = _mm512_cvttps_epi32(_mm512_mul_ps(halved, _mm512_set1_ps(1 / 1260.0F)));
+    const __m512i low = _mm512_sub_epi32(number, _mm512_mullo_epi32(high, all(1260)));
+    const __m512i both = _mm512_or_si512(high, _mm512_slli_epi32(low, 16));
+    const __m512i tens = _mm512_mulhi_epu16(both, _mm512_set1_epi16(6554)); // a tenth, up to 16388
+    const __m512i digits = _mm512_sub_epi16(both, _mm512_mullo_epi16(tens, _mm512_set1_epi16(10)));
+    return _mm512_add_epi32(_mm512_or_si512(tens, _mm512_slli_epi16(digits, 8)),
+                            all(static_cast<int>(plan.supplementary)));
+}
+
 /// Encodes up to n units, at most 32, with their cells: codes of four bytes and replacements among them, up to one that
-/// must be asked for or has no room. Bits of `beyond` where a unit has none of the cells.
-[[gnu::noinline]] converted encode_unusual(const pair_encoding& plan, __m512i units, __m512i cells,
-                                           std::uint32_t beyond, std::size_t n, uchar* dst, std::size_t room) {
+/// must be asked for or has no room. `beyond` has the upper halves of units.
+[[gnu::noinline]] converted encode_unusual(const pair_encoding& plan, __m512i units, __m512i cells, __m512i beyond,
+                                           std::size_t n, uchar* dst, std::size_t room) {
     const auto all = [](std::uint32_t v) { return _mm512_set1_epi32(static_cast<int>(v)); };
     const auto upper = [](__m512i words) { return _mm512_zextsi256_si512(_mm512_extracti64x4_epi64(words, 1)); };
     const auto wide = [](__m512i words) { return _mm512_cvtepu16_epi32(_mm512_castsi512_si256(words)); };
@@ -623,11 +726,21 @@ __m512i cells_of(const pair_encoding& plan, __m512i units, std::size_t n) {
     for (std::size_t done = 0; done < n; done += 16) {
         __m512i bytes = wide(cells);
         const __mmask16 asks = _mm512_cmpeq_epi32_mask(bytes, all(ask));
-        const __mmask16 missing = _mm512_cmpeq_epi32_mask(bytes, all(substituted));
+        __mmask16 missing = _mm512_cmpeq_epi32_mask(bytes, all(substituted));
         bytes = _mm512_mask_mov_epi32(bytes, missing, all('?'));
         bytes = _mm512_mask_mov_epi32(bytes, asks, all(ask_again));
         if (plan.long_cell != nullptr) bytes = _mm512_mask_i32gather_epi32(bytes, asks, wide(index), plan.long_cell, 4);
-        const std::uint32_t stops = _mm512_cmpeq_epi32_mask(bytes, all(ask_again)) | (beyond & 0xFFFF);
+        if (const __m512i high = wide(beyond); _mm512_test_epi32_mask(high, high) != 0) {
+            const __mmask16 outside = _mm512_test_epi32_mask(high, high);
+            const __m512i c = _mm512_or_si512(wide(units), _mm512_slli_epi32(high, 16));
+            const __m512i number = _mm512_sub_epi32(c, all(0x10000));
+            const __mmask16 has_code =
+                plan.supplementary == 0 ? 0 : _mm512_mask_cmplt_epu32_mask(outside, number, all(supplementary_count));
+            bytes = _mm512_mask_mov_epi32(bytes, outside, all(ask_again));
+            bytes = _mm512_mask_mov_epi32(bytes, has_code, supplementary_codes(plan, number));
+            missing &= ~outside;
+        }
+        const std::uint32_t stops = _mm512_cmpeq_epi32_mask(bytes, all(ask_again));
         const std::size_t here = std::min<std::size_t>(n - done, 16), count = std::min(lowest(stops), here);
         const std::uint64_t kept = (_mm512_test_epi8_mask(bytes, bytes) | 0x1111111111111111) & first_bits(4 * count);
         const auto length = static_cast<std::size_t>(std::popcount(kept));
@@ -636,9 +749,10 @@ __m512i cells_of(const pair_encoding& plan, __m512i units, std::size_t n) {
         written += length;
         replaced |= (missing & first_lanes(count)) != 0;
         if (count < here) return {done + count, written, replaced};
+        units = upper(units);
         cells = upper(cells);
         index = upper(index);
-        beyond >>= 16;
+        beyond = upper(beyond);
     }
     return {n, written, replaced};
 }
@@ -660,13 +774,14 @@ converted encode_pairs_as(pair_encoding plan, const uchar* src, std::size_t n, u
                 continue;
             }
         }
-        std::uint32_t beyond = 0;
+        __m512i beyond;
         const std::size_t here = std::min(n - i, group);
         const __m512i units = load_units<Form, Order>(src + i * unit, here, plan.unit_mask, beyond);
+        const __mmask32 outside = Form == form::ucs4 ? _mm512_test_epi16_mask(beyond, beyond) : 0;
         __m512i cells = cells_of(plan, units, here);
         std::uint32_t missing = 0;
-        if ((_mm512_cmpge_epu16_mask(cells, all(substituted)) | beyond) != 0) [[unlikely]] {
-            if (((_mm512_cmpeq_epi16_mask(cells, all(ask)) | beyond) & first_bits(here)) != 0) {
+        if ((_mm512_cmpge_epu16_mask(cells, all(substituted)) | outside) != 0) [[unlikely]] {
+            if (((_mm512_cmpeq_epi16_mask(cells, all(ask)) | outside) & first_bits(here)) != 0) {
                 const converted some = encode_unusual(plan, units, cells, beyond, here, dst + written, room - written);
                 i += some.read;
                 written += some.written;
@@ -745,8 +860,12 @@ converted encode_pairs_as(pair_encoding plan, const uchar* src, std::size_t n, u
 converted decode_pairs(const pair_decoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst,
                        std::size_t units) {
     return leaving([&] {
-        return in_layout(
-            layout, [&]<form Form, order Order> { return decode_pairs_as<Form, Order>(plan, src, n, dst, units); });
+        const auto decode = [&]<form Form, order Order> {
+            return decode_pairs_as<Form, Order>(plan, src, n, dst, units);
+        };
+        return layout == unit_layout::utf16_big && plan.long_codes > 0
+                   ? decode.template operator()<form::utf16, order::big>()
+                   : in_layout(layout, decode);
     });
 }
 
@@ -765,16 +884,24 @@ recoded_run pairs_to_utf8(const pair_decoding& plan, const uchar* src, std::size
     return leaving([&]() -> recoded_run {
         constexpr std::size_t piece = 512;
         alignas(64) uchar decoded[2 * piece];
+        pair_decoding in_bmp = plan;
+        in_bmp.supplementary = no_supplementary;
         recoded_run done{};
-        while (done.read < n && done.units < units) {
-            const converted in = decode_pairs_as<form::ucs2, order::little>(
-                plan, src + done.read, n - done.read, decoded, std::min(piece, units - done.units));
-            const moved out = QZSTR_LEVEL::encode_utf8(unit_layout::ucs2_little, decoded, in.written / 2,
+        const auto took_piece = [&]<form Form>(const pair_decoding& of) {
+            constexpr std::size_t unit = unit_size<Form>;
+            const converted in = decode_pairs_as<Form, order::little>(
+                of, src + done.read, n - done.read, decoded, std::min(sizeof decoded / unit, units - done.units));
+            const moved out = QZSTR_LEVEL::encode_utf8(layout_of<Form, order::little>, decoded, in.written / unit,
                                                        dst + done.written, room - done.written);
-            if (in.read == 0 || out.read < in.written) break; // not all of it had room
-            done = {done.read + in.read, done.written + out.written, done.units + in.written / 2,
+            if (in.read == 0 || out.read < in.written) return false; // not all of it had room
+            done = {done.read + in.read, done.written + out.written, done.units + in.written / unit,
                     done.replaced || in.replaced};
-        }
+            return true;
+        };
+        while (done.read < n && done.units < units)
+            if (!took_piece.template operator()<form::ucs2>(in_bmp) &&
+                (plan.supplementary == no_supplementary || !took_piece.template operator()<form::ucs4>(plan)))
+                break;
         return done;
     });
 }

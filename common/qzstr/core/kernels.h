@@ -39,6 +39,7 @@ struct pair_decoding {
     /// Where the cells of four-byte codes begin (0: there are none), which are two pairs with a digit for a trail; and the
     /// number of codes, in their order, behind which a cell asks.
     std::uint32_t long_cells, long_codes;
+    std::uint32_t supplementary; ///< number of the code for U+10000, from which those of the other planes count on
 };
 
 /// Encoding into one or two bytes by one table read a unit; where that asks, into four by a second one.
@@ -49,6 +50,7 @@ struct pair_encoding {
     char32_t unit_mask;             ///< what of a unit counts: the low half, or all
     const std::uint32_t* long_cell; ///< four bytes, the first one low, or `ask_again`; none where all codes are shorter
     const uchar* long_page_number;  ///< as `page_number`
+    std::uint32_t supplementary;    ///< as `long_cell` for U+10000, from where codes count on; 0: there are none
 };
 
 /// Three bytes of a pattern and where they stand in it (not all need differ): what a search tests at once for many
@@ -94,6 +96,11 @@ struct byte_map {
 /// just these bytes or this unit, or for the lead alone. No charset here has FE FF or FF FF for a pair.
 inline constexpr std::uint16_t ask = 0xFFFF, substituted = 0xFFFE, lead_substituted = 0xFFFD;
 inline constexpr std::uint32_t ask_again = 0xFFFFFFFF;
+
+/// No four-byte code has this number.
+inline constexpr std::uint32_t no_supplementary = 0x80000000;
+/// The characters beyond the BMP.
+inline constexpr std::uint32_t supplementary_count = 0x100000;
 
 struct letter_pages;
 

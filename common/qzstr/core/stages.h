@@ -26,6 +26,8 @@ struct stages {
     core::converted (*encode_units)(const uchar* src, std::size_t n, uchar* dst, std::size_t room) = nullptr;
     /// Whether that is what its UCS-4 routine would do, too. (A row may have that of another family.)
     bool same_in_ucs4 = false;
+    /// The same from UCS-4BE, where that takes characters beyond the BMP.
+    core::converted (*encode_wide)(const uchar* src, std::size_t n, uchar* dst, std::size_t room) = nullptr;
 };
 
 namespace core {
@@ -55,11 +57,11 @@ consteval bool encodes_ascii() {
     return true;
 }
 
-template <class F>
+template <class F, form Form>
 converted encode_units(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
     progress at;
-    const conv_status_t status =
-        encode_fast<F, form::ucs2, order::big>(src, static_cast<offset_t>(2 * n), dst, static_cast<offset_t>(room), at);
+    const conv_status_t status = encode_fast<F, Form, order::big>(src, static_cast<offset_t>(unit_size<Form> * n), dst,
+                                                                  static_cast<offset_t>(room), at);
     return {static_cast<std::size_t>(at.read), static_cast<std::size_t>(at.written), status != exact};
 }
 
@@ -74,7 +76,8 @@ consteval stages stages_of() {
     if constexpr (requires { F::to_bytes(); }) s.to_bytes = F::to_bytes();
     if constexpr (decodes_pairs<F>) {
         s.pairs = &pair_decoding_of<F>;
-        if constexpr (requires { F::ucs4_mask; }) s.encode_units = encode_units<F>;
+        if constexpr (requires { F::ucs4_mask; }) s.encode_units = encode_units<F, form::ucs2>;
+        if constexpr (requires { F::first_supplementary; }) s.encode_wide = encode_units<F, form::ucs4>;
         s.same_in_ucs4 = requires {
             F::long_codes;
         };

@@ -40,18 +40,22 @@ inline void store_unit(uchar* p, char32_t c) {
     }
 }
 
-enum class unit_layout { ucs2_big, ucs2_little, ucs4_big, ucs4_little };
+/// The one of UTF-16 is for decoders that tell it from UCS-2.
+enum class unit_layout { ucs2_big, ucs2_little, ucs4_big, ucs4_little, utf16_big };
 
 template <form Form, order Order>
 inline constexpr unit_layout layout_of = Form == form::ucs4
                                              ? (Order == order::big ? unit_layout::ucs4_big : unit_layout::ucs4_little)
                                              : (Order == order::big ? unit_layout::ucs2_big : unit_layout::ucs2_little);
+template <>
+inline constexpr unit_layout layout_of<form::utf16, order::big> = unit_layout::utf16_big;
 
 /// Runs work.operator()<Form, Order>() for a layout.
 template <class Work>
 inline auto in_layout(unit_layout layout, Work work) {
     switch (layout) {
     case unit_layout::ucs2_big:
+    case unit_layout::utf16_big:
         break;
     case unit_layout::ucs2_little:
         return work.template operator()<form::ucs2, order::little>();
