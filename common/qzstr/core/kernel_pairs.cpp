@@ -483,12 +483,13 @@ struct paired_bytes {
     }
 };
 
-/// The number of the four-byte code at p, or ~0; without a branch, for who asks may not have one there.
+/// The number of the four-byte code at p, whose first two bytes are a lead and a digit, or one above all; without a branch,
+/// for who asks may not have one there.
 std::uint32_t number_of_long_code(const uchar* p) {
-    const std::uint32_t first = p[0] - 0x81U, second = p[1] - std::uint32_t{'0'};
-    const std::uint32_t third = p[2] - 0x81U, fourth = p[3] - std::uint32_t{'0'};
-    const std::uint32_t valid = static_cast<std::uint32_t>(third < 126) & static_cast<std::uint32_t>(fourth < 10);
-    return ((first * 10 + second) * 1260 + third * 10 + fourth) | (valid - 1);
+    const std::uint32_t digits = load_unit<form::ucs4, order::little>(p) - 0x30813081;
+    const std::uint32_t invalid = (digits | (digits + 0x76020000)) & 0x80800000; // a third of 126, a fourth of 10
+    const std::uint32_t pairs = (digits & 0xFF00FF) * 10 + (digits >> 8 & 0xFF00FF);
+    return ((pairs & 0xFFFF) * 1260 + (pairs >> 16)) | invalid;
 }
 
 /// Decodes the characters of a block one by one, up to the first that must be asked for or has no room.
@@ -515,6 +516,11 @@ template <bool LongCodes, class Target>
             }
         }
         const std::uint16_t cell = plan.cell[index];
+        if (LongCodes && cell < lead_substituted)
+            [[likely]] { // replacements are chance only where nothing else is unusual
+            if (!to.put(cell)) break;
+            continue;
+        }
         const bool replaced = cell == substituted;
         if (cell == ask || cell == lead_substituted || !to.put(replaced ? replacement_cell : cell)) break;
         to.replaced |= replaced;
