@@ -13,6 +13,8 @@
 
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
 #include "core/utf_avx512.h"
+#elif QZSTR_LEVEL_NUMBER == QZSTR_IS_avx2
+#include "core/utf_avx2.h"
 #endif
 
 namespace qzstr::core::QZSTR_LEVEL {
@@ -257,88 +259,32 @@ converted decode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_
 
 #if QZSTR_LEVEL_NUMBER < QZSTR_IS_avx512
 
-/// What the code points of each length get in the four bytes of a word, last byte first.
+/// By the number of bits of a code point, its bytes; by these, what they get in a word, last byte last, and the bits that
+/// the last one takes.
+constexpr uchar length_of_width[22] = {1, 1, 1, 1, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3, 3, 4, 4, 4, 4, 4};
 constexpr std::uint32_t prefix_of_length[5] = {0, 0, 0x80C00000, 0x8080E000, 0x808080F0};
-
-constexpr int utf8_length(char32_t c) {
-    return 1 + (c >= 0x80) + (c >= 0x800) + (c >= 0x10000);
-}
+constexpr uchar last_of_length[5] = {0, 0x7F, 0x3F, 0x3F, 0x3F};
 
 /// Encodes one code point without a branch by length; writes four bytes.
 std::size_t encode_one(char32_t c, uchar* dst) {
-    const int length = utf8_length(c);
-    const std::uint32_t low = length == 1 ? c : c & 0x3F;
+    const unsigned length = length_of_width[std::bit_width(std::uint32_t{c} | 1)];
+    const std::uint32_t low = c & last_of_length[length];
     const std::uint32_t spread = low << 24 | (c << 10 & 0x3F0000) | (c >> 4 & 0x3F00) | (c >> 18 & 0x3F);
     const std::uint32_t word = (spread | prefix_of_length[length]) >> (8 * (4 - length));
     std::memcpy(dst, &word, 4);
-    return static_cast<std::size_t>(length);
+    return length;
 }
 
-#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx2
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_sse2
 
-/// For four code points of one to three bytes (two flags each: more than one byte, more than two), how the bytes that count
-/// are pressed together.
-struct pressing {
-    alignas(16) uchar shuffle[256][16] = {};
-    uchar length[256] = {};
-
-    consteval pressing() {
-        for (unsigned flags = 0; flags < 256; ++flags) {
-            unsigned n = 0;
-            for (unsigned lane = 0; lane < 4; ++lane) {
-                const unsigned bytes = 1 + (flags >> lane & 1) + (flags >> (lane + 4) & 1);
-                for (unsigned b = 4 - bytes; b < 4; ++b)
-                    shuffle[flags][n++] = static_cast<uchar>(4 * lane + b);
-            }
-            length[flags] = static_cast<uchar>(n);
-            for (; n < 16; ++n)
-                shuffle[flags][n] = 0x80;
-        }
-    }
-};
-constexpr pressing press;
-
+/// Whole blocks of 16-bit ASCII units. `read` counts units.
 template <form Form, order Order>
-__m256i load_eight(const uchar* src) {
-    if constexpr (Form == form::ucs4) {
-        const __m256i c = block::load(src).v;
-        if constexpr (Order == order::little) return c;
-        return _mm256_shuffle_epi8(
-            c, _mm256_broadcastsi128_si256(_mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12)));
-    } else {
-        const __m256i c = _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(src)));
-        if constexpr (Order == order::little) return c;
-        return _mm256_shuffle_epi8(
-            c, _mm256_broadcastsi128_si256(_mm_setr_epi8(1, 0, -1, -1, 5, 4, -1, -1, 9, 8, -1, -1, 13, 12, -1, -1)));
-    }
-}
-
-/// Encodes eight code points of the BMP; writes up to 28 bytes. 0 when one is beyond it.
-template <form Form, order Order>
-std::size_t encode_eight(const uchar* src, uchar* dst) {
-    const auto all = [](unsigned v) { return _mm256_set1_epi32(static_cast<int>(v)); };
-    const __m256i c = load_eight<Form, Order>(src);
-    if constexpr (Form == form::ucs4)
-        if (!_mm256_testz_si256(c, all(0xFFFF0000))) return 0;
-    const __m256i two = _mm256_cmpgt_epi32(c, all(0x7F)), three = _mm256_cmpgt_epi32(c, all(0x7FF));
-    // No blend by the sign of a byte here: g++ 12 takes it for that of char, which an option can change.
-    const __m256i of_last = _mm256_xor_si256(all(0x7F), _mm256_and_si256(two, all(0x40)));
-    const __m256i last = _mm256_slli_epi32(_mm256_and_si256(c, of_last), 24);
-    const __m256i middle = _mm256_and_si256(_mm256_slli_epi32(c, 10), all(0x3F0000));
-    const __m256i first = _mm256_and_si256(_mm256_srli_epi32(c, 4), all(0x3F00));
-    const __m256i prefix =
-        _mm256_xor_si256(_mm256_and_si256(two, all(0x80C00000)), _mm256_and_si256(three, all(0x0040E000)));
-    const __m256i spread = _mm256_or_si256(_mm256_or_si256(last, middle), _mm256_or_si256(first, prefix));
-    const auto of_two = static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(two)));
-    const auto of_three = static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(three)));
-    const unsigned low = (of_two & 15) | (of_three & 15) << 4, high = of_two >> 4 | (of_three & 0xF0);
-    const auto pressed = [](__m128i bytes, unsigned flags) {
-        return _mm_shuffle_epi8(bytes, _mm_load_si128(reinterpret_cast<const __m128i*>(press.shuffle[flags])));
-    };
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), pressed(_mm256_castsi256_si128(spread), low));
-    dst += press.length[low];
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), pressed(_mm256_extracti128_si256(spread, 1), high));
-    return std::size_t{press.length[low]} + press.length[high];
+moved encode_run(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+    std::size_t i = 0;
+    if constexpr (Form != form::ucs4)
+        while (std::min(n, room) - i >= block::size && block::narrow_ascii<Order>(src + 2 * i, dst + i))
+            i += block::size;
+    return {i, i};
 }
 
 #endif
@@ -348,50 +294,29 @@ moved encode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t ro
     constexpr std::size_t unit = unit_size<Form>, group = 8;
     std::size_t i = 0, written = 0;
     const auto one = [&] {
-        const char32_t c = load_unit<Form, Order>(src + i * unit);
+        char32_t c = load_unit<Form, Order>(src + i * unit);
         if (c > 0x10FFFF) return false;
+        if (Form == form::utf16 && c >> 11 == 0xD800 >> 11) {
+            const char32_t low = n - i < 2 ? 0 : load_unit<Form, Order>(src + (i + 1) * unit);
+            if (c >= 0xDC00 || low >> 10 != 0xDC00 >> 10) return false;
+            c = (c << 10) + low - 0x35FDC00;
+            ++i;
+        }
         written += encode_one(c, dst + written);
         ++i;
         return true;
     };
-    while (n - i >= group && room - written >= 4 * group) {
-        const std::size_t before = written;
-        std::size_t left = group;
-#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx2
-        if (const std::size_t length = encode_eight<Form, Order>(src + i * unit, dst + written); length != 0) {
-            i += group;
-            written += length;
-            left = 0;
-        }
-#endif
-        for (; left > 0; --left)
+    for (;;) {
+        const moved run = encode_run<Form, Order>(src + i * unit, n - i, dst + written, room - written);
+        i += run.read;
+        written += run.written;
+        if (i == n || room - written < 4) return {i * unit, written};
+        for (std::size_t left = std::min(group, (room - written) / 4); left > 0 && i < n; --left)
             if (!one()) return {i * unit, written};
-        if (written - before == group) { // all ASCII
-            const std::size_t run = QZSTR_LEVEL::narrow_ascii(layout_of<Form, Order>, src + i * unit,
-                                                              std::min(n - i, room - written), dst + written);
-            i += run;
-            written += run;
-        }
     }
-    while (i < n && room - written >= 4)
-        if (!one()) break;
-    return {i * unit, written};
 }
 
 #endif
-
-/// Length of the run of big-endian units that are no surrogates, at most n units.
-[[maybe_unused]] std::size_t run_of_bmp(const uchar* p, std::size_t n) {
-    constexpr byte_range surrogates{0xD8, 0xDF};
-    std::size_t i = 0;
-    for (; 2 * i + block::size <= 2 * n; i += block::size / 2)
-        // A unit's first byte stands at an even place.
-        if (const std::uint64_t hit = block::load(p + 2 * i).within(surrogates) & 0x5555555555555555U; hit != 0)
-            return i + static_cast<std::size_t>(std::countr_zero(hit)) / 2;
-    while (i < n && (p[2 * i] < surrogates.first || p[2 * i] > surrogates.last))
-        ++i;
-    return i;
-}
 
 constexpr std::size_t unit_group = 32;
 
@@ -622,29 +547,34 @@ converted decode_utf8_to_utf16(const uchar* src, std::size_t n, uchar* dst, std:
 }
 
 moved encode_utf16_as_utf8(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
-    return leaving([&] {
-#if QZSTR_LEVEL_NUMBER < QZSTR_IS_avx512
-        n = run_of_bmp(src, n);
-#endif
-        return encode_utf8_as<form::utf16, order::big>(src, n, dst, room);
-    });
+    return leaving([&] { return encode_utf8_as<form::utf16, order::big>(src, n, dst, room); });
 }
 
 moved bytes_to_utf8(const byte_decoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
     return leaving([&] { return decode_bytes_as_utf8(plan, src, n, dst, room); });
 #else
-    constexpr std::size_t piece = 1024;
-    alignas(64) uchar buffer[2 * piece];
+    constexpr std::size_t group = 8;
     moved done{};
-    while (done.read < n) {
-        const std::size_t taken = std::min(n - done.read, piece);
-        QZSTR_LEVEL::decode_bytes(plan, unit_layout::ucs2_big, src + done.read, taken, buffer);
-        const moved out =
-            QZSTR_LEVEL::encode_utf8(unit_layout::ucs2_big, buffer, taken, dst + done.written, room - done.written);
-        done = {done.read + out.read / 2, done.written + out.written};
-        if (out.read < 2 * taken) break;
+    const auto one = [&] {
+        const std::uint32_t sequence = plan.utf8[src[done.read++]];
+        std::memcpy(dst + done.written, &sequence, 4);
+        done.written += sequence >> 24;
+    };
+    while (n - done.read >= group && room - done.written >= 4 * group) {
+        const std::size_t left = std::min(n - done.read, room - done.written);
+        if (left >= block::size)
+            if (const block bytes = block::load(src + done.read); bytes.high_bits() == 0) {
+                bytes.store(dst + done.written);
+                done = {done.read + block::size, done.written + block::size};
+                continue;
+            }
+#pragma GCC unroll 8
+        for (std::size_t k = 0; k < group; ++k)
+            one();
     }
+    while (done.read < n && room - done.written >= 4)
+        one();
     return done;
 #endif
 }

@@ -66,11 +66,13 @@ struct candidates {
     std::uint64_t bits;
 };
 
-/// Decoding where a byte is a character of one 16-bit unit: the unit of each, and in two planes those of 0x80 to 0xFF.
+/// Decoding where a byte is a character of one 16-bit unit: the unit of each, and in two planes those of 0x80 to 0xFF; in
+/// UTF-8 the bytes of each, the first one low, and above them their number.
 struct byte_decoding {
     alignas(64) uchar low[128];
     alignas(64) uchar high[128];
     std::uint16_t unit[256];
+    std::uint32_t utf8[256];
 };
 
 /// Encoding of a unit into one byte by one table read.

@@ -85,7 +85,11 @@ consteval byte_decoding make_byte_decoding() {
     byte_decoding plan{};
     for (unsigned b = 0; b < 256; ++b) {
         const uchar byte = static_cast<uchar>(b);
-        plan.unit[b] = static_cast<std::uint16_t>(F::template decode<form::ucs2>(&byte, 1).unit[0]);
+        const char32_t c = F::template decode<form::ucs2>(&byte, 1).unit[0];
+        plan.unit[b] = static_cast<std::uint16_t>(c);
+        plan.utf8[b] = c < 0x80    ? c | 1 << 24
+                       : c < 0x800 ? (c >> 6 | (c & 0x3F) << 8 | 0x80C0) | 2 << 24
+                                   : (c >> 12 | (c & 0xFC0) << 2 | (c & 0x3F) << 16 | 0x8080E0) | 3 << 24;
         if (b < 0x80) continue;
         plan.low[b - 0x80] = static_cast<uchar>(plan.unit[b]);
         plan.high[b - 0x80] = static_cast<uchar>(plan.unit[b] >> 8);

@@ -82,9 +82,20 @@ struct block {
     static block load(const uchar* p) { return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))}; }
     void store(uchar* p) const { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
     static block load_first(const uchar* p, std::size_t n) {
-        uchar bytes[size] = {};
-        std::memcpy(bytes, p, n);
-        return load(bytes);
+        if (n < 4) {
+            std::uint32_t bytes = 0;
+            for (std::size_t i = 0; i < n; ++i)
+                bytes |= std::uint32_t{p[i]} << 8 * i;
+            return {_mm256_zextsi128_si256(_mm_cvtsi32_si128(static_cast<int>(bytes)))};
+        }
+        // Whole words, and of one that is cut the bytes that end the last four.
+        const auto all_words = [](std::size_t v) { return _mm256_set1_epi32(static_cast<int>(v)); };
+        const __m256i place = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7), cut = all_words(n / 4);
+        const __m256i words = _mm256_maskload_epi32(reinterpret_cast<const int*>(p), _mm256_cmpgt_epi32(cut, place));
+        std::uint32_t end;
+        std::memcpy(&end, p + n - 4, 4);
+        const __m256i bytes = all_words(std::uint64_t{end} >> (32 - n % 4 * 8));
+        return {_mm256_or_si256(words, _mm256_and_si256(_mm256_cmpeq_epi32(cut, place), bytes))};
     }
     void store_first(uchar* p, std::size_t n) const {
         uchar bytes[size];
