@@ -99,8 +99,8 @@ struct byte_map {
 inline constexpr std::uint16_t ask = 0xFFFF, substituted = 0xFFFE, lead_substituted = 0xFFFD;
 inline constexpr std::uint32_t ask_again = 0xFFFFFFFF;
 
-/// No four-byte code has this number.
-inline constexpr std::uint32_t no_supplementary = 0x80000000;
+/// Neither a four-byte code nor what is invalid has such a number or one of the 2^20 above.
+inline constexpr std::uint32_t no_supplementary = 0x40000000;
 /// The characters beyond the BMP.
 inline constexpr std::uint32_t supplementary_count = 0x100000;
 
