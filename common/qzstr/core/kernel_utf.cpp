@@ -438,13 +438,12 @@ moved ucs4_to_utf16_as(const uchar* src, std::size_t n, uchar* dst, std::size_t 
     return {i * 4, written};
 }
 
+#if QZSTR_LEVEL_NUMBER < QZSTR_IS_avx512
+
 /// The characters among `triples` that take two columns. Reads two bytes behind the block.
 template <class Text>
 std::uint64_t wide_triples_of(Text p, std::uint64_t triples) {
     if (triples == 0) return 0;
-#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
-    return wide_by_classes(p, triples);
-#else
     const std::uint64_t ea = equal(p, 0xEA), ed = equal(p, 0xED), e3 = equal(p, 0xE3), ef = equal(p, 0xEF);
     const std::uint64_t ideographs = inside(p, 0xE4, 0xE9) | inside(p, 0xEB, 0xEC);
     const std::uint64_t symbols = inside(p + 1, 0x80, 0x83), full_width = equal(p + 1, 0xBC);
@@ -453,8 +452,20 @@ std::uint64_t wide_triples_of(Text p, std::uint64_t triples) {
     for (std::uint64_t asked = triples & ~wide & ~(equal(p, 0xE2) & symbols); asked != 0; asked &= asked - 1)
         if (is_wide_triple(p.p + lowest(asked))) wide |= asked & ~(asked - 1);
     return wide & triples;
-#endif
 }
+
+struct width_classes {
+    template <class Text>
+    static structure of(Text p, std::uint64_t carry) {
+        return structure::of(p, carry);
+    }
+    template <class Text>
+    static std::uint64_t wide(Text p, const structure& s) {
+        return wide_triples_of(p, s.three());
+    }
+};
+
+#endif
 
 /// Of each unit.
 constexpr std::uint64_t first_bytes = 0x5555555555555555;
@@ -475,13 +486,7 @@ struct block_columns {
     }
 };
 
-/// Whether the bytes at p continue a character, as many as low bits are set in `expected`. Reads four bytes.
-bool continues(const uchar* p, std::uint64_t expected) {
-    std::uint32_t bytes;
-    std::memcpy(&bytes, p, 4);
-    const std::uint32_t asked = (std::uint32_t{1} << 8 * std::popcount(expected)) - 1;
-    return ((bytes ^ 0x80808080) & 0xC0C0C0C0 & asked) == 0;
-}
+#if QZSTR_LEVEL_NUMBER < QZSTR_IS_avx512
 
 /// The bytes of whole characters in a block that begins with one and of which n bytes count (0 where there is something
 /// malformed), and the leads among them that letters may follow.
@@ -510,10 +515,6 @@ std::size_t change_block(const letter_pages& letters, uchar first, uchar* p, std
     return over_block(p, left, [&](auto text) {
         letters_of_block found = letters_of_block::of(text, n);
         if (found.bytes == 0) return found.bytes;
-#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
-        const __m512i changed = change_letters_by_pages(letters, first, text, found.leads);
-        _mm512_mask_storeu_epi8(p, first_bits(n), changed);
-#else
         alignas(64) uchar flipped[block_size];
         uchar* const to = left >= block_size + beyond ? p : flipped;
         for (std::size_t i = 0; i < block_size; i += block::size)
@@ -521,10 +522,11 @@ std::size_t change_block(const letter_pages& letters, uchar first, uchar* p, std
         for (; found.leads != 0; found.leads &= found.leads - 1)
             change_letter(letters, to + lowest(found.leads), to[lowest(found.leads)] < 0xE0 ? 2 : 3);
         if (to != p) std::memcpy(p, flipped, found.bytes);
-#endif
         return found.bytes;
     });
 }
+
+#endif
 
 } // namespace
 
@@ -643,35 +645,46 @@ moved skip_utf8(const uchar* p, std::size_t n, std::size_t chars) {
 }
 
 moved fit_utf8(const uchar* p, std::size_t n, std::size_t limit) {
-    return leaving([&]() -> moved {
-        std::size_t base = 0, columns = 0;
-        std::uint64_t carry = 0;
-        while (base < n && columns < limit) {
-            const std::size_t left = n - base;
-            // What goes on behind a block counts in it where its bytes are there; in the last ones it is left.
+    return leaving([=]() -> moved {
+        const width_classes classes;
+        const uchar *at = p, *const end = p + n;
+        std::size_t room = limit, room_before = limit;
+        std::uint64_t carry = 0, carry_before = 0;
+        const auto passed = [=](const uchar* until, std::size_t columns_left) -> moved {
+            return {static_cast<std::size_t>(until - p), limit - columns_left};
+        };
+        while (at < end && room > 0) {
+            const auto left = static_cast<std::size_t>(end - at);
+            // What goes on behind a block counts in it, and is looked at in the next one.
             const bool goes_on = left >= block_size + beyond;
             std::size_t bytes = std::min(left, block_size);
-            std::uint64_t spill = 0;
-            const block_columns block = over_block(p + base, left, [&](auto text) -> block_columns {
-                const structure s = structure::of(text, carry);
-                const bool well = (s.misplaced() & first_bits(bytes)) == 0;
-                if (goes_on && well && continues(p + base + block_size, s.spill()))
+            std::uint64_t wrong = 0, spill = 0;
+            const block_columns block = over_block(at, left, [&](auto text) -> block_columns {
+                const structure s = classes.of(text, carry);
+                wrong = s.misplaced() & bytes_before(bytes);
+                if (goes_on)
                     spill = s.spill();
                 else
-                    bytes = well ? s.whole_bytes(bytes) : 0;
-                return {s.starts() & first_bits(bytes), wide_triples_of(text, s.three() & first_bits(bytes))};
+                    bytes = s.whole_bytes(bytes);
+                return {s.starts() & bytes_before(bytes), classes.wide(text, s) & bytes_before(bytes)};
             });
+            if (wrong != 0) [[unlikely]] {
+                if ((wrong & carry) == 0) return passed(at + std::popcount(carry), room);
+                return passed(at - block_size + std::popcount(carry_before), room_before);
+            }
             if (bytes == 0) break;
             const std::size_t here = block.before(block_size);
-            if (here >= limit - columns) {
-                const std::size_t passed = block.place_of(limit - columns);
-                return {base + passed, columns + block.before(passed)};
+            if (here >= room) {
+                const std::size_t fits = block.place_of(room);
+                return passed(at + fits, room - block.before(fits));
             }
-            columns += here;
-            base += bytes;
+            room_before = room;
+            carry_before = carry;
+            room -= here;
+            at += bytes;
             carry = spill;
         }
-        return {base + static_cast<std::size_t>(std::popcount(carry)), columns};
+        return passed(at, room);
     });
 }
 
@@ -719,6 +732,9 @@ moved fit_units(const uchar* p, std::size_t n, std::size_t limit) {
 
 std::size_t change_letters_utf8(const letter_pages& letters, uchar first, uchar* p, std::size_t n) {
     return leaving([&] {
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+        return change_letters_by_blocks(letters, first, p, n);
+#else
         std::size_t base = 0;
         while (base < n) {
             const std::size_t left = n - base, bytes = change_block(letters, first, p + base, left);
@@ -726,6 +742,7 @@ std::size_t change_letters_utf8(const letter_pages& letters, uchar first, uchar*
             if (bytes == 0 || (bytes != left && left <= block_size)) break;
         }
         return base;
+#endif
     });
 }
 

@@ -2,7 +2,10 @@
 // second byte.
 #pragma once
 
-#include "core/contract.h"
+#include "core/triple_classes.h"
+
+#include <algorithm>
+#include <iterator>
 
 namespace qzstr::core {
 
@@ -16,6 +19,24 @@ struct letter_page {
 struct letter_pages {
     const uchar* page_of; ///< of a character's upper ten bits; 0: no letters
     const letter_page* page;
+    triple_classes may_change; ///< all that do and some others; what follows two bytes counts for a third one
+
+    consteval letter_pages(const uchar* number_of, const letter_page* pages) : page_of(number_of), page(pages) {
+        // In these, much of running text does not change. The others share a class.
+        constexpr uchar apart[] = {0xC3, 0xCF, 0xD0, 0xD1, 0xE2, 0xEA, 0xEF};
+        for (unsigned upper = 0; upper < 1024; ++upper) {
+            if (page_of[upper] == 0) continue;
+            const bool three = upper >= 0x20;
+            const unsigned lead = three ? 0xE0 | upper >> 6 : 0xC0 | upper, second = 0x80 | (upper & 0x3F);
+            const auto number = static_cast<unsigned>(std::find(apart, std::end(apart), lead) - apart);
+            const letter_page& to = page[page_of[upper]];
+            for (unsigned i = 0; i < 64; ++i) {
+                if (to.first[i] == lead && (!three || to.second[i] == second) && to.last[i] == (0x80 | i)) continue;
+                const std::uint64_t last = 1ULL << i;
+                may_change.add(number, lead, three ? 1ULL << (second & 0x3F) : last, three ? last : ~0ULL);
+            }
+        }
+    }
 };
 
 /// The upper ten bits of a well-formed character of two or three bytes.

@@ -5,6 +5,7 @@
 #include "core/kernels.h"
 #include "core/lanes.h"
 #include "core/letter_pages.h"
+#include "core/triple_classes.h"
 #include "core/units.h"
 #include "core/utf8_blocks.h"
 #include "core/utf8_width.h"
@@ -55,6 +56,20 @@ inline std::size_t bytes_of_cut(const uchar* text, std::size_t n) {
 /// The same of text that ends at p.
 inline bool seems_cut(const uchar* p) {
     return ((p[-1] >= 0xC0) | (p[-2] >= 0xE0) | (p[-3] >= 0xF0)) != 0;
+}
+
+/// A constant that stays in its register: g++ 12 makes those of one repeated byte anew in every round of a loop.
+inline __m512i held(unsigned byte) {
+    __m512i bytes = _mm512_set1_epi8(static_cast<char>(byte));
+    asm("" : "+v"(bytes));
+    return bytes;
+}
+
+/// A mask as a word, once; g++ otherwise moves it again for each use.
+inline std::uint64_t word(__mmask64 mask) {
+    std::uint64_t bits = mask;
+    asm("" : "+r"(bits));
+    return bits;
 }
 
 /// What lets others wait for bytes but is no lead.
@@ -586,16 +601,54 @@ inline moved decode_bytes_as_utf8(const byte_decoding& plan, const uchar* src, s
 
 // ---- Width and letter case ------------------------------------------------------------------------------------------
 
-/// The wide characters of three bytes as products of sets: a character is wide when its lead, its second and its third
-/// byte share one of 16 classes. By the low six bits of each.
+/// The bytes of a block, and those one and two places behind each.
+struct triple_lanes {
+    __m512i first, second, third;
+
+    template <class Text>
+    static triple_lanes of(Text p) {
+        return {p.bytes(), (p + 1).bytes(), (p + 2).bytes()};
+    }
+    /// Not zero where the bytes share a class.
+    __m512i shared(const triple_classes& of) const {
+        const auto classes = [](__m512i bytes, const uchar* table) {
+            return _mm512_permutexvar_epi8(bytes, _mm512_load_si512(table));
+        };
+        return _mm512_ternarylogic_epi32(classes(first, of.lead), classes(second, of.second), classes(third, of.third),
+                                         0x80);
+    }
+};
+
+/// As structure::of, except where something is malformed: there it only shows that it is, by a byte misplaced.
+struct lead_bounds {
+    const __m512i c0 = held(0xC0), c2 = held(0xC2), c2_to_f4 = held(0xF4 - 0xC2), from_e0 = held(0xE0 - 0xC2),
+                  from_f0 = held(0xF0 - 0xC2);
+
+    structure of(__m512i text, std::uint64_t carry) const {
+        const __m512i lead = _mm512_sub_epi8(text, c2);
+        const __mmask64 leads = _mm512_cmple_epu8_mask(lead, c2_to_f4);
+        structure s{word(_mm512_cmplt_epi8_mask(text, c0)), 0, word(leads),
+                    word(_mm512_mask_cmpge_epu8_mask(leads, lead, from_e0)),
+                    word(_mm512_mask_cmpge_epu8_mask(leads, lead, from_f0))};
+        s.expected = s.leads << 1 | s.three_or_four << 2 | s.four << 3 | carry;
+        return s;
+    }
+};
+
+/// The wide characters of three bytes in 16 classes.
 struct wide_classes {
-    struct sets {
-        alignas(64) uchar lead[64] = {}, second[64] = {}, third[64] = {};
-    };
-    sets half[2];
-    unsigned count = 0;
+    triple_classes half[2];
 
     consteval wide_classes() {
+        std::uint64_t seconds_of[16] = {}, thirds_of[16] = {}; // leads with the same followers share a class
+        const auto add = [&](unsigned lead, std::uint64_t seconds, std::uint64_t thirds) {
+            unsigned c = 0;
+            while (seconds_of[c] != 0 && (seconds_of[c] != seconds || thirds_of[c] != thirds))
+                ++c;
+            seconds_of[c] = seconds;
+            thirds_of[c] = thirds;
+            half[c / 8].add(c % 8, lead, seconds, thirds);
+        };
         for (unsigned lead = 0xE1; lead <= 0xEF; ++lead) {
             std::uint64_t all_wide = 0;
             for (unsigned second = 0; second < 64; ++second) {
@@ -619,57 +672,37 @@ private:
         }
         return wide;
     }
-    consteval void add(unsigned lead, std::uint64_t seconds, std::uint64_t thirds) {
-        const unsigned lead_bits = lead & 0x3F;
-        unsigned c = 0; // leads with the same followers share a class
-        for (; c < count; ++c)
-            if (members(c, &sets::second) == seconds && members(c, &sets::third) == thirds) break;
-        sets& mine = half[c / 8];
-        const auto bit = static_cast<uchar>(1U << c % 8);
-        mine.lead[lead_bits] |= bit;
-        if (c < count) return;
-        ++count;
-        for (unsigned i = 0; i < 64; ++i) {
-            if ((seconds >> i & 1) != 0) mine.second[i] |= bit;
-            if ((thirds >> i & 1) != 0) mine.third[i] |= bit;
-        }
-    }
-    consteval std::uint64_t members(unsigned c, uchar (sets::*set)[64]) const {
-        std::uint64_t found = 0;
-        for (unsigned i = 0; i < 64; ++i)
-            found |= std::uint64_t{(half[c / 8].*set)[i] >> c % 8 & 1U} << i;
-        return found;
-    }
 };
 constexpr wide_classes wide_by_class;
-static_assert(wide_by_class.count <= 16);
 
-/// Those of the characters of three bytes that take two columns.
-template <class Text>
-std::uint64_t wide_by_classes(Text p, std::uint64_t triples) {
-    const __m512i lead = p.bytes(), second = (p + 1).bytes(), third = (p + 2).bytes();
-    const auto shared = [&](const wide_classes::sets& of) {
-        const auto classes = [](__m512i bytes, const uchar* table) {
-            return _mm512_permutexvar_epi8(bytes, _mm512_load_si512(table));
-        };
-        return _mm512_ternarylogic_epi32(classes(lead, of.lead), classes(second, of.second), classes(third, of.third),
-                                         0x80);
-    };
-    const __m512i both = _mm512_or_si512(shared(wide_by_class.half[0]), shared(wide_by_class.half[1]));
-    return _mm512_mask_test_epi8_mask(triples, both, both);
-}
+/// The characters of a block, and those that take two columns.
+struct width_classes {
+    lead_bounds bounds;
+
+    template <class Text>
+    structure of(Text p, std::uint64_t carry) const {
+        return bounds.of(p.bytes(), carry);
+    }
+    template <class Text>
+    static std::uint64_t wide(Text p, const structure& s) {
+        if (s.three_or_four == 0) return 0;
+        const auto lanes = triple_lanes::of(p);
+        const __m512i both = _mm512_or_si512(lanes.shared(wide_by_class.half[0]), lanes.shared(wide_by_class.half[1]));
+        return word(_mm512_test_epi8_mask(both, both)) & s.three_or_four; // no class has a lead of four
+    }
+};
 
 /// The block at p with its ASCII letters changed and the characters that `leads` marks, those of one page at a time.
-template <class Text>
-__m512i change_letters_by_pages(const letter_pages& letters, uchar first, Text p, std::uint64_t leads) {
-    const __m512i text = p.bytes(), second = (p + 1).bytes(), third = (p + 2).bytes();
+inline __m512i change_letters_by_pages(const letter_pages& letters, uchar first, const triple_lanes& lanes,
+                                       const uchar* p, std::uint64_t leads) {
+    const __m512i text = lanes.first;
     __m512i changed = block{text}.flip_letters(first).v;
     const auto all = [](uchar b) { return _mm512_set1_epi8(static_cast<char>(b)); };
     while (leads != 0) {
-        const uchar* const c = p.p + lowest(leads);
+        const uchar* const c = p + lowest(leads);
         const bool three = c[0] >= 0xE0;
         std::uint64_t same = _mm512_mask_cmpeq_epi8_mask(leads, text, all(c[0]));
-        if (three) same = _mm512_mask_cmpeq_epi8_mask(same, second, all(c[1]));
+        if (three) same = _mm512_mask_cmpeq_epi8_mask(same, lanes.second, all(c[1]));
         leads &= ~same;
         const uchar number = letters.page_of[upper_bits(c, three ? 3 : 2)];
         if (number == 0) continue;
@@ -677,11 +710,39 @@ __m512i change_letters_by_pages(const letter_pages& letters, uchar first, Text p
         const auto change = [&](std::uint64_t where, __m512i last_bytes, const uchar* to) {
             changed = _mm512_mask_permutexvar_epi8(changed, where, last_bytes, _mm512_load_si512(to));
         };
-        change(same, three ? third : second, page.first);
-        if (three) change(same << 1, second, page.second);
+        change(same, three ? lanes.third : lanes.second, page.first);
+        if (three) change(same << 1, lanes.second, page.second);
         change(same << (three ? 2 : 1), text, page.last);
     }
     return changed;
+}
+
+/// Changes letters block by block, up to the first malformed or cut character.
+inline std::size_t change_letters_by_blocks(const letter_pages& letters, uchar first, uchar* p, std::size_t n) {
+    const lead_bounds bounds;
+    std::uint64_t carry = 0;
+    for (std::size_t base = 0;;) {
+        uchar* const at = p + base;
+        const std::size_t left = n - base, here = std::min(left, block_size);
+        const auto lanes = over_block(at, left, [](auto text) { return triple_lanes::of(text); });
+        const structure s = bounds.of(lanes.first, carry);
+        const std::uint64_t wrong = s.misplaced() & bytes_before(here);
+        if (wrong != 0) [[unlikely]]
+            return (wrong & carry) == 0 ? base + static_cast<std::size_t>(std::popcount(carry))
+                                        : base - bytes_of_cut(p, base);
+        const bool goes_on = left >= block_size + beyond;
+        const std::size_t bytes = goes_on ? block_size : s.whole_bytes(here);
+        const __m512i may_change = lanes.shared(letters.may_change);
+        const std::uint64_t leads = word(_mm512_test_epi8_mask(may_change, may_change)) & s.leads & bytes_before(bytes);
+        const std::uint64_t cut = goes_on ? leads & (s.three_or_four >> 62 << 62 | 1ULL << 63) : 0;
+        _mm512_mask_storeu_epi8(at, bytes_before(here),
+                                change_letters_by_pages(letters, first, lanes, at, leads & ~cut));
+        if (cut != 0) [[unlikely]] // the last one, where it goes on in the next block
+            change_letter(letters, at + lowest(cut), at[lowest(cut)] < 0xE0 ? 2 : 3);
+        base += bytes;
+        if (left <= block_size) return base;
+        carry = goes_on ? s.spill() : 0;
+    }
 }
 
 } // namespace
