@@ -16,6 +16,10 @@ void widen(const uchar* src, std::size_t n, uchar* dst) {
     if constexpr (has_vectors && Form == form::ucs2)
         for (; i + block::size <= n; i += block::size)
             block::load(src + i).template widen<Order>(dst + i * unit);
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+    if constexpr (Form == form::ucs2)
+        if (i < n) return block::load_first(src + i, n - i).template widen_first<Order>(dst + i * unit, n - i);
+#endif
     for (; i < n; ++i)
         store_unit<Form, Order>(dst + i * unit, src[i]);
 }

@@ -141,17 +141,19 @@ struct unit_target {
 
     std::size_t room() const { return limit - units; }
 
-    /// 64 bytes of ASCII.
-    bool put_ascii(const uchar* p) {
-        if (room() < block_size) return false;
+    /// Up to 64 bytes of ASCII.
+    bool put_ascii(const uchar* p, std::size_t n) {
+        if (room() < n) return false;
         uchar* const to = dst + units * unit;
-        if constexpr (Form != form::ucs4)
+        if (n < block_size)
+            QZSTR_LEVEL::widen_bytes(layout_of<Form, Order>, p, n, to);
+        else if constexpr (Form != form::ucs4)
             for (std::size_t i = 0; i < block_size; i += block::size)
                 block::load(p + i).template widen<Order>(to + 2 * i);
         else
             for (std::size_t i = 0; i < block_size; ++i)
                 store_unit<Form, Order>(to + 4 * i, p[i]);
-        units += block_size;
+        units += n;
         return true;
     }
 
@@ -200,11 +202,11 @@ struct utf8_target {
 
     std::size_t room() const { return limit - units; }
 
-    bool put_ascii(const uchar* p) {
-        if (size - written < block_size || room() < block_size) return false;
-        std::memcpy(dst + written, p, block_size);
-        written += block_size;
-        units += block_size;
+    bool put_ascii(const uchar* p, std::size_t n) {
+        if (size - written < n || room() < n) return false;
+        store_first(dst + written, size - written, _mm512_maskz_loadu_epi8(first_bits(n), p), n);
+        written += n;
+        units += n;
         return true;
     }
 
@@ -308,6 +310,10 @@ struct paired_bytes {
 
     __m512i from(std::size_t at) const {
         return _mm512_maskz_loadu_epi8(first_bits(left - std::min(left, at)), p + at);
+    }
+    template <class Mask>
+    std::uint64_t mask(Mask of) const {
+        return of(block{byte});
     }
     std::uint64_t in_set() const { return _mm512_test_epi8_mask(row, row); }
     std::uint64_t before_digits() const { return block{behind}.within(digits); }
@@ -472,6 +478,10 @@ struct paired_bytes {
         }
         std::memset(index + 2 * block_size, 0, 2);
     }
+    template <class Mask>
+    std::uint64_t mask(Mask of) const {
+        return mask_64(p, of);
+    }
     std::uint64_t in_set() const { return leads_or_trails; }
     std::uint64_t before_digits() const {
         return mask_64(p + 1, [](block b) { return b.within(digits); });
@@ -557,10 +567,9 @@ bool decode_block(const pair_decoding& plan, const paired_bytes& text, std::uint
 
 #endif
 
-bool plain_ascii(const pair_decoding& plan, const uchar* p) {
-    return mask_64(p, [&plan](block b) {
-               return b.high_bits() | b.equal_to(plan.unlike_ascii[0]) | b.equal_to(plan.unlike_ascii[1]);
-           }) == 0;
+/// Which bytes of a block are not ASCII, or not themselves.
+block::bits unlike_ascii(const pair_decoding& plan, block b) {
+    return b.high_bits() | b.equal_to(plan.unlike_ascii[0]) | b.equal_to(plan.unlike_ascii[1]);
 }
 
 /// Decodes a text into a target; returns the bytes it took.
@@ -570,11 +579,13 @@ std::size_t decode_into(const pair_decoding& plan, const uchar* src, std::size_t
     while (base < n) {
         const uchar* const p = src + base;
         const std::size_t left = n - base, here = std::min(left, block_size);
-        if (left >= block_size && plain_ascii(plan, p) && target.put_ascii(p)) {
+        const auto unlike = [&plan](block b) { return unlike_ascii(plan, b); };
+        if (left >= block_size && mask_64(p, unlike) == 0 && target.put_ascii(p, block_size)) {
             base += block_size;
             continue;
         }
         const paired_bytes text(plan, p, left);
+        if (left < block_size && text.in_set() == 0 && text.mask(unlike) == 0 && target.put_ascii(p, left)) return n;
         const std::uint64_t leads = leads_among(text.in_set(), 0);
         // The trail of a lead at the end is behind the block, or missing: then the exact routine has the lead.
         const std::size_t lead_at_end = leads >> (here - 1) & 1;
@@ -783,6 +794,13 @@ converted encode_pairs_as(pair_encoding plan, const uchar* src, std::size_t n, u
         __m512i beyond;
         const std::size_t here = std::min(n - i, group);
         const __m512i units = load_units<Form, Order>(src + i * unit, here, plan.unit_mask, beyond);
+        if (Form == form::ucs2 && n - i < block::size && room - written > group &&
+            _mm512_test_epi16_mask(units, all(0xFF80)) == 0) {
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + written), _mm512_cvtepi16_epi8(units));
+            i += here;
+            written += here;
+            continue;
+        }
         const __mmask32 outside = Form == form::ucs4 ? _mm512_test_epi16_mask(beyond, beyond) : 0;
         __m512i cells = cells_of(plan, units, here);
         std::uint32_t missing = 0;

@@ -50,12 +50,20 @@ struct block {
     }
     template <order Order>
     void widen(uchar* out) const {
-        for (int half = 0; half < 2; ++half) {
-            const __m256i bytes = half == 0 ? _mm512_castsi512_si256(v) : _mm512_extracti64x4_epi64(v, 1);
-            __m512i wide = _mm512_cvtepu8_epi16(bytes);
-            if constexpr (Order == order::big) wide = _mm512_slli_epi16(wide, 8);
-            _mm512_storeu_si512(out + 64 * half, wide);
-        }
+        _mm512_storeu_si512(out, half_widened<Order>(0));
+        _mm512_storeu_si512(out + 64, half_widened<Order>(1));
+    }
+    template <order Order>
+    void widen_first(uchar* out, std::size_t n) const {
+        const std::uint64_t units = (1ULL << n) - 1;
+        _mm512_mask_storeu_epi16(out, static_cast<__mmask32>(units), half_widened<Order>(0));
+        _mm512_mask_storeu_epi16(out + 64, static_cast<__mmask32>(units >> 32), half_widened<Order>(1));
+    }
+    template <order Order>
+    __m512i half_widened(int half) const {
+        const __m512i wide =
+            _mm512_cvtepu8_epi16(half == 0 ? _mm512_castsi512_si256(v) : _mm512_extracti64x4_epi64(v, 1));
+        return Order == order::big ? _mm512_slli_epi16(wide, 8) : wide;
     }
     /// Narrows `size` units when all are below 0x80.
     template <order Order>
