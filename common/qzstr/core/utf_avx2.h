@@ -50,27 +50,30 @@ template <bool Pairs>
     const auto low = [](__m256i v) { return _mm256_castsi256_si128(v); };
     const auto high = [](__m256i v) { return _mm256_extracti128_si256(v, 1); };
 
-    const __m256i top = _mm256_srli_epi16(c, 11);
-    const __m256i two = above_0(_mm256_srli_epi16(c, 7)), three = above_0(top);
-    // The last two bytes of a character: C0 and 80, or 80 and 80, with six bits each. ASCII is the first of the two.
-    const __m256i prefix = _mm256_add_epi16(all(0x80C0), _mm256_slli_epi16(three, 6));
     const __m256i six_bits = _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(c, 6), all(0x3F)),
                                              _mm256_slli_epi16(_mm256_and_si256(c, all(0x3F)), 8));
-    // No blend by the sign of a byte here: g++ 12 takes it for that of char, which an option can change.
-    const __m256i last =
-        _mm256_or_si256(_mm256_and_si256(two, _mm256_or_si256(six_bits, prefix)), _mm256_andnot_si256(two, c));
-    if (_mm256_testz_si256(three, three)) {
+    // The last two bytes of characters, ASCII as the first of the two. No blend by the sign of a byte here: g++ 12 takes
+    // it for that of char, which an option can change.
+    const auto last_two = [=](__m256i beyond_ascii, __m256i prefix) {
+        return _mm256_or_si256(_mm256_and_si256(beyond_ascii, _mm256_or_si256(six_bits, prefix)),
+                               _mm256_andnot_si256(beyond_ascii, c));
+    };
+    if (_mm256_testz_si256(c, all(0xF800))) {
+        const __m256i two = _mm256_cmpgt_epi16(c, all(0x7F)), bytes = last_two(two, all(0x80C0));
         const std::uint64_t flags = flags_of(_mm256_packs_epi16(two, two));
         const std::size_t half = 8 + count(flags & 0xFF);
-        words.store(flags, low(last), dst);
-        words.store(flags >> 16, high(last), dst + half);
+        words.store(flags, low(bytes), dst);
+        words.store(flags >> 16, high(bytes), dst + half);
         return half + 8 + count(flags >> 24);
     }
+    const __m256i top = _mm256_srli_epi16(c, 11), two = above_0(_mm256_srli_epi16(c, 7)), three = above_0(top);
     if constexpr (Pairs) {
         const __m256i surrogates = _mm256_cmpeq_epi16(top, all(0xD800 >> 11));
         if (!_mm256_testz_si256(surrogates, surrogates)) return 0;
     }
-    const __m256i first = _mm256_or_si256(_mm256_srli_epi16(c, 12), _mm256_slli_epi16(three, 5)); // above E0
+    // E0 for three, and behind it C0 or 80, and 80.
+    const __m256i first = _mm256_or_si256(_mm256_srli_epi16(c, 12), _mm256_slli_epi16(three, 5));
+    const __m256i last = last_two(two, _mm256_add_epi16(all(0x80C0), _mm256_slli_epi16(three, 6)));
     const __m256i even = _mm256_unpacklo_epi16(first, last), odd = _mm256_unpackhi_epi16(first, last);
     const std::uint64_t flags = flags_of(_mm256_or_si256(_mm256_srli_epi16(two, 8), _mm256_slli_epi16(three, 8)));
     double_words.store(flags, low(even), dst);
@@ -122,19 +125,22 @@ moved encode_last(const uchar* src, std::size_t n, uchar* dst, std::size_t room)
 template <form Form, order Order>
 moved encode_run(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
     constexpr std::size_t unit = unit_size<Form>;
-    std::size_t i = 0, written = 0, ahead = 0;
-    while (n - i >= group && room - written >= 4 * group) {
-        __m256i units;
-        if (!load_units<Form, Order>(src + i * unit, units)) return {i, written};
-        const std::size_t length = encode_units<Form == form::utf16>(units, dst + written);
-        if (length == 0) return {i, written};
-        i += group;
-        written += length;
-        if (Form == form::ucs4 || i % 64 != group) continue;
-        if (written - i == ahead) // all ASCII since the last time
-            for (; std::min(n - i, room - written) >= block::size; i += block::size, written += block::size)
-                if (!block::narrow_ascii<Order>(src + i * unit, dst + written)) break;
-        ahead = written - i;
+    std::size_t i = 0, written = 0;
+    for (std::size_t most = 1;; most = 4) {
+        std::size_t groups = std::min({most, (n - i) / group, (room - written) / (4 * group)});
+        if (groups == 0) break;
+        const std::size_t ahead = written - i;
+        for (; groups > 0; --groups) {
+            __m256i units;
+            if (!load_units<Form, Order>(src + i * unit, units)) return {i, written};
+            const std::size_t length = encode_units<Form == form::utf16>(units, dst + written);
+            if (length == 0) return {i, written};
+            i += group;
+            written += length;
+        }
+        if (Form == form::ucs4 || written - i != ahead) continue;
+        for (; std::min(n - i, room - written) >= block::size; i += block::size, written += block::size)
+            if (!block::narrow_ascii<Order>(src + i * unit, dst + written)) break;
     }
     if (i == n) return {i, written};
     const moved last = encode_last<Form, Order>(src + i * unit, n - i, dst + written, room - written);
