@@ -154,7 +154,7 @@ private:
         return {m.read, m.written, m.read / 2, m.replaced};
     }
 
-    /// By way of a few units at a time, which stay close.
+    /// By way of a few units at a time, which stay close; up to a character that UCS-4 has and they have not.
     [[gnu::noinline]] static recoded_run take_utf8(const stages& encoding, const uchar* src, std::size_t n, uchar* dst,
                                                    std::size_t room, std::size_t most) {
         constexpr std::size_t piece = 512;
@@ -162,7 +162,7 @@ private:
         recoded_run done{};
         while (done.read < n && done.units < most) {
             const converted in = decode_utf8(unit_layout::ucs2_big, src + done.read, n - done.read, units,
-                                             std::min(piece, most - done.units), true);
+                                             std::min(piece, most - done.units), encoding.same_in_ucs4);
             const std::size_t decoded = in.written / 2,
                               wanted = settled(encoding, units, decoded, done.read + in.read < n);
             const converted out = encoding.encode_units(units, wanted, dst + done.written, room - done.written);

@@ -19,7 +19,7 @@ struct euctw : block_walks<euctw>,
     static constexpr byte_set leads{byte_range{0xA1, 0xFE}};
     static constexpr unsigned four_byte_lead = 0x8E;
     static constexpr char32_t ucs4_mask = 0xFFFFFFFF;
-    static constexpr bool long_codes = true;
+    static constexpr bool long_codes = true, same_in_ucs4 = true;
 
     static constexpr offset_t step(const uchar* p, offset_t) {
         return p[0] == four_byte_lead ? 4 : leads.contains(p[0]) ? 2 : 1;

@@ -20,7 +20,7 @@ struct gb18030 : block_walks<gb18030>,
     static constexpr byte_set leads{byte_range{0x81, 0xFF}};
     static constexpr byte_set digits{byte_range{'0', '9'}};
     static constexpr char32_t ucs4_mask = 0xFFFFFFFF;
-    static constexpr bool long_codes = true;
+    static constexpr bool long_codes = true, same_in_ucs4 = true;
     static constexpr unsigned long_bmp_codes = 39420; ///< 81 30 81 30 to 84 31 A4 39
     static constexpr unsigned first_supplementary = 189000; ///< 90 30 81 30 in the same count
 

@@ -112,8 +112,8 @@ template <class F>
 inline constexpr pair_decoding pair_decoding_of = make_pair_decoding<F>();
 
 /// Cells for a unit to as many bytes as a cell has, first byte low, in pages of 256 code points; page 0 has no character,
-/// and for pairs page 1 is that of the surrogates, of which two may be one character. Cells of four bytes are only for
-/// codes of four.
+/// and where units may come from UTF-16 instead of UCS-4, page 1 is that of the surrogates. Cells of four bytes are only for
+/// codes longer than two.
 template <class F, class Cell = std::uint16_t>
 struct encode_pages {
     static constexpr bool pairs = sizeof(Cell) == 2;
@@ -123,7 +123,7 @@ struct encode_pages {
             if (F::composes(c)) return unknown;
         const auto e = F::template encode<form::ucs2>(c, 0xFFFFFFFF);
         if (e.bytes > sizeof(Cell) || e.room > sizeof(Cell) || e.units != 1) return unknown;
-        if (sizeof(Cell) == 4 && e.bytes < 4) return unknown;
+        if (sizeof(Cell) == 4 && e.bytes < 3) return unknown;
         if (e.what == decltype(e.what)::ok) {
             Cell value = 0;
             for (unsigned i = 0; i < e.bytes; ++i)
@@ -134,7 +134,8 @@ struct encode_pages {
         return pairs && always && e.bytes == 1 && e.byte[0] == '?' ? static_cast<Cell>(substituted) : unknown;
     }
     static constexpr Cell missing = cell_of(0xD800); // no surrogate is a character
-    static constexpr int first_used = pairs ? 2 : 1;
+    static constexpr bool in_ucs4 = requires { F::same_in_ucs4; };
+    static constexpr int first_used = pairs && in_ucs4 ? 2 : 1;
     static consteval int count_pages() {
         int pages = first_used;
         for (char32_t high = 0; high < 256; ++high)
@@ -153,7 +154,7 @@ struct encode_pages {
     consteval encode_pages() {
         for (Cell& each : cell)
             each = missing;
-        if (pairs) {
+        if (first_used == 2) {
             for (unsigned low = 0; low < 256; ++low)
                 cell[256 + low] = unknown;
             for (char32_t high = 0xD8; high < 0xE0; ++high) {

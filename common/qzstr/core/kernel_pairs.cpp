@@ -658,7 +658,8 @@ std::size_t encode_one_by_one(pair_encoding plan, const uchar* src, std::size_t 
         }
         std::memcpy(dst + written, &cell, longest);
         written += bytes_of(cell);
-        if constexpr (LongCodes) written += 2 * static_cast<std::size_t>(cell > 0xFFFF);
+        if constexpr (LongCodes)
+            written += static_cast<std::size_t>(cell > 0xFFFF) + static_cast<std::size_t>(cell > 0xFFFFFF);
     }
     return i;
 }

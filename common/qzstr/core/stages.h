@@ -79,7 +79,7 @@ consteval stages stages_of() {
         if constexpr (requires { F::ucs4_mask; }) s.encode_units = encode_units<F, form::ucs2>;
         if constexpr (requires { F::first_supplementary; }) s.encode_wide = encode_units<F, form::ucs4>;
         s.same_in_ucs4 = requires {
-            F::long_codes;
+            F::same_in_ucs4;
         };
     }
     return s;

@@ -84,6 +84,7 @@ constexpr core::encoded encode_euc_jp(char32_t c, char32_t next) {
 
 /// What joins the character before it in EUC-JP.
 struct euc_jp_marks : japanese_marks {
+    static constexpr bool long_codes = true;
     static bool joins(char32_t first, char32_t second) { return qzstr_euc_jisx0213_compose(first, second) != 0; }
 };
 
