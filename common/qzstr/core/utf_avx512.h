@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <utility>
 
 namespace qzstr::core::QZSTR_LEVEL {
 namespace {
@@ -85,9 +86,6 @@ struct text_and_before {
     std::uint64_t mask(Mask mask) const {
         return mask(block{text});
     }
-    static std::uint64_t from(__m512i bytes, unsigned first) { // first >= 0x80
-        return _mm512_movepi8_mask(_mm512_subs_epu8(bytes, _mm512_set1_epi8(static_cast<char>(first - 0x80))));
-    }
     std::uint64_t forbidden(std::uint64_t second) const {
         return _mm512_mask_test_epi8_mask(second, _mm512_permutexvar_epi8(text, _mm512_load_si512(seconds.kind)),
                                           _mm512_permutexvar_epi8(back_1, _mm512_load_si512(seconds.forbidden_after)));
@@ -98,22 +96,38 @@ struct text_and_before {
 struct places {
     std::uint64_t second, third, fourth, third_of_four;
 
-    static places of(const text_and_before& t) {
-        return {t.from(t.back_1, 0xC0), t.from(t.back_2, 0xE0), t.from(t.back_3, 0xF0), t.from(t.back_2, 0xF0)};
-    }
     std::uint64_t expected() const { return second | third | fourth; }
-    std::uint64_t wrong(const text_and_before& t) const {
-        return (_mm512_cmplt_epi8_mask(t.text, _mm512_set1_epi8(static_cast<char>(0xC0))) ^ expected()) |
-               t.forbidden(second);
-    }
+};
+
+struct decoding_bytes {
+    const __m512i c0 = held(0xC0), e0 = held(0xE0), f0 = held(0xF0), low_six = held(0x3F), low_four = held(0x0F);
 };
 
 /// What becomes of 64 bytes. A character gives its unit where it ends, and the first of a surrogate pair one byte before.
 struct block_plan {
     places at;
-    std::uint64_t bad; ///< the ends of malformed characters
+    std::uint64_t expected; ///< to continue a character
+    std::uint64_t bad;      ///< the ends of malformed characters
     std::uint64_t marks;
     std::size_t bytes;
+
+    /// Well-formed text of n bytes.
+    static block_plan of_usual(const text_and_before& t, const uchar* p, std::size_t n, const decoding_bytes& b) {
+        const std::uint64_t fourth = word(_mm512_cmpge_epu8_mask(t.back_3, b.f0));
+        const bool full = n == block_size, cuts_four = full && p[61] >= 0xF0;
+        const places at{_mm512_cmpge_epu8_mask(t.back_1, b.c0), _mm512_cmpge_epu8_mask(t.back_2, b.e0), fourth,
+                        fourth >> 1 | std::uint64_t{cuts_four} << 63};
+        const std::uint64_t expected = at.expected(), cut = full ? seems_cut(p + n) : expected >> n & 1;
+        return {at, _mm512_cmplt_epi8_mask(t.text, b.c0), 0, ~(expected >> 1 | cut << 63), n};
+    }
+    /// Or 1: its end cuts a character.
+    std::uint64_t is_cut() const { return ~marks >> (bytes - 1) & 1; }
+    /// Not zero where that is not what the text is.
+    template <bool Pairs>
+    std::uint64_t wrong(const text_and_before& t) const {
+        const std::uint64_t beyond_bmp = Pairs ? 0 : at.fourth | at.third_of_four;
+        return (expected ^ at.expected()) | t.forbidden(at.second) | beyond_bmp;
+    }
 
     /// Any text: true places, of whole characters; those before the block take what `seen` says of its first bytes.
     template <bool Pairs>
@@ -122,6 +136,7 @@ struct block_plan {
         const structure s = structure::of(t, carry);
         block_plan plan{{s.leads << 1 | (seen.second & 1), s.three_or_four << 2 | (seen.third & 3),
                          s.four << 3 | (seen.fourth & 7), s.four << 2 | (seen.third_of_four & 3)},
+                        s.expected,
                         0,
                         ~(s.expected >> 1),
                         s.whole_bytes(n)};
@@ -144,13 +159,13 @@ struct joined_units {
     std::uint64_t marks;
 
     template <bool Pairs>
-    static joined_units of(const text_and_before& t, const block_plan& plan) {
+    static joined_units of(const text_and_before& t, const block_plan& plan, const decoding_bytes& bytes) {
         const auto all = [](unsigned b) { return _mm512_set1_epi8(static_cast<char>(b)); };
         const auto where = [](__m512i mask, __m512i set, __m512i clear) {
             return _mm512_ternarylogic_epi32(mask, set, clear, 0xCA);
         };
-        __m512i low = where(all(0x3F), t.text, _mm512_slli_epi16(t.back_1, 6));
-        __m512i high = where(all(0x0F), _mm512_srli_epi16(t.back_1, 2),
+        __m512i low = where(bytes.low_six, t.text, _mm512_slli_epi16(t.back_1, 6));
+        __m512i high = where(bytes.low_four, _mm512_srli_epi16(t.back_1, 2),
                              _mm512_slli_epi16(_mm512_maskz_mov_epi8(plan.at.third, t.back_2), 4));
         std::uint64_t marks = plan.marks;
         if (Pairs && (plan.at.fourth | plan.at.third_of_four) != 0) [[unlikely]] {
@@ -165,9 +180,8 @@ struct joined_units {
             high = _mm512_mask_mov_epi8(_mm512_mask_mov_epi8(high, plan.at.fourth, second_high), first, first_high);
             marks |= first;
         }
-        const std::uint64_t expected = plan.at.expected();
-        low = _mm512_mask_mov_epi8(t.text, expected, low);
-        high = _mm512_maskz_mov_epi8(expected, high);
+        low = _mm512_mask_mov_epi8(t.text, plan.expected, low);
+        high = _mm512_maskz_mov_epi8(plan.expected, high);
         if (plan.bad != 0) [[unlikely]] {
             low = _mm512_mask_mov_epi8(low, plan.bad, all(0xFD));
             high = _mm512_mask_mov_epi8(high, plan.bad, all(0xFF));
@@ -179,13 +193,13 @@ struct joined_units {
 /// Stores the units of up to 64 marks.
 template <order Order>
 void store_units(uchar* dst, __m512i low, __m512i high, std::size_t count, std::size_t room) {
-    const auto half = [](__m512i bytes, int which) {
-        return _mm512_cvtepu8_epi16(which == 0 ? _mm512_castsi512_si256(bytes) : _mm512_extracti64x4_epi64(bytes, 1));
-    };
+    // Quarters for the first store and for the second one side by side, as they are interleaved.
+    const __m512i quarters = _mm512_setr_epi64(0, 4, 1, 5, 2, 6, 3, 7);
+    low = _mm512_permutexvar_epi64(quarters, low);
+    high = _mm512_permutexvar_epi64(quarters, high);
+    if (Order == order::big) std::swap(low, high);
     for (int which = 0; which < 2; ++which) {
-        __m512i units = Order == order::big
-                            ? _mm512_or_si512(half(high, which), _mm512_slli_epi16(half(low, which), 8))
-                            : _mm512_or_si512(half(low, which), _mm512_slli_epi16(half(high, which), 8));
+        const __m512i units = which == 0 ? _mm512_unpacklo_epi8(low, high) : _mm512_unpackhi_epi8(low, high);
         if (room >= 32)
             _mm512_storeu_si512(dst, units);
         else
@@ -238,58 +252,73 @@ struct short_text {
 template <bool Pairs, class Store>
 [[gnu::always_inline]] inline converted decode_utf8_blocks(const uchar* src, std::size_t n, std::size_t units,
                                                            bool stops, Store store) {
+    const decoding_bytes bytes;
     std::size_t base = 0, done = 0;
     std::size_t whole = 0;                   // up to here the text ends with a character for certain
     std::uint64_t goes_on = 0, replaced = 0; // or 1: a byte that is spilt and read back as a word holds everything up
-    bool edge = true;
+    bool careful = true;                     // not all of what stands before the block counts or is there
+    const auto put_ascii = [&](__m512i text, std::size_t count) {
+        replaced |= store(done, text, _mm512_setzero_si512(), count);
+        base += count;
+        done += count;
+    };
+    const auto put = [&](const joined_units& joined, std::size_t count) {
+        replaced |= store(done, _mm512_maskz_compress_epi8(joined.marks, joined.low),
+                          _mm512_maskz_compress_epi8(joined.marks, joined.high), count);
+        done += count;
+    };
     while (base < n) {
+        // The usual blocks, with all bytes and room that they may ask for.
+        while (!careful && n - base >= block_size && units - done >= block_size) {
+            const uchar* const p = src + base;
+            const text_and_before t{_mm512_loadu_si512(p), _mm512_loadu_si512(p - 1), _mm512_loadu_si512(p - 2),
+                                    _mm512_loadu_si512(p - 3)};
+            if (_mm512_movepi8_mask(t.text) == 0 && goes_on == 0) {
+                put_ascii(t.text, block_size);
+                continue;
+            }
+            const block_plan plan = block_plan::of_usual(t, p, block_size, bytes);
+            if (plan.wrong<Pairs>(t) != 0) break;
+            const joined_units joined = joined_units::of<Pairs>(t, plan, bytes);
+            put(joined, static_cast<std::size_t>(std::popcount(joined.marks)));
+            base += block_size;
+            goes_on = plan.is_cut();
+        }
+        if (base == n) break;
+        // Any other.
         const uchar* const p = src + base;
         const std::size_t taken = std::min(n - base, block_size);
         const std::uint64_t inside = bytes_before(taken);
-        const bool at_edge = edge || taken<block_size, began = base> whole;
-        text_and_before t;
-        t.text = at_edge ? load_edge<0>(p, inside, began) : _mm512_loadu_si512(p);
+        const bool began = base > whole;
+        const text_and_before t{load_edge<0>(p, inside, began), load_edge<1>(p, inside, began),
+                                load_edge<2>(p, inside, began), load_edge<3>(p, inside, began)};
         if (_mm512_movepi8_mask(t.text) == 0 && goes_on == 0 && units - done >= taken) {
-            replaced |= store(done, t.text, _mm512_setzero_si512(), taken);
-            base += taken;
-            done += taken;
-            edge = false;
+            put_ascii(t.text, taken);
+            careful = false;
             continue;
         }
-        t.back_1 = at_edge ? load_edge<1>(p, inside, began) : _mm512_loadu_si512(p - 1);
-        t.back_2 = at_edge ? load_edge<2>(p, inside, began) : _mm512_loadu_si512(p - 2);
-        t.back_3 = at_edge ? load_edge<3>(p, inside, began) : _mm512_loadu_si512(p - 3);
-        const places seen = places::of(t);
-        const std::uint64_t expected = seen.expected();
-        std::uint64_t is_cut = taken == block_size ? seems_cut(p + block_size) : expected >> taken & 1;
-        block_plan plan{seen, 0, ~(expected >> 1 | is_cut << 63), taken};
-        const std::uint64_t beyond_bmp = Pairs ? 0 : seen.fourth | seen.third_of_four;
-        const bool suspicious = ((seen.wrong(t) | beyond_bmp) & inside) != 0;
-        if (suspicious) [[unlikely]] {
+        block_plan plan = block_plan::of_usual(t, p, taken, bytes);
+        const places seen = plan.at;
+        careful = (plan.wrong<Pairs>(t) & inside) != 0;
+        const std::uint64_t is_cut = careful ? 0 : plan.is_cut();
+        if (careful) {
             if (began && leads_nothing(p[-1])) { // what would have told stands here
-                --base;
-                whole = base;
-                edge = true;
+                whole = --base;
                 goes_on = 0;
                 continue;
             }
             plan = block_plan::of_any<Pairs>(t, seen, taken, stops);
         }
-        const joined_units joined = joined_units::of<Pairs>(t, plan);
+        const joined_units joined = joined_units::of<Pairs>(t, plan, bytes);
         const auto count = static_cast<std::size_t>(std::popcount(joined.marks));
         if (count > units - done || plan.bytes == 0) break;
-        edge = false;
-        if (suspicious) [[unlikely]] {
+        if (careful) {
             done -= plan.bad & seen.fourth & 1; // the first unit of its pair is there already
             whole = base + plan.bytes;
-            is_cut = 0;
-            edge = plan.bytes < 3 || seems_cut(p + plan.bytes);
             replaced |= (plan.bad & bytes_before(plan.bytes)) != 0;
         }
-        replaced |= store(done, _mm512_maskz_compress_epi8(joined.marks, joined.low),
-                          _mm512_maskz_compress_epi8(joined.marks, joined.high), count);
+        put(joined, count);
         base += plan.bytes;
-        done += count;
         goes_on = is_cut;
     }
     if (goes_on != 0) { // the character is taken back, and the first unit of its pair with it
