@@ -440,20 +440,7 @@ moved ucs4_to_utf16_as(const uchar* src, std::size_t n, uchar* dst, std::size_t 
 
 #if QZSTR_LEVEL_NUMBER < QZSTR_IS_avx512
 
-/// The characters among `triples` that take two columns. Reads two bytes behind the block.
-template <class Text>
-std::uint64_t wide_triples_of(Text p, std::uint64_t triples) {
-    if (triples == 0) return 0;
-    const std::uint64_t ea = equal(p, 0xEA), ed = equal(p, 0xED), e3 = equal(p, 0xE3), ef = equal(p, 0xEF);
-    const std::uint64_t ideographs = inside(p, 0xE4, 0xE9) | inside(p, 0xEB, 0xEC);
-    const std::uint64_t symbols = inside(p + 1, 0x80, 0x83), full_width = equal(p + 1, 0xBC);
-    std::uint64_t wide = ideographs | (ea & inside(p + 1, 0xB0, 0xBF)) | (ed & inside(p + 1, 0x80, 0x9D)) |
-                         (e3 & ~(equal(p + 1, 0x80) & equal(p + 2, 0xBF))) | (ef & full_width);
-    for (std::uint64_t asked = triples & ~wide & ~(equal(p, 0xE2) & symbols); asked != 0; asked &= asked - 1)
-        if (is_wide_triple(p.p + lowest(asked))) wide |= asked & ~(asked - 1);
-    return wide & triples;
-}
-
+/// The characters of a block, and those that take two columns. Reads two bytes behind the block.
 struct width_classes {
     template <class Text>
     static structure of(Text p, std::uint64_t carry) {
@@ -461,7 +448,16 @@ struct width_classes {
     }
     template <class Text>
     static std::uint64_t wide(Text p, const structure& s) {
-        return wide_triples_of(p, s.three());
+        const std::uint64_t triples = s.three();
+        if (triples == 0) return 0;
+        const std::uint64_t ea = equal(p, 0xEA), ed = equal(p, 0xED), e3 = equal(p, 0xE3), ef = equal(p, 0xEF);
+        const std::uint64_t ideographs = inside(p, 0xE4, 0xE9) | inside(p, 0xEB, 0xEC);
+        const std::uint64_t symbols = inside(p + 1, 0x80, 0x83), full_width = equal(p + 1, 0xBC);
+        std::uint64_t wide = ideographs | (ea & inside(p + 1, 0xB0, 0xBF)) | (ed & inside(p + 1, 0x80, 0x9D)) |
+                             (e3 & ~(equal(p + 1, 0x80) & equal(p + 2, 0xBF))) | (ef & full_width);
+        for (std::uint64_t asked = triples & ~wide & ~(equal(p, 0xE2) & symbols); asked != 0; asked &= asked - 1)
+            if (is_wide_triple(p.p + lowest(asked))) wide |= asked & ~(asked - 1);
+        return wide & triples;
     }
 };
 

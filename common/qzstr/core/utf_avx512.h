@@ -216,33 +216,22 @@ struct short_text {
     bool usual;
 
     short_text(const uchar* p, std::size_t n) {
-        const auto all = [](unsigned b) { return _mm512_set1_epi8(static_cast<char>(b)); };
-        const auto where = [](__m512i mask, __m512i set, __m512i clear) {
-            return _mm512_ternarylogic_epi32(mask, set, clear, 0xCA);
-        };
-        const std::uint64_t inside = bytes_before(n);
-        const __m512i text = _mm512_maskz_loadu_epi8(inside, p);
+        const decoding_bytes bytes;
+        const __m512i text = _mm512_maskz_loadu_epi8(bytes_before(n), p);
         const __m512i lane_before = _mm512_alignr_epi64(text, _mm512_setzero_si512(), 6);
-        const __m512i back_1 = _mm512_alignr_epi8(text, lane_before, 15);
-        const __m512i back_2 = _mm512_alignr_epi8(text, lane_before, 14);
-        const std::uint64_t leads = _mm512_cmpge_epu8_mask(text, all(0xC0));
-        const std::uint64_t leads_of_three = _mm512_cmpge_epu8_mask(text, all(0xE0));
-        const std::uint64_t third = leads_of_three << 2, expected = leads << 1 | third;
+        const text_and_before t{
+            text, _mm512_alignr_epi8(text, lane_before, 15), _mm512_alignr_epi8(text, lane_before, 14), {}};
+        const std::uint64_t leads = _mm512_cmpge_epu8_mask(text, bytes.c0);
+        const std::uint64_t leads_of_three = _mm512_cmpge_epu8_mask(text, bytes.e0);
         // A character that the end cuts waits for a byte behind it, which is no continuation.
-        const std::uint64_t continuations = _mm512_cmplt_epi8_mask(text, all(0xC0));
-        const std::uint64_t cut = leads >> 63 | leads_of_three >> 62;
-        const std::uint64_t forbidden =
-            _mm512_mask_test_epi8_mask(leads << 1, _mm512_permutexvar_epi8(text, _mm512_load_si512(seconds.kind)),
-                                       _mm512_permutexvar_epi8(back_1, _mm512_load_si512(seconds.forbidden_after)));
-        const std::uint64_t four = _mm512_cmpge_epu8_mask(text, all(0xF0));
-        usual = ((continuations ^ expected) | cut | forbidden | four) == 0;
-        const __m512i last_bits = where(all(0x3F), text, _mm512_slli_epi16(back_1, 6));
-        const __m512i top_bits = _mm512_slli_epi16(_mm512_maskz_mov_epi8(third, back_2), 4);
-        const __m512i upper_bits = where(all(0x0F), _mm512_srli_epi16(back_1, 2), top_bits);
-        const std::uint64_t marks = inside & ~(expected >> 1);
-        low = _mm512_maskz_compress_epi8(marks, _mm512_mask_mov_epi8(text, expected, last_bits));
-        high = _mm512_maskz_compress_epi8(marks, _mm512_maskz_mov_epi8(expected, upper_bits));
-        count = static_cast<std::size_t>(std::popcount(marks));
+        const std::uint64_t cut = leads >> 63 | leads_of_three >> 62, four = _mm512_cmpge_epu8_mask(text, bytes.f0);
+        const places at{leads << 1, leads_of_three << 2, 0, 0};
+        const block_plan plan{at, _mm512_cmplt_epi8_mask(text, bytes.c0), 0, ~(at.expected() >> 1), n};
+        usual = (plan.wrong<false>(t) | cut | four) == 0;
+        const joined_units joined = joined_units::of<false>(t, plan, bytes);
+        low = _mm512_maskz_compress_epi8(joined.marks, joined.low);
+        high = _mm512_maskz_compress_epi8(joined.marks, joined.high);
+        count = static_cast<std::size_t>(std::popcount(joined.marks));
     }
 };
 
