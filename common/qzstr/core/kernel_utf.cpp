@@ -649,38 +649,47 @@ moved fit_utf8(const uchar* p, std::size_t n, std::size_t limit) {
         const auto passed = [=](const uchar* until, std::size_t columns_left) -> moved {
             return {static_cast<std::size_t>(until - p), limit - columns_left};
         };
-        while (at < end && room > 0) {
+        moved result{};
+        // False where it ends, with `result`. What goes on behind a block counts in it, and is looked at in the next one.
+        const auto pass_block = [&]<bool GoesOn> {
             const auto left = static_cast<std::size_t>(end - at);
-            // What goes on behind a block counts in it, and is looked at in the next one.
-            const bool goes_on = left >= block_size + beyond;
-            std::size_t bytes = std::min(left, block_size);
+            std::size_t bytes = GoesOn ? block_size : std::min(left, block_size);
             std::uint64_t wrong = 0, spill = 0;
-            const block_columns block = over_block(at, left, [&](auto text) -> block_columns {
+            const auto look = [&](auto text) -> block_columns {
                 const structure s = classes.of(text, carry);
                 wrong = s.misplaced() & bytes_before(bytes);
-                if (goes_on)
+                if (GoesOn)
                     spill = s.spill();
                 else
                     bytes = s.whole_bytes(bytes);
                 return {s.starts() & bytes_before(bytes), classes.wide(text, s) & bytes_before(bytes)};
-            });
-            if (wrong != 0) [[unlikely]] {
-                if ((wrong & carry) == 0) return passed(at + std::popcount(carry), room);
-                return passed(at - block_size + std::popcount(carry_before), room_before);
-            }
-            if (bytes == 0) break;
+            };
+            const block_columns block = GoesOn ? look(text_at{at}) : over_block(at, left, look);
             const std::size_t here = block.before(block_size);
-            if (here >= room) {
+            if (wrong != 0) [[unlikely]] {
+                result = (wrong & carry) == 0 ? passed(at + std::popcount(carry), room)
+                                              : passed(at - block_size + std::popcount(carry_before), room_before);
+                return false;
+            }
+            if (here >= room) [[unlikely]] {
                 const std::size_t fits = block.place_of(room);
-                return passed(at + fits, room - block.before(fits));
+                result = passed(at + fits, room - block.before(fits));
+                return false;
             }
             room_before = room;
             carry_before = carry;
             room -= here;
             at += bytes;
             carry = spill;
-        }
-        return passed(at, room);
+            result = passed(at, room);
+            return bytes != 0;
+        };
+        if (limit == 0) return result;
+        while (end - at >= static_cast<std::ptrdiff_t>(block_size + beyond))
+            if (!pass_block.template operator()<true>()) return result;
+        while (at < end)
+            if (!pass_block.template operator()<false>()) break;
+        return result;
     });
 }
 

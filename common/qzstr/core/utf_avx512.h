@@ -99,6 +99,7 @@ struct places {
     std::uint64_t expected() const { return second | third | fourth; }
 };
 
+/// What decoding compares with and takes bits by.
 struct decoding_bytes {
     const __m512i c0 = held(0xC0), e0 = held(0xE0), f0 = held(0xF0), low_six = held(0x3F), low_four = held(0x0F);
 };
