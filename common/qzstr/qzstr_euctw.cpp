@@ -19,7 +19,9 @@ struct euctw : block_walks<euctw>,
     static constexpr byte_set leads{byte_range{0xA1, 0xFE}};
     static constexpr unsigned four_byte_lead = 0x8E;
     static constexpr char32_t ucs4_mask = 0xFFFFFFFF;
-    static constexpr bool long_codes = true, same_in_ucs4 = true;
+    static constexpr bool same_in_ucs4 = true;
+    /// Planes 1 and 2, which have most of what texts have.
+    static constexpr long_code_shape long_codes{{four_byte_lead, 0xA1, 0xA1, 0xA1}, {1, 16, 94, 94}, 4, 2 * 94 * 94};
 
     static constexpr offset_t step(const uchar* p, offset_t) {
         return p[0] == four_byte_lead ? 4 : leads.contains(p[0]) ? 2 : 1;
@@ -51,6 +53,7 @@ struct euctw : block_walks<euctw>,
 
     /// Seen as pairs, a form of four bytes is two.
     static constexpr byte_set flip_leads{byte_range{four_byte_lead, four_byte_lead}, byte_range{0xA1, 0xFE}};
+    static constexpr const byte_set& decode_leads = flip_leads;
     static constexpr long_forms forms{&flip_leads, four_byte_lead, 2};
     static moved skip(const uchar* p, std::size_t n, std::size_t chars) { return skip_long_forms(forms, p, n, chars); }
 

@@ -27,7 +27,7 @@ concept decodes_pairs = requires {
 /// The unit to which F decodes a sequence of `length` bytes, wherever it stands, in every form; `ask` when the forms
 /// differ, or when it is not one BMP unit. In big-endian order, as the decoder stores it.
 template <class F>
-constexpr std::uint16_t decoded_cell(const uchar (&p)[4], int length) {
+constexpr std::uint16_t decoded_cell(const uchar (&p)[4], unsigned length) {
     const auto d2 = F::template decode<form::ucs2>(p, 4);
     const auto same = [d2](auto d) {
         return d.what == d2.what && d.units == 1 && d.consumed == d2.consumed && d.unit[0] == d2.unit[0];
@@ -51,28 +51,28 @@ consteval unsigned count_leads() {
     return leads;
 }
 
-/// Number of four-byte codes for BMP characters in F, of a lead and a digit twice.
+/// The codes of F that are longer than two bytes; none in most.
 template <class F>
-consteval unsigned count_long_codes() {
-    if constexpr (requires { F::long_bmp_codes; })
-        return F::long_bmp_codes;
+consteval long_code_shape longer_codes() {
+    if constexpr (requires { F::long_codes; })
+        return F::long_codes;
     else
-        return 0;
+        return {};
 }
 
-/// The cells: a row of single bytes, an empty row, a row a lead, the four-byte codes and one that asks.
+/// The cells: a row of single bytes, an empty row, a row a lead, the longer codes and one that asks.
 template <class F>
 struct pair_cells {
     alignas(64) uchar row[128] = {};
     static constexpr std::uint32_t long_cells = (2 + count_leads<F>()) * 256;
-    static constexpr std::uint32_t long_codes = count_long_codes<F>();
-    std::uint16_t cell[long_cells + long_codes + 2] = {}; // vector code reads two cells at a time
+    static constexpr long_code_shape longer = longer_codes<F>();
+    static_assert(longer.count == 0 || longer.told_by_lead() || longer.radix[1] == longer.radix[3]);
+    std::uint16_t cell[long_cells + longer.count + 2] = {}; // vector code reads two cells at a time
 
     consteval pair_cells() {
-        if constexpr (long_codes > 0)
-            for (std::uint32_t n = 0; n < long_codes; ++n)
-                cell[long_cells + n] = decoded_cell<F>(F::four(0x81, n).byte, 4);
-        cell[long_cells + long_codes] = ask;
+        for (std::uint32_t n = 0; n < longer.count; ++n)
+            cell[long_cells + n] = decoded_cell<F>(longer.at(n).byte, longer.bytes);
+        cell[long_cells + longer.count] = ask;
         std::uint32_t next = 512;
         for (unsigned b = 0; b < 256; ++b) {
             cell[256 + b] = ask;
@@ -94,10 +94,7 @@ inline constexpr pair_cells<F> pair_cells_of{};
 template <class F>
 consteval pair_decoding make_pair_decoding() {
     const auto& cells = pair_cells_of<F>;
-    pair_decoding plan{cells.cell,       &decode_leads<F>(), {}, cells.row, {0xFF, 0xFF}, 0,
-                       cells.long_codes, no_supplementary};
-    if (cells.long_codes > 0) plan.long_cells = cells.long_cells;
-    if constexpr (requires { F::first_supplementary; }) plan.supplementary = F::first_supplementary;
+    pair_decoding plan{cells.cell, &decode_leads<F>(), {}, cells.row, {0xFF, 0xFF}, cells.long_cells, cells.longer};
     int found = 0;
     for (unsigned b = 1; b < 0x80; ++b)
         if (cells.cell[b] != b << 8) plan.unlike_ascii[found++] = static_cast<uchar>(b);
@@ -190,9 +187,10 @@ consteval pair_encoding make_pair_encoding() {
         plan.long_cell = encode_pages_of<F, std::uint32_t>.cell;
         plan.long_page_number = encode_pages_of<F, std::uint32_t>.number;
     }
-    if constexpr (requires { F::first_supplementary; })
+    if (longer_codes<F>().supplementary != no_supplementary)
         for (int i = 4; i-- > 0;)
-            plan.supplementary = plan.supplementary << 8 | F::four(0x81, F::first_supplementary).byte[i];
+            plan.supplementary =
+                plan.supplementary << 8 | longer_codes<F>().at(longer_codes<F>().supplementary).byte[i];
     return plan;
 }
 

@@ -72,7 +72,6 @@ moved skip_long_forms(const long_forms&, const uchar*, std::size_t, std::size_t)
 
 namespace {
 
-constexpr byte_range digits{'0', '9'};
 constexpr std::uint64_t even_bits = 0x5555555555555555;
 
 /// The members of a set in the block at p, where `left` bytes are left of the text.
@@ -99,22 +98,30 @@ constexpr std::uint64_t starts_after(std::uint64_t leads, std::uint64_t carry) {
     return ~(leads << 1 | carry);
 }
 
-/// The characters of a block: where they begin, which of them have four bytes, and where the last one ends.
+/// The characters of a block: where they begin, which of them have more than two bytes, and where the last one ends.
 struct block_characters {
     std::uint64_t start, long_ones;
     std::size_t end;
 
-    /// From where pairs begin, up to `end`, and which of them have a digit for a trail. Two of these are a character.
-    static block_characters of(std::uint64_t start, std::size_t end, std::uint64_t with_digit) {
-        const std::uint64_t bytes = with_digit | with_digit << 1, run_start = bytes & ~(bytes << 1);
+    /// From where characters of up to two bytes begin, up to `end`, and those among them that tell a longer one. Where a
+    /// longer one is two pairs that both tell it, every second one begins it.
+    static block_characters of(const long_code_shape& longer, std::uint64_t start, std::size_t end,
+                               std::uint64_t telling) {
+        if (longer.told_by_lead()) return with(longer, start, end, telling);
+        const std::uint64_t bytes = telling | telling << 1, run_start = bytes & ~(bytes << 1);
         std::uint64_t firsts = 0;
 #pragma GCC unroll 4
         for (int i = 0; i < 4; ++i) {
             const std::uint64_t every_fourth = 0x1111111111111111ULL << i;
             firsts |= bytes & ~(bytes + (run_start & every_fourth)) & every_fourth;
         }
+        return with(longer, start, end, firsts);
+    }
+    static block_characters with(const long_code_shape& longer, std::uint64_t start, std::size_t end,
+                                 std::uint64_t firsts) {
         const std::size_t last = static_cast<std::size_t>(std::bit_width(firsts));
-        return {start & ~(firsts << 2), firsts, firsts == 0 ? end : std::max(end, last + 3)};
+        return {start & ~(firsts << (longer.bytes - 2)), firsts,
+                firsts == 0 ? end : std::max(end, last + longer.bytes - 1)};
     }
 };
 
@@ -316,7 +323,7 @@ struct paired_bytes {
         return of(block{byte});
     }
     std::uint64_t in_set() const { return _mm512_test_epi8_mask(row, row); }
-    std::uint64_t before_digits() const { return block{behind}.within(digits); }
+    std::uint64_t before(byte_range r) const { return block{behind}.within(r); }
     __m512i cell_in_row() const { return _mm512_mask_mov_epi8(byte, in_set(), behind); }
 };
 
@@ -355,32 +362,37 @@ bool decode_block(const pair_decoding& plan, const paired_bytes& text, std::uint
     return (special & static_cast<std::uint32_t>(even_bits)) == 0 || failed();
 }
 
-/// The numbers of four-byte codes: two of a lead and a digit, of which the first one counts by 1260.
+/// The numbers of longer codes.
 struct long_code_bytes {
     __m512i first, second, third, fourth;
     std::uint64_t valid;
+    std::uint32_t radix, pair_weight;
 
-    /// Those that begin where `start` says.
-    long_code_bytes(const paired_bytes& text, std::uint64_t start) {
-        const auto digits_behind = [&](std::size_t at, char zero) {
-            return _mm512_sub_epi8(_mm512_maskz_compress_epi8(start, text.from(at)), _mm512_set1_epi8(zero));
+    /// Of those that begin where `start` says. The second byte need not be looked at: invalid ones give high numbers.
+    long_code_bytes(const long_code_shape& longer, const paired_bytes& text, std::uint64_t start)
+        : radix(longer.radix[3]), pair_weight(longer.pair_weight()) {
+        const auto all = [](uchar b) { return _mm512_set1_epi8(static_cast<char>(b)); };
+        const auto value = [&](std::size_t at) {
+            const std::uint64_t has_it = at < longer.bytes ? start : 0;
+            return _mm512_sub_epi8(_mm512_maskz_compress_epi8(has_it, text.from(at)), all(longer.first[at]));
         };
-        first = digits_behind(0, '\x81');
-        second = digits_behind(1, '0');
-        third = digits_behind(2, '\x81');
-        fourth = digits_behind(3, '0');
+        first = value(0);
+        second = value(1);
+        third = value(2);
+        fourth = value(3);
         valid =
-            _mm512_cmplt_epu8_mask(third, _mm512_set1_epi8(126)) & _mm512_cmplt_epu8_mask(fourth, _mm512_set1_epi8(10));
+            _mm512_cmplt_epu8_mask(third, all(longer.radix[2])) & _mm512_cmplt_epu8_mask(fourth, all(longer.radix[3]));
     }
     /// Of 16 of them, and -1 where one is invalid.
     __m512i number() const {
-        const auto combined = [](__m512i high, __m512i low, int weight) {
+        const auto combined = [](__m512i high, __m512i low, std::uint32_t weight) {
             return _mm512_madd_epi16(_mm512_or_si512(high, _mm512_slli_epi32(low, 16)),
-                                     _mm512_set1_epi32(1 << 16 | weight));
+                                     _mm512_set1_epi32(static_cast<int>(1 << 16 | weight)));
         };
-        const __m512i high = combined(widened(first), widened(second), 10);
-        const __m512i low = combined(widened(third), widened(fourth), 10);
-        return _mm512_mask_mov_epi32(_mm512_set1_epi32(-1), static_cast<__mmask16>(valid), combined(high, low, 1260));
+        const __m512i high = combined(widened(first), widened(second), radix);
+        const __m512i low = combined(widened(third), widened(fourth), radix);
+        return _mm512_mask_mov_epi32(_mm512_set1_epi32(-1), static_cast<__mmask16>(valid),
+                                     combined(high, low, pair_weight));
     }
     void drop() {
         for (__m512i* const each : {&first, &second, &third, &fourth})
@@ -392,9 +404,9 @@ struct long_code_bytes {
 /// The same for any characters, which are replaced where a cell says so, up to one that must be asked for or has no room.
 template <bool LongCodes, class Target>
 [[gnu::noinline]] decoded_block decode_unusual(const pair_decoding& plan, const uchar* p, std::size_t left,
-                                               std::uint64_t start_of_pairs, std::size_t end, std::uint64_t with_digit,
+                                               std::uint64_t start_of_pairs, std::size_t end, std::uint64_t telling,
                                                Target& target) {
-    const auto characters = block_characters::of(start_of_pairs, end, with_digit);
+    const auto characters = block_characters::of(plan.longer, start_of_pairs, end, telling);
     const paired_bytes text(plan, p, left);
     const auto all_of = [](std::uint32_t v) { return _mm512_set1_epi32(static_cast<int>(v)); };
     const auto equal_to = [all_of](__m512i cells, std::uint16_t value) {
@@ -404,7 +416,7 @@ template <bool LongCodes, class Target>
     const auto all = static_cast<std::size_t>(std::popcount(start)), count = std::min(all, target.room());
     __m512i row = _mm512_maskz_compress_epi8(start, text.row);
     __m512i cell_in_row = _mm512_maskz_compress_epi8(start, text.cell_in_row());
-    long_code_bytes long_code(text, LongCodes ? start : 0);
+    long_code_bytes long_code(plan.longer, text, LongCodes ? start : 0);
     std::uint64_t is_long = LongCodes ? _pext_u64(characters.long_ones, start) : 0;
     for (std::size_t done = 0; done < count; done += 16) {
         __m512i index = index_of(row, cell_in_row), number{};
@@ -412,9 +424,9 @@ template <bool LongCodes, class Target>
         if constexpr (LongCodes) {
             const auto here = static_cast<__mmask16>(is_long);
             number = long_code.number();
-            index = _mm512_mask_add_epi32(index, here, _mm512_min_epu32(number, all_of(plan.long_codes)),
+            index = _mm512_mask_add_epi32(index, here, _mm512_min_epu32(number, all_of(plan.longer.count)),
                                           all_of(plan.long_cells));
-            number = _mm512_sub_epi32(number, all_of(plan.supplementary));
+            number = _mm512_sub_epi32(number, all_of(plan.longer.supplementary));
             supplementary = _mm512_mask_cmplt_epu32_mask(here, number, all_of(supplementary_count));
             is_long >>= 16;
             long_code.drop();
@@ -483,8 +495,8 @@ struct paired_bytes {
         return mask_64(p, of);
     }
     std::uint64_t in_set() const { return leads_or_trails; }
-    std::uint64_t before_digits() const {
-        return mask_64(p + 1, [](block b) { return b.within(digits); });
+    std::uint64_t before(byte_range r) const {
+        return mask_64(p + 1, [r](block b) { return b.within(r); });
     }
     std::uint32_t index_at(std::size_t at) const {
         std::uint16_t value;
@@ -493,22 +505,32 @@ struct paired_bytes {
     }
 };
 
-/// The number of the four-byte code at p, whose first two bytes are a lead and a digit, or one above all; without a branch,
-/// for who asks may not have one there.
-std::uint32_t number_of_long_code(const uchar* p) {
-    const std::uint32_t digits = load_unit<form::ucs4, order::little>(p) - 0x30813081;
-    const std::uint32_t invalid = (digits | (digits + 0x76020000)) & 0x80800000; // a third of 126, a fourth of 10
-    const std::uint32_t pairs = (digits & 0xFF00FF) * 10 + (digits >> 8 & 0xFF00FF);
-    return ((pairs & 0xFFFF) * 1260 + (pairs >> 16)) | invalid;
-}
+/// The numbers of longer codes.
+struct long_code_reader {
+    std::uint32_t first, kept, to_limits, radix, pair_weight;
+
+    explicit long_code_reader(const long_code_shape& longer)
+        : first(load_unit<form::ucs4, order::little>(longer.first)), kept(longer.bytes == 4 ? ~0U : 0xFFFFFF),
+          to_limits((0x80U - longer.radix[2]) << 16 | (0x80U - longer.radix[3]) << 24), radix(longer.radix[3]),
+          pair_weight(longer.pair_weight()) {}
+
+    /// Of the code at p; a higher one than all have where it is invalid. Without a branch, for who asks may not have one.
+    std::uint32_t operator()(const uchar* p) const {
+        const std::uint32_t values = (load_unit<form::ucs4, order::little>(p) - first) & kept;
+        const std::uint32_t invalid = (values | (values + to_limits)) & 0x80800000;
+        const std::uint32_t pairs = (values & 0xFF00FF) * radix + (values >> 8 & 0xFF00FF);
+        return ((pairs & 0xFFFF) * pair_weight + (pairs >> 16)) | invalid;
+    }
+};
 
 /// Decodes the characters of a block one by one, up to the first that must be asked for or has no room.
 template <bool LongCodes, class Target>
 [[gnu::noinline]] decoded_block decode_unusual(pair_decoding plan, const uchar* p, std::size_t left,
-                                               std::uint64_t start_of_pairs, std::size_t end, std::uint64_t with_digit,
+                                               std::uint64_t start_of_pairs, std::size_t end, std::uint64_t telling,
                                                Target& target) {
-    const auto characters = block_characters::of(start_of_pairs, end, with_digit);
+    const auto characters = block_characters::of(plan.longer, start_of_pairs, end, telling);
     const paired_bytes text(plan, p, left);
+    const long_code_reader number_at(plan.longer);
     Target to = target; // a store to what it leads to could change a reference
     std::uint64_t start = characters.start;
     for (; start != 0; start &= start - 1) {
@@ -517,9 +539,9 @@ template <bool LongCodes, class Target>
         if constexpr (LongCodes) {
             // Without a branch: which characters are long is chance.
             const std::uint32_t is_long = -static_cast<std::uint32_t>(characters.long_ones >> at & 1);
-            const std::uint32_t number = number_of_long_code(text.p + at);
-            index ^= (index ^ (plan.long_cells + std::min(number, plan.long_codes))) & is_long;
-            const std::uint32_t beyond_bmp = (number - plan.supplementary) | ~is_long;
+            const std::uint32_t number = number_at(text.p + at);
+            index ^= (index ^ (plan.long_cells + std::min(number, plan.longer.count))) & is_long;
+            const std::uint32_t beyond_bmp = (number - plan.longer.supplementary) | ~is_long;
             if (beyond_bmp < supplementary_count) {
                 if (!to.put_supplementary(beyond_bmp)) break;
                 continue;
@@ -572,6 +594,13 @@ block::bits unlike_ascii(const pair_decoding& plan, block b) {
     return b.high_bits() | b.equal_to(plan.unlike_ascii[0]) | b.equal_to(plan.unlike_ascii[1]);
 }
 
+/// The bytes with which longer codes may begin.
+std::uint64_t telling_longer(const long_code_shape& longer, const paired_bytes& text, std::uint64_t leads) {
+    const uchar first = longer.first[0], second = longer.first[1];
+    return longer.told_by_lead() ? text.mask([first](block b) { return b.equal_to(first); })
+                                 : leads & text.before({second, static_cast<uchar>(second + longer.radix[1] - 1)});
+}
+
 /// Decodes a text into a target; returns the bytes it took.
 template <class Target>
 std::size_t decode_into(const pair_decoding& plan, const uchar* src, std::size_t n, Target& target) {
@@ -592,14 +621,14 @@ std::size_t decode_into(const pair_decoding& plan, const uchar* src, std::size_t
         const std::size_t end = left > block_size ? here + lead_at_end : here - lead_at_end;
         if (end == 0) break;
         const std::uint64_t start = starts_after(leads, 0) & first_bits(end);
-        const std::uint64_t with_digit = plan.long_codes == 0 ? 0 : start & leads & text.before_digits();
-        if (with_digit == 0 && decode_block(plan, text, start, target)) {
+        const std::uint64_t telling = plan.longer.count == 0 ? 0 : start & telling_longer(plan.longer, text, leads);
+        if (telling == 0 && decode_block(plan, text, start, target)) {
             base += end;
             continue;
         }
         Target out = target; // what something refers to would not stay in registers
-        const auto done = with_digit == 0 ? decode_unusual<false>(plan, p, left, start, end, with_digit, out)
-                                          : decode_unusual<true>(plan, p, left, start, end, with_digit, out);
+        const auto done = telling == 0 ? decode_unusual<false>(plan, p, left, start, end, telling, out)
+                                       : decode_unusual<true>(plan, p, left, start, end, telling, out);
         target = out;
         base += done.bytes;
         if (done.stopped) break;
@@ -888,7 +917,7 @@ converted decode_pairs(const pair_decoding& plan, unit_layout layout, const ucha
         const auto decode = [&]<form Form, order Order> {
             return decode_pairs_as<Form, Order>(plan, src, n, dst, units);
         };
-        return layout == unit_layout::utf16_big && plan.long_codes > 0
+        return layout == unit_layout::utf16_big && plan.longer.supplementary != no_supplementary
                    ? decode.template operator()<form::utf16, order::big>()
                    : in_layout(layout, decode);
     });
@@ -910,7 +939,7 @@ recoded_run pairs_to_utf8(const pair_decoding& plan, const uchar* src, std::size
         constexpr std::size_t piece = 512;
         alignas(64) uchar decoded[2 * piece];
         pair_decoding in_bmp = plan;
-        in_bmp.supplementary = no_supplementary;
+        in_bmp.longer.supplementary = no_supplementary;
         recoded_run done{};
         const auto took_piece = [&]<form Form>(const pair_decoding& of) {
             constexpr std::size_t unit = unit_size<Form>;
@@ -925,7 +954,7 @@ recoded_run pairs_to_utf8(const pair_decoding& plan, const uchar* src, std::size
         };
         while (done.read < n && done.units < units)
             if (!took_piece.template operator()<form::ucs2>(in_bmp) &&
-                (plan.supplementary == no_supplementary || !took_piece.template operator()<form::ucs4>(plan)))
+                (plan.longer.supplementary == no_supplementary || !took_piece.template operator()<form::ucs4>(plan)))
                 break;
         return done;
     });

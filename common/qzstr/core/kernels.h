@@ -29,6 +29,34 @@ struct recoded_run {
     bool replaced;
 };
 
+/// No code has this number or one of the 2^20 above, nor what is invalid.
+inline constexpr std::uint32_t no_supplementary = 0x40000000;
+/// The characters beyond the BMP.
+inline constexpr std::uint32_t supplementary_count = 0x100000;
+
+/// Codes of three or four bytes, which count up by their bytes, the last one fastest. Where the first byte is always the
+/// same, that tells them, and the last two are a pair; elsewhere they are two pairs, and the second byte tells.
+struct long_code_shape {
+    uchar first[4]; ///< the first one
+    uchar radix[4]; ///< how many values each byte has, from there on
+    unsigned bytes;
+    std::uint32_t count; ///< how many of them are decoded by a table
+    std::uint32_t supplementary =
+        no_supplementary; ///< number of the one for U+10000, from which those of other planes go on
+
+    struct code {
+        uchar byte[4];
+    };
+    constexpr code at(std::uint32_t number) const {
+        code c{};
+        for (int i = 4; i-- > 0; number /= radix[i])
+            c.byte[i] = static_cast<uchar>(first[i] + number % radix[i]);
+        return c;
+    }
+    constexpr bool told_by_lead() const { return radix[0] == 1; }
+    constexpr std::uint32_t pair_weight() const { return std::uint32_t{radix[2]} * radix[3]; }
+};
+
 /// Decoding of one- and two-byte characters by one table read a character.
 struct pair_decoding {
     const std::uint16_t* cell;            ///< units in big-endian order, or `lead_substituted` and what is above it
@@ -36,10 +64,8 @@ struct pair_decoding {
     uchar row_base[byte_set::max_ranges]; ///< for a lead of one of its ranges: what to add for its row
     const uchar* row;      ///< for a first byte from 0x80 on: its cell index / 256; 0: a single byte, the index itself
     uchar unlike_ascii[2]; ///< bytes below 0x80 that are not themselves (0xFF: none)
-    /// Where the cells of four-byte codes begin (0: there are none), which are two pairs with a digit for a trail; and the
-    /// number of codes, in their order, behind which a cell asks.
-    std::uint32_t long_cells, long_codes;
-    std::uint32_t supplementary; ///< number of the code for U+10000, from which those of the other planes count on
+    std::uint32_t long_cells; ///< where the cells of longer codes begin, behind which one asks
+    long_code_shape longer;   ///< none of them where its count is 0
 };
 
 /// Encoding into one or two bytes by one table read a unit; where that asks, into four by a second one.
@@ -98,11 +124,6 @@ struct byte_map {
 /// just these bytes or this unit, or for the lead alone. No charset here has FE FF or FF FF for a pair.
 inline constexpr std::uint16_t ask = 0xFFFF, substituted = 0xFFFE, lead_substituted = 0xFFFD;
 inline constexpr std::uint32_t ask_again = 0xFFFFFFFF;
-
-/// Neither a four-byte code nor what is invalid has such a number or one of the 2^20 above.
-inline constexpr std::uint32_t no_supplementary = 0x40000000;
-/// The characters beyond the BMP.
-inline constexpr std::uint32_t supplementary_count = 0x100000;
 
 struct letter_pages;
 

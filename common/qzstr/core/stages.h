@@ -77,7 +77,7 @@ consteval stages stages_of() {
     if constexpr (decodes_pairs<F>) {
         s.pairs = &pair_decoding_of<F>;
         if constexpr (requires { F::ucs4_mask; }) s.encode_units = encode_units<F, form::ucs2>;
-        if constexpr (requires { F::first_supplementary; }) s.encode_wide = encode_units<F, form::ucs4>;
+        if constexpr (longer_codes<F>().supplementary != no_supplementary) s.encode_wide = encode_units<F, form::ucs4>;
         s.same_in_ucs4 = requires {
             F::same_in_ucs4;
         };
