@@ -440,24 +440,51 @@ moved ucs4_to_utf16_as(const uchar* src, std::size_t n, uchar* dst, std::size_t 
 
 #if QZSTR_LEVEL_NUMBER < QZSTR_IS_avx512
 
-/// The characters of a block, and those that take two columns. Reads two bytes behind the block.
-struct width_classes {
+/// Here they are no constants that a loop keeps.
+struct lead_bounds {
     template <class Text>
     static structure of(Text p, std::uint64_t carry) {
         return structure::of(p, carry);
     }
+};
+
+/// The characters that take two columns. Reads two bytes behind the block.
+template <class Text>
+inline std::uint64_t wide_characters(Text p, const structure& s) {
+    const std::uint64_t triples = s.three();
+    if (triples == 0) return 0;
+    const std::uint64_t ea = equal(p, 0xEA), ed = equal(p, 0xED), e3 = equal(p, 0xE3), ef = equal(p, 0xEF);
+    const std::uint64_t ideographs = inside(p, 0xE4, 0xE9) | inside(p, 0xEB, 0xEC);
+    const std::uint64_t symbols = inside(p + 1, 0x80, 0x83), full_width = equal(p + 1, 0xBC);
+    std::uint64_t wide = ideographs | (ea & inside(p + 1, 0xB0, 0xBF)) | (ed & inside(p + 1, 0x80, 0x9D)) |
+                         (e3 & ~(equal(p + 1, 0x80) & equal(p + 2, 0xBF))) | (ef & full_width);
+    for (std::uint64_t asked = triples & ~wide & ~(equal(p, 0xE2) & symbols); asked != 0; asked &= asked - 1)
+        if (is_wide_triple(p.p + lowest(asked))) wide |= asked & ~(asked - 1);
+    return wide & triples;
+}
+
+struct block_letters {
+    const uchar* text;
+    std::uint64_t leads; ///< that letters may begin with
+
     template <class Text>
-    static std::uint64_t wide(Text p, const structure& s) {
-        const std::uint64_t triples = s.three();
-        if (triples == 0) return 0;
-        const std::uint64_t ea = equal(p, 0xEA), ed = equal(p, 0xED), e3 = equal(p, 0xE3), ef = equal(p, 0xEF);
-        const std::uint64_t ideographs = inside(p, 0xE4, 0xE9) | inside(p, 0xEB, 0xEC);
-        const std::uint64_t symbols = inside(p + 1, 0x80, 0x83), full_width = equal(p + 1, 0xBC);
-        std::uint64_t wide = ideographs | (ea & inside(p + 1, 0xB0, 0xBF)) | (ed & inside(p + 1, 0x80, 0x9D)) |
-                             (e3 & ~(equal(p + 1, 0x80) & equal(p + 2, 0xBF))) | (ef & full_width);
-        for (std::uint64_t asked = triples & ~wide & ~(equal(p, 0xE2) & symbols); asked != 0; asked &= asked - 1)
-            if (is_wide_triple(p.p + lowest(asked))) wide |= asked & ~(asked - 1);
-        return wide & triples;
+    block_letters(const letter_pages&, Text p, const structure& s) : text(p.p) {
+        // No letters follow leads C2 and D6 to DF; in E2 and EF there is much punctuation, in EA much Hangul.
+        leads = inside(p, 0xC3, 0xD5);
+        if (s.three_or_four != 0) {
+            leads |= equal(p, 0xE1) | (equal(p, 0xE2) & from(p + 1, 0x84)) | (equal(p, 0xEA) & ~from(p + 1, 0xB0));
+            leads |= equal(p, 0xEF) & (equal(p + 1, 0xBD) | (equal(p + 1, 0xBC) & from(p + 2, 0xA0)));
+        }
+    }
+    /// Changes ASCII letters in the n bytes of the block and the characters that `asked` marks.
+    void change(const letter_pages& letters, uchar first, uchar* p, std::size_t n, std::uint64_t asked) const {
+        alignas(64) uchar flipped[block_size];
+        uchar* const to = n == block_size ? p : flipped;
+        for (std::size_t i = 0; i < block_size; i += block::size)
+            block::load(text + i).flip_letters(first).store(to + i);
+        if (to != p) std::memcpy(p, flipped, n);
+        for (; asked != 0; asked &= asked - 1)
+            change_letter(letters, p + lowest(asked), p[lowest(asked)] < 0xE0 ? 2 : 3);
     }
 };
 
@@ -481,48 +508,6 @@ struct block_columns {
         return at - (at == block_size || (starts >> at & 1) == 0 ? 1 : 0);
     }
 };
-
-#if QZSTR_LEVEL_NUMBER < QZSTR_IS_avx512
-
-/// The bytes of whole characters in a block that begins with one and of which n bytes count (0 where there is something
-/// malformed), and the leads among them that letters may follow.
-struct letters_of_block {
-    std::size_t bytes;
-    std::uint64_t leads;
-
-    template <class Text>
-    static letters_of_block of(Text p, std::size_t n) {
-        const structure s = structure::of(p, 0);
-        if ((s.misplaced() & first_bits(n)) != 0) return {0, 0};
-        // No letters follow leads C2 and D6 to DF; in E2 and EF there is much punctuation, in EA much Hangul.
-        std::uint64_t leads = inside(p, 0xC3, 0xD5);
-        if (s.three_or_four != 0) {
-            leads |= equal(p, 0xE1) | (equal(p, 0xE2) & from(p + 1, 0x84)) | (equal(p, 0xEA) & ~from(p + 1, 0xB0));
-            leads |= equal(p, 0xEF) & (equal(p + 1, 0xBD) | (equal(p + 1, 0xBC) & from(p + 2, 0xA0)));
-        }
-        const std::size_t whole = s.whole_bytes(n);
-        return {whole, leads & first_bits(whole)};
-    }
-};
-
-/// Changes the characters of such a block; returns its whole bytes.
-std::size_t change_block(const letter_pages& letters, uchar first, uchar* p, std::size_t left) {
-    const std::size_t n = std::min(left, block_size);
-    return over_block(p, left, [&](auto text) {
-        letters_of_block found = letters_of_block::of(text, n);
-        if (found.bytes == 0) return found.bytes;
-        alignas(64) uchar flipped[block_size];
-        uchar* const to = left >= block_size + beyond ? p : flipped;
-        for (std::size_t i = 0; i < block_size; i += block::size)
-            block::load(text.p + i).flip_letters(first).store(to + i);
-        for (; found.leads != 0; found.leads &= found.leads - 1)
-            change_letter(letters, to + lowest(found.leads), to[lowest(found.leads)] < 0xE0 ? 2 : 3);
-        if (to != p) std::memcpy(p, flipped, found.bytes);
-        return found.bytes;
-    });
-}
-
-#endif
 
 } // namespace
 
@@ -642,7 +627,7 @@ moved skip_utf8(const uchar* p, std::size_t n, std::size_t chars) {
 
 moved fit_utf8(const uchar* p, std::size_t n, std::size_t limit) {
     return leaving([=]() -> moved {
-        const width_classes classes;
+        const lead_bounds bounds;
         const uchar *at = p, *const end = p + n;
         std::size_t room = limit, room_before = limit;
         std::uint64_t carry = 0, carry_before = 0;
@@ -656,13 +641,13 @@ moved fit_utf8(const uchar* p, std::size_t n, std::size_t limit) {
             std::size_t bytes = GoesOn ? block_size : std::min(left, block_size);
             std::uint64_t wrong = 0, spill = 0;
             const auto look = [&](auto text) -> block_columns {
-                const structure s = classes.of(text, carry);
+                const structure s = bounds.of(text, carry);
                 wrong = s.misplaced() & bytes_before(bytes);
                 if (GoesOn)
                     spill = s.spill();
                 else
                     bytes = s.whole_bytes(bytes);
-                return {s.starts() & bytes_before(bytes), classes.wide(text, s) & bytes_before(bytes)};
+                return {s.starts() & bytes_before(bytes), wide_characters(text, s) & bytes_before(bytes)};
             };
             const block_columns block = GoesOn ? look(text_at{at}) : over_block(at, left, look);
             const std::size_t here = block.before(block_size);
@@ -736,18 +721,35 @@ moved fit_units(const uchar* p, std::size_t n, std::size_t limit) {
 }
 
 std::size_t change_letters_utf8(const letter_pages& letters, uchar first, uchar* p, std::size_t n) {
-    return leaving([&] {
-#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
-        return change_letters_by_blocks(letters, first, p, n);
-#else
-        std::size_t base = 0;
-        while (base < n) {
-            const std::size_t left = n - base, bytes = change_block(letters, first, p + base, left);
+    return leaving([&letters, first, p, n] {
+        const lead_bounds bounds;
+        std::uint64_t carry = 0;
+        for (std::size_t base = 0;;) {
+            uchar* const at = p + base;
+            const std::size_t left = n - base, here = std::min(left, block_size);
+            const bool goes_on = left >= block_size + beyond;
+            std::uint64_t wrong = 0, spill = 0;
+            const std::size_t bytes = over_block(at, left, [&](auto text) {
+                const structure s = bounds.of(text, carry);
+                wrong = s.misplaced() & bytes_before(here);
+                if (wrong != 0) return here;
+                if (goes_on) spill = s.spill();
+                const std::size_t whole = goes_on ? block_size : s.whole_bytes(here);
+                const block_letters found(letters, text, s);
+                const std::uint64_t leads = found.leads & bytes_before(whole);
+                const std::uint64_t cut = goes_on ? leads & (s.three_or_four >> 62 << 62 | 1ULL << 63) : 0;
+                found.change(letters, first, at, here, leads & ~cut);
+                if (cut != 0) // the last one, where it goes on in the next block
+                    change_letter(letters, at + lowest(cut), at[lowest(cut)] < 0xE0 ? 2 : 3);
+                return whole;
+            });
+            if (wrong != 0)
+                return (wrong & carry) == 0 ? base + static_cast<std::size_t>(std::popcount(carry))
+                                            : base - bytes_of_cut(p, base);
             base += bytes;
-            if (bytes == 0 || (bytes != left && left <= block_size)) break;
+            if (left <= block_size) return base;
+            carry = spill;
         }
-        return base;
-#endif
     });
 }
 

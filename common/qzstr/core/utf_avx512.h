@@ -49,12 +49,7 @@ struct second_bytes {
 };
 constexpr second_bytes seconds;
 
-/// Of a text that is well-formed but for its end: how many bytes it has of a character that goes on behind it.
-inline std::size_t bytes_of_cut(const uchar* text, std::size_t n) {
-    const auto from_end = [=](std::size_t back) { return back <= n ? text[n - back] : 0; };
-    return from_end(1) >= 0xC0 ? 1 : from_end(2) >= 0xE0 ? 2 : from_end(3) >= 0xF0 ? 3 : 0;
-}
-/// The same of text that ends at p.
+/// Whether bytes_of_cut finds some in text that ends at p.
 inline bool seems_cut(const uchar* p) {
     return ((p[-1] >= 0xC0) | (p[-2] >= 0xE0) | (p[-3] >= 0xF0)) != 0;
 }
@@ -643,8 +638,9 @@ struct lead_bounds {
     const __m512i c0 = held(0xC0), c2 = held(0xC2), c2_to_f4 = held(0xF4 - 0xC2), from_e0 = held(0xE0 - 0xC2),
                   from_f0 = held(0xF0 - 0xC2);
 
-    structure of(__m512i text, std::uint64_t carry) const {
-        const __m512i lead = _mm512_sub_epi8(text, c2);
+    template <class Text>
+    structure of(Text p, std::uint64_t carry) const {
+        const __m512i text = p.bytes(), lead = _mm512_sub_epi8(text, c2);
         const __mmask64 leads = _mm512_cmple_epu8_mask(lead, c2_to_f4);
         structure s{word(_mm512_cmplt_epi8_mask(text, c0)), 0, word(leads),
                     word(_mm512_mask_cmpge_epu8_mask(leads, lead, from_e0)),
@@ -694,75 +690,48 @@ private:
 };
 constexpr wide_classes wide_by_class;
 
-/// The characters of a block, and those that take two columns.
-struct width_classes {
-    lead_bounds bounds;
+/// The characters that take two columns.
+template <class Text>
+inline std::uint64_t wide_characters(Text p, const structure& s) {
+    if (s.three_or_four == 0) return 0;
+    const auto lanes = triple_lanes::of(p);
+    const __m512i both = _mm512_or_si512(lanes.shared(wide_by_class.half[0]), lanes.shared(wide_by_class.half[1]));
+    return word(_mm512_test_epi8_mask(both, both)) & s.three_or_four; // no class has a lead of four
+}
+
+struct block_letters {
+    triple_lanes lanes;
+    std::uint64_t leads; ///< that letters may begin with
 
     template <class Text>
-    structure of(Text p, std::uint64_t carry) const {
-        return bounds.of(p.bytes(), carry);
+    block_letters(const letter_pages& letters, Text p, const structure& s) : lanes(triple_lanes::of(p)) {
+        const __m512i may_change = lanes.shared(letters.may_change);
+        leads = word(_mm512_test_epi8_mask(may_change, may_change)) & s.leads;
     }
-    template <class Text>
-    static std::uint64_t wide(Text p, const structure& s) {
-        if (s.three_or_four == 0) return 0;
-        const auto lanes = triple_lanes::of(p);
-        const __m512i both = _mm512_or_si512(lanes.shared(wide_by_class.half[0]), lanes.shared(wide_by_class.half[1]));
-        return word(_mm512_test_epi8_mask(both, both)) & s.three_or_four; // no class has a lead of four
+    /// Changes ASCII letters in the n bytes of the block and the characters that `asked` marks, those of one page at a time.
+    void change(const letter_pages& letters, uchar first, uchar* p, std::size_t n, std::uint64_t asked) const {
+        const __m512i text = lanes.first;
+        __m512i changed = block{text}.flip_letters(first).v;
+        const auto all = [](uchar b) { return _mm512_set1_epi8(static_cast<char>(b)); };
+        while (asked != 0) {
+            const uchar* const c = p + lowest(asked);
+            const bool three = c[0] >= 0xE0;
+            std::uint64_t same = _mm512_mask_cmpeq_epi8_mask(asked, text, all(c[0]));
+            if (three) same = _mm512_mask_cmpeq_epi8_mask(same, lanes.second, all(c[1]));
+            asked &= ~same;
+            const uchar number = letters.page_of[upper_bits(c, three ? 3 : 2)];
+            if (number == 0) continue;
+            const letter_page& page = letters.page[number];
+            const auto change_bytes = [&](std::uint64_t where, __m512i last_bytes, const uchar* to) {
+                changed = _mm512_mask_permutexvar_epi8(changed, where, last_bytes, _mm512_load_si512(to));
+            };
+            change_bytes(same, three ? lanes.third : lanes.second, page.first);
+            if (three) change_bytes(same << 1, lanes.second, page.second);
+            change_bytes(same << (three ? 2 : 1), text, page.last);
+        }
+        _mm512_mask_storeu_epi8(p, bytes_before(n), changed);
     }
 };
-
-/// The block at p with its ASCII letters changed and the characters that `leads` marks, those of one page at a time.
-inline __m512i change_letters_by_pages(const letter_pages& letters, uchar first, const triple_lanes& lanes,
-                                       const uchar* p, std::uint64_t leads) {
-    const __m512i text = lanes.first;
-    __m512i changed = block{text}.flip_letters(first).v;
-    const auto all = [](uchar b) { return _mm512_set1_epi8(static_cast<char>(b)); };
-    while (leads != 0) {
-        const uchar* const c = p + lowest(leads);
-        const bool three = c[0] >= 0xE0;
-        std::uint64_t same = _mm512_mask_cmpeq_epi8_mask(leads, text, all(c[0]));
-        if (three) same = _mm512_mask_cmpeq_epi8_mask(same, lanes.second, all(c[1]));
-        leads &= ~same;
-        const uchar number = letters.page_of[upper_bits(c, three ? 3 : 2)];
-        if (number == 0) continue;
-        const letter_page& page = letters.page[number];
-        const auto change = [&](std::uint64_t where, __m512i last_bytes, const uchar* to) {
-            changed = _mm512_mask_permutexvar_epi8(changed, where, last_bytes, _mm512_load_si512(to));
-        };
-        change(same, three ? lanes.third : lanes.second, page.first);
-        if (three) change(same << 1, lanes.second, page.second);
-        change(same << (three ? 2 : 1), text, page.last);
-    }
-    return changed;
-}
-
-/// Changes letters block by block, up to the first malformed or cut character.
-inline std::size_t change_letters_by_blocks(const letter_pages& letters, uchar first, uchar* p, std::size_t n) {
-    const lead_bounds bounds;
-    std::uint64_t carry = 0;
-    for (std::size_t base = 0;;) {
-        uchar* const at = p + base;
-        const std::size_t left = n - base, here = std::min(left, block_size);
-        const auto lanes = over_block(at, left, [](auto text) { return triple_lanes::of(text); });
-        const structure s = bounds.of(lanes.first, carry);
-        const std::uint64_t wrong = s.misplaced() & bytes_before(here);
-        if (wrong != 0) [[unlikely]]
-            return (wrong & carry) == 0 ? base + static_cast<std::size_t>(std::popcount(carry))
-                                        : base - bytes_of_cut(p, base);
-        const bool goes_on = left >= block_size + beyond;
-        const std::size_t bytes = goes_on ? block_size : s.whole_bytes(here);
-        const __m512i may_change = lanes.shared(letters.may_change);
-        const std::uint64_t leads = word(_mm512_test_epi8_mask(may_change, may_change)) & s.leads & bytes_before(bytes);
-        const std::uint64_t cut = goes_on ? leads & (s.three_or_four >> 62 << 62 | 1ULL << 63) : 0;
-        _mm512_mask_storeu_epi8(at, bytes_before(here),
-                                change_letters_by_pages(letters, first, lanes, at, leads & ~cut));
-        if (cut != 0) [[unlikely]] // the last one, where it goes on in the next block
-            change_letter(letters, at + lowest(cut), at[lowest(cut)] < 0xE0 ? 2 : 3);
-        base += bytes;
-        if (left <= block_size) return base;
-        carry = goes_on ? s.spill() : 0;
-    }
-}
 
 } // namespace
 } // namespace qzstr::core::QZSTR_LEVEL
