@@ -474,10 +474,13 @@ struct paired_bytes {
     paired_bytes(const pair_decoding& plan, const uchar* text, std::size_t left) : p(text) {
         if (left < sizeof copy) {
             std::memset(copy, 0, sizeof copy);
-            std::memcpy(copy, text, left);
+            std::size_t at = 0;
+            for (; left - at >= block::size; at += block::size)
+                block::load(text + at).store(copy + at);
+            if (at < left) block::load_first(text + at, left - at).store(copy + at);
             p = copy;
         }
-        for (std::size_t i = 0; i < block_size; i += block::size) {
+        for (std::size_t i = 0; i < std::min(left, block_size); i += block::size) {
             const block byte = block::load(p + i), behind = block::load(p + i + 1);
             block row{}, taken{};
             for (int r = 0; r < plan.leads->ranges(); ++r) {
