@@ -440,13 +440,7 @@ moved ucs4_to_utf16_as(const uchar* src, std::size_t n, uchar* dst, std::size_t 
 
 #if QZSTR_LEVEL_NUMBER < QZSTR_IS_avx512
 
-/// Here they are no constants that a loop keeps.
-struct lead_bounds {
-    template <class Text>
-    static structure of(Text p, std::uint64_t carry) {
-        return structure::of(p, carry);
-    }
-};
+using lead_bounds = structure; // which keeps none
 
 /// The characters that take two columns. Reads two bytes behind the block.
 template <class Text>
@@ -627,7 +621,7 @@ moved skip_utf8(const uchar* p, std::size_t n, std::size_t chars) {
 
 moved fit_utf8(const uchar* p, std::size_t n, std::size_t limit) {
     return leaving([=]() -> moved {
-        const lead_bounds bounds;
+        const lead_bounds bounds{};
         const uchar *at = p, *const end = p + n;
         std::size_t room = limit, room_before = limit;
         std::uint64_t carry = 0, carry_before = 0;
@@ -722,7 +716,7 @@ moved fit_units(const uchar* p, std::size_t n, std::size_t limit) {
 
 std::size_t change_letters_utf8(const letter_pages& letters, uchar first, uchar* p, std::size_t n) {
     return leaving([&letters, first, p, n] {
-        const lead_bounds bounds;
+        const lead_bounds bounds{};
         std::uint64_t carry = 0;
         for (std::size_t base = 0;;) {
             uchar* const at = p + base;

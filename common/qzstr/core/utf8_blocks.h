@@ -36,7 +36,7 @@ inline std::uint64_t bytes_before(std::size_t n) {
 }
 
 /// Of a text that is well-formed but for its end: how many bytes it has of a character that goes on behind it.
-[[maybe_unused]] inline std::size_t bytes_of_cut(const uchar* text, std::size_t n) {
+inline std::size_t bytes_of_cut(const uchar* text, std::size_t n) {
     const auto from_end = [=](std::size_t back) { return back <= n ? text[n - back] : 0; };
     return from_end(1) >= 0xC0 ? 1 : from_end(2) >= 0xE0 ? 2 : from_end(3) >= 0xF0 ? 3 : 0;
 }

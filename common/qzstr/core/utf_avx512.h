@@ -667,7 +667,12 @@ struct wide_classes {
         for (unsigned lead = 0xE1; lead <= 0xEF; ++lead) {
             std::uint64_t all_wide = 0;
             for (unsigned second = 0; second < 64; ++second) {
-                const std::uint64_t thirds = wide_thirds(lead, second);
+                std::uint64_t thirds = 0;
+                for (unsigned third = 0; third < 64; ++third) {
+                    const uchar triple[3] = {static_cast<uchar>(lead), static_cast<uchar>(0x80 | second),
+                                             static_cast<uchar>(0x80 | third)};
+                    thirds |= std::uint64_t{is_wide_triple(triple)} << third;
+                }
                 if (thirds == ~std::uint64_t{0})
                     all_wide |= std::uint64_t{1} << second;
                 else if (thirds != 0)
@@ -675,17 +680,6 @@ struct wide_classes {
             }
             if (all_wide != 0) add(lead, all_wide, ~std::uint64_t{0});
         }
-    }
-
-private:
-    static consteval std::uint64_t wide_thirds(unsigned lead, unsigned second) {
-        std::uint64_t wide = 0;
-        for (unsigned third = 0; third < 64; ++third) {
-            const uchar triple[3] = {static_cast<uchar>(lead), static_cast<uchar>(0x80 | second),
-                                     static_cast<uchar>(0x80 | third)};
-            wide |= std::uint64_t{is_wide_triple(triple)} << third;
-        }
-        return wide;
     }
 };
 constexpr wide_classes wide_by_class;
