@@ -106,8 +106,7 @@ private:
 
     /// To UCS-2 no character beyond the BMP would go.
     bool takes_pairs(form units) const {
-        return decoding_.pairs != nullptr &&
-               (units == form::ucs4 || decoding_.pairs->longer.supplementary == no_supplementary);
+        return decoding_.pairs != nullptr && (units == form::ucs4 || decoding_.pairs->longer.same_in_ucs2());
     }
 
     recoded_run take_units(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t most) const {

@@ -20,8 +20,10 @@ struct euctw : block_walks<euctw>,
     static constexpr unsigned four_byte_lead = 0x8E;
     static constexpr char32_t ucs4_mask = 0xFFFFFFFF;
     static constexpr bool same_in_ucs4 = true;
-    /// Planes 1 and 2, which have most of what texts have.
-    static constexpr long_code_shape long_codes{{four_byte_lead, 0xA1, 0xA1, 0xA1}, {1, 16, 94, 94}, 4, 2 * 94 * 94};
+    static constexpr unsigned plane_size = 94 * 94;
+    /// Planes 1 to 4, which have most of the BMP.
+    static constexpr long_code_shape long_codes{
+        {four_byte_lead, 0xA1, 0xA1, 0xA1}, {1, 16, 94, 94}, 4, 4 * plane_size, 2 * plane_size};
 
     static constexpr offset_t step(const uchar* p, offset_t) {
         return p[0] == four_byte_lead ? 4 : leads.contains(p[0]) ? 2 : 1;

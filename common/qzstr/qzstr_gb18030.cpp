@@ -22,7 +22,7 @@ struct gb18030 : block_walks<gb18030>,
     static constexpr char32_t ucs4_mask = 0xFFFFFFFF;
     static constexpr bool same_in_ucs4 = true;
     /// 81 30 81 30 to 84 31 A4 39 for the BMP, from 90 30 81 30 on for the other planes.
-    static constexpr long_code_shape long_codes{{0x81, '0', 0x81, '0'}, {126, 10, 126, 10}, 4, 39420, 189000};
+    static constexpr long_code_shape long_codes{{0x81, '0', 0x81, '0'}, {126, 10, 126, 10}, 4, 39420, 39420, 189000};
 
     /// A lead with a digit behind it has four bytes, valid or not.
     static constexpr offset_t step(const uchar* p, offset_t left) {

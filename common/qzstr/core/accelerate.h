@@ -43,6 +43,17 @@ constexpr std::uint16_t decoded_cell(const uchar (&p)[4], unsigned length) {
     return d2.consumed == length ? substituted : d2.consumed == 1 ? lead_substituted : ask;
 }
 
+/// The same of a longer code that UCS-2 replaces although other forms may have it.
+template <class F>
+constexpr std::uint16_t cell_beyond_ucs2(const uchar (&p)[4], unsigned length) {
+    const auto d2 = F::template decode<form::ucs2>(p, 4), d4 = F::template decode<form::ucs4>(p, 4),
+               d16 = F::template decode<form::utf16>(p, 4);
+    const bool usual = d2.what != decltype(d2.what)::ok && d2.unit[0] == replacement && d2.consumed == length &&
+                       d4.what == d16.what && d4.units == 1 && d4.consumed == length;
+    if (!usual || d4.unit[0] > 0xFFFF) return ask;
+    return d4.what == d2.what ? substituted : __builtin_bswap16(static_cast<std::uint16_t>(d4.unit[0]));
+}
+
 template <class F>
 consteval unsigned count_leads() {
     unsigned leads = 0;
@@ -71,7 +82,8 @@ struct pair_cells {
 
     consteval pair_cells() {
         for (std::uint32_t n = 0; n < longer.count; ++n)
-            cell[long_cells + n] = decoded_cell<F>(longer.at(n).byte, longer.bytes);
+            cell[long_cells + n] = n < longer.ucs2 ? decoded_cell<F>(longer.at(n).byte, longer.bytes)
+                                                   : cell_beyond_ucs2<F>(longer.at(n).byte, longer.bytes);
         cell[long_cells + longer.count] = ask;
         std::uint32_t next = 512;
         for (unsigned b = 0; b < 256; ++b) {

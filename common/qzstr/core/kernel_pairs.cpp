@@ -426,8 +426,12 @@ template <bool LongCodes, class Target>
             number = long_code.number();
             index = _mm512_mask_add_epi32(index, here, _mm512_min_epu32(number, all_of(plan.longer.count)),
                                           all_of(plan.long_cells));
+            if constexpr (!Target::holds_supplementary) {
+                const __mmask16 known = _mm512_mask_cmplt_epu32_mask(here, number, all_of(plan.longer.count));
+                supplementary = _mm512_mask_cmpge_epu32_mask(known, number, all_of(plan.longer.ucs2));
+            }
             number = _mm512_sub_epi32(number, all_of(plan.longer.supplementary));
-            supplementary = _mm512_mask_cmplt_epu32_mask(here, number, all_of(supplementary_count));
+            supplementary |= _mm512_mask_cmplt_epu32_mask(here, number, all_of(supplementary_count));
             is_long >>= 16;
             long_code.drop();
         }
@@ -534,6 +538,7 @@ template <bool LongCodes, class Target>
     const auto characters = block_characters::of(plan.longer, start_of_pairs, end, telling);
     const paired_bytes text(plan, p, left);
     const long_code_reader number_at(plan.longer);
+    const std::uint32_t beyond_ucs2 = plan.longer.count - plan.longer.ucs2;
     Target to = target; // a store to what it leads to could change a reference
     std::uint64_t start = characters.start;
     for (; start != 0; start &= start - 1) {
@@ -547,6 +552,10 @@ template <bool LongCodes, class Target>
             const std::uint32_t beyond_bmp = (number - plan.longer.supplementary) | ~is_long;
             if (beyond_bmp < supplementary_count) {
                 if (!to.put_supplementary(beyond_bmp)) break;
+                continue;
+            }
+            if (!Target::holds_supplementary && (number | ~is_long) - plan.longer.ucs2 < beyond_ucs2) {
+                if (!to.put_supplementary(0)) break;
                 continue;
             }
         }
@@ -920,7 +929,7 @@ converted decode_pairs(const pair_decoding& plan, unit_layout layout, const ucha
         const auto decode = [&]<form Form, order Order> {
             return decode_pairs_as<Form, Order>(plan, src, n, dst, units);
         };
-        return layout == unit_layout::utf16_big && plan.longer.supplementary != no_supplementary
+        return layout == unit_layout::utf16_big && !plan.longer.same_in_ucs2()
                    ? decode.template operator()<form::utf16, order::big>()
                    : in_layout(layout, decode);
     });
@@ -943,6 +952,7 @@ recoded_run pairs_to_utf8(const pair_decoding& plan, const uchar* src, std::size
         alignas(64) uchar decoded[2 * piece];
         pair_decoding in_bmp = plan;
         in_bmp.longer.supplementary = no_supplementary;
+        in_bmp.longer.ucs2 = plan.longer.count;
         recoded_run done{};
         const auto took_piece = [&]<form Form>(const pair_decoding& of) {
             constexpr std::size_t unit = unit_size<Form>;

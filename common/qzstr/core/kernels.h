@@ -40,9 +40,9 @@ struct long_code_shape {
     uchar first[4]; ///< the first one
     uchar radix[4]; ///< how many values each byte has, from there on
     unsigned bytes;
-    std::uint32_t count; ///< how many of them are decoded by a table
-    std::uint32_t supplementary =
-        no_supplementary; ///< number of the one for U+10000, from which those of other planes go on
+    std::uint32_t count;                            ///< how many of them are decoded by a table
+    std::uint32_t ucs2;                             ///< how many of these UCS-2 has; it replaces the others
+    std::uint32_t supplementary = no_supplementary; ///< number of the one for U+10000, from which other planes go on
 
     struct code {
         uchar byte[4];
@@ -53,6 +53,7 @@ struct long_code_shape {
             c.byte[i] = static_cast<uchar>(first[i] + number % radix[i]);
         return c;
     }
+    constexpr bool same_in_ucs2() const { return ucs2 == count && supplementary == no_supplementary; }
     constexpr bool told_by_lead() const { return radix[0] == 1; }
     constexpr std::uint32_t pair_weight() const { return std::uint32_t{radix[2]} * radix[3]; }
 };
