@@ -22,6 +22,15 @@ struct char_position {
     offset_t number;
 };
 
+/// The bytes of the first `chars` characters by `step`.
+template <class Step>
+offset_t walk_bytes(const uchar* p, offset_t chars, Step step) {
+    offset_t at = 0;
+    for (; chars > 0; --chars)
+        at += step(p + at, unbounded);
+    return at;
+}
+
 /// Walks by `step`; the text is not empty. The end may lie behind the text.
 template <class Step>
 char_position find_char(const uchar* p, offset_t len, offset_t n, Step step) {
@@ -167,10 +176,7 @@ struct multibyte {
         return count;
     }
     static offset_t bytes_of(const uchar* p, offset_t chars) {
-        offset_t at = 0;
-        for (; chars > 0; --chars)
-            at += F::step(p + at, unbounded);
-        return at;
+        return walk_bytes(p, chars, F::step);
     }
     static char_position find(const uchar* p, offset_t len, offset_t n) { return find_char(p, len, n, F::step); }
     static prefix fit(const uchar* p, offset_t len, offset_t limit) {
@@ -232,13 +238,15 @@ struct block_walks : multibyte<F> {
     }
     /// k characters take at least k bytes, so no read goes further than the characters require.
     static offset_t bytes_of(const uchar* p, offset_t chars) {
+        constexpr std::size_t few = 16; // sooner walked than looked at as a block
         std::size_t at = 0;
-        for (auto left = static_cast<std::size_t>(chars); left > 0;) {
+        auto left = static_cast<std::size_t>(chars);
+        while (left > few) {
             const moved m = pass(p + at, left, unbounded, left, F::count_step);
             at += m.read;
             left -= m.written;
         }
-        return static_cast<offset_t>(at);
+        return static_cast<offset_t>(at) + walk_bytes(p + at, static_cast<offset_t>(left), F::count_step);
     }
 
     /// By blocks up to the last few bytes, where the walk must see which character is the last.
