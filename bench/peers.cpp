@@ -45,7 +45,7 @@ const charset charsets[QZSTR_CHARSET_MAX] = {
     {QZSTR_CHARSET_SJIS_TILDE, "ja", "SHIFT_JIS", "shift_jis"},
     {QZSTR_CHARSET_ZHT16BIG5, "zh-tw", "BIG5", "big5"},
     {QZSTR_CHARSET_ZHT16MSWIN950, "zh-tw", "CP950", "windows-950"},
-    {QZSTR_CHARSET_GB18030, "zh-cn", "GB18030", "gb18030"},
+    {QZSTR_CHARSET_GB18030, "zh-cn ko", "GB18030", "gb18030"},
     {QZSTR_CHARSET_ISO8859P8, "he", "ISO-8859-8", "iso-8859-8"},
     {QZSTR_CHARSET_EUCTW, "zh-tw", "EUC-TW", "euc-tw"},
     {QZSTR_CHARSET_ISO2022KR, "ko", "ISO-2022-KR", "iso-2022-kr"},
