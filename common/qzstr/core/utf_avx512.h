@@ -256,12 +256,13 @@ template <bool Pairs, class Store>
         // The usual blocks, with all bytes and room that they may ask for.
         while (!careful && n - base >= block_size && units - done >= block_size) {
             const uchar* const p = src + base;
-            const text_and_before t{_mm512_loadu_si512(p), _mm512_loadu_si512(p - 1), _mm512_loadu_si512(p - 2),
-                                    _mm512_loadu_si512(p - 3)};
-            if (_mm512_movepi8_mask(t.text) == 0 && goes_on == 0) {
-                put_ascii(t.text, block_size);
+            const __m512i text = _mm512_loadu_si512(p);
+            if (_mm512_movepi8_mask(text) == 0 && goes_on == 0) {
+                put_ascii(text, block_size);
                 continue;
             }
+            const text_and_before t{text, _mm512_loadu_si512(p - 1), _mm512_loadu_si512(p - 2),
+                                    _mm512_loadu_si512(p - 3)};
             const block_plan plan = block_plan::of_usual(t, p, block_size, bytes);
             if (plan.wrong<Pairs>(t) != 0) break;
             const joined_units joined = joined_units::of<Pairs>(t, plan, bytes);
