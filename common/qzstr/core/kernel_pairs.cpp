@@ -137,7 +137,7 @@ constexpr std::uint16_t replacement_cell = 0xFDFF; // U+FFFD in big-endian order
 template <form Form, order Order>
 struct unit_target {
     static constexpr std::size_t unit = unit_size<Form>;
-    static constexpr bool holds_supplementary = Form != form::ucs2;
+    static constexpr bool holds_supplementary = Form != form::ucs2; ///< what else UCS-2 has not, is replaced too
     uchar* dst;
     std::size_t limit;
     std::size_t units = 0;

@@ -357,26 +357,15 @@ bool narrow_units(const uchar* src, uchar* dst) {
     return true;
 }
 
-/// Of 16 units and what a pair among them takes along: units read and written. None where a surrogate is alone.
+/// Of 16 units with pairs among them, up to one that is cut or a surrogate alone: units read and written.
 template <order Order>
-moved join_pairs([[maybe_unused]] const uchar* src, [[maybe_unused]] uchar* dst) {
+moved join_group([[maybe_unused]] const uchar* src, [[maybe_unused]] uchar* dst) {
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
-    const auto all = [](int v) { return _mm512_set1_epi32(v); };
-    const auto load = [](const uchar* p) {
-        const __m512i units = _mm512_cvtepu16_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)));
-        return Order == order::big ? _mm512_srli_epi32(swap_bytes_32(units), 16) : units;
-    };
-    const auto of_kind = [all](__m512i v, int first) {
-        return _mm512_cmpeq_epi32_mask(_mm512_and_si512(v, all(0xFC00)), all(first));
-    };
-    const __m512i unit = load(src), next = load(src + 2);
-    const std::uint32_t high = of_kind(unit, 0xD800), low = of_kind(unit, 0xDC00), before_low = of_kind(next, 0xDC00);
-    if (((high & ~before_low) | (low & ~(high << 1))) != 0) return {};
-    const __m512i joined = _mm512_add_epi32(_mm512_slli_epi32(unit, 10), _mm512_sub_epi32(next, all(0x35FDC00)));
-    const __m512i c = _mm512_mask_mov_epi32(unit, static_cast<__mmask16>(high), joined);
-    const __mmask16 kept = static_cast<__mmask16>(~low);
+    std::size_t count = 16;
+    __m512i c = load_group<form::utf16, Order>(src, count);
+    const __mmask16 second = join_pairs(c, count), kept = first_lanes(count) & static_cast<__mmask16>(~second);
     _mm512_storeu_si512(dst, _mm512_maskz_compress_epi32(kept, Order == order::big ? swap_bytes_32(c) : c));
-    return {16 + (high >> 15), static_cast<std::size_t>(std::popcount(kept))};
+    return {count, static_cast<std::size_t>(std::popcount(kept))};
 #else
     return {};
 #endif
@@ -392,10 +381,10 @@ moved utf16_to_ucs4_as(const uchar* src, std::size_t n, uchar* dst, std::size_t 
             done += unit_group;
             continue;
         }
-        if (n - i > 16 && units - done >= 16)
-            if (const moved pairs = join_pairs<Order>(src + i * 2, dst + done * 4); pairs.read != 0) {
-                i += pairs.read;
-                done += pairs.written;
+        if (n - i >= 16 && units - done >= 16)
+            if (const moved group = join_group<Order>(src + i * 2, dst + done * 4); group.read != 0) {
+                i += group.read;
+                done += group.written;
                 continue;
             }
         for (const std::size_t until = std::min(n, i + unit_group); i < until && done < units; ++done) {

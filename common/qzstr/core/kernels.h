@@ -39,7 +39,7 @@ inline constexpr std::uint32_t supplementary_count = 0x100000;
 struct long_code_shape {
     uchar first[4]; ///< the first one
     uchar radix[4]; ///< how many values each byte has, from there on
-    unsigned bytes;
+    unsigned bytes = 2;
     std::uint32_t count;                            ///< how many of them are decoded by a table
     std::uint32_t ucs2;                             ///< how many of these UCS-2 has; it replaces the others
     std::uint32_t supplementary = no_supplementary; ///< number of the one for U+10000, from which other planes go on
