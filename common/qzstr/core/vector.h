@@ -329,7 +329,7 @@ constexpr std::size_t lowest(std::uint64_t bits) {
 /// The place of the n-th bit that is set, counted from 0; 64 where there are not so many.
 [[maybe_unused]] std::size_t nth_bit(std::uint64_t bits, std::size_t n) {
 #if QZSTR_LEVEL_NUMBER >= QZSTR_IS_avx2
-    return lowest(_pdep_u64(1ULL << n, bits));
+    return lowest(_pdep_u64(n < 64 ? 1ULL << n : 0, bits));
 #else
     for (; n > 0; --n)
         bits &= bits - 1;
