@@ -175,9 +175,7 @@ struct multibyte {
             at += F::step(p + at, len - at);
         return count;
     }
-    static offset_t bytes_of(const uchar* p, offset_t chars) {
-        return walk_bytes(p, chars, F::step);
-    }
+    static offset_t bytes_of(const uchar* p, offset_t chars) { return walk_bytes(p, chars, F::step); }
     static char_position find(const uchar* p, offset_t len, offset_t n) { return find_char(p, len, n, F::step); }
     static prefix fit(const uchar* p, offset_t len, offset_t limit) {
         return cut_to_columns(p, len, limit, F::step, F::columns);

@@ -84,7 +84,8 @@ constexpr core::encoded encode_euc_jp(char32_t c, char32_t next) {
 
 /// What joins the character before it in EUC-JP.
 struct euc_jp_marks : japanese_marks {
-    static constexpr core::long_code_shape long_codes{{euc_jp_triple, 0xA1, 0xA1, 0}, {1, 94, 94, 1}, 3, 94 * 94, 94 * 94};
+    static constexpr core::long_code_shape long_codes{
+        {euc_jp_triple, 0xA1, 0xA1, 0}, {1, 94, 94, 1}, 3, 94 * 94, 94 * 94};
     static bool joins(char32_t first, char32_t second) { return qzstr_euc_jisx0213_compose(first, second) != 0; }
 };
 
