@@ -30,7 +30,9 @@ struct eucjp : block_walks<eucjp>,
         return encode_euc_jp(c, next);
     }
 
-    static offset_t step(const uchar* p, offset_t) { return *p == euc_jp_triple ? 3 : leads.contains(*p) ? 2 : 1; }
+    static constexpr offset_t step(const uchar* p, offset_t) {
+        return *p == euc_jp_triple ? 3 : leads.contains(*p) ? 2 : 1;
+    }
     static offset_t columns(const uchar* p) { return step(p, unbounded) == 1 ? 1 : 2; }
 
     static constexpr const byte_set& flip_leads = leads;

@@ -167,9 +167,15 @@ struct iso2022kr : decoders<iso2022kr>, encoders<iso2022kr> {
             if (d.consumed == 2) return korean(p);
             return {{static_cast<uchar>(d.unit[0])}, d.units, d.consumed, d.what};
         };
-        const auto is_plain_here = [&state](uchar b) { return !state.out && is_plain(b); };
+        const auto run = [&state](const uchar* src, std::size_t n, uchar* dst, std::size_t room) -> converted {
+            std::size_t i = 0;
+            if (!state.out)
+                for (; i < n && i < room && is_plain(src[i]); ++i)
+                    dst[i] = src[i];
+            return {i, i, false};
+        };
         const conv_status_t status =
-            recode<false>(bytes(str), at_least_0(str_len), bytes(buf), at_least_0(buf_size), at, step, is_plain_here);
+            recode(bytes(str), at_least_0(str_len), bytes(buf), at_least_0(buf_size), at, run, step);
         return report(status, at, read_len, write_len);
     }
     static conv_status_t get_ascii_str QZSTR_CELL_PARAMETERS {

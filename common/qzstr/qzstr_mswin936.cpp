@@ -60,7 +60,7 @@ struct mswin936 : double_byte<mswin936>,
         return c == euro ? single(euro_byte) : unmappable();
     }
 
-    static recoded reduce(const uchar* p, offset_t left) {
+    static constexpr recoded reduce(const uchar* p, offset_t left) {
         // KEPT: the Euro byte passes into ASCII text as it is.
         if (p[0] == euro_byte) return {{p[0]}, 1, 1, outcome::ok};
         return ascii_reduction::reduce(p, left);

@@ -78,7 +78,7 @@ struct mswin949 : double_byte<mswin949>,
         if (!require_buffers(str, "str != NULL", buf, "buf != NULL", write_len, where.source, 0))
             return report(exact, at, read_len, write_len);
         const conv_status_t status =
-            recode<true>(bytes(str), at_least_0(str_len), bytes(buf), at_least_0(buf_size), at, to_euckr);
+            recode(bytes(str), at_least_0(str_len), bytes(buf), at_least_0(buf_size), at, recode_ascii, to_euckr);
         return report(status, at, read_len, write_len);
     }
 

@@ -41,9 +41,7 @@ struct sjis : double_byte<sjis>,
     }
 
     // KEPT: the yen sign and the overline are no ASCII, so 5C and 7E become "?".
-    static constexpr bool ascii_is_itself = false;
-    static constexpr bool is_plain(uchar b) { return b < 0x80 && b != 0x5C && b != 0x7E; }
-    static recoded reduce(const uchar* p, offset_t left) {
+    static constexpr recoded reduce(const uchar* p, offset_t left) {
         if (p[0] == 0x5C || p[0] == 0x7E) return {{'?'}, 1, 1, outcome::bad};
         return ascii_reduction::reduce(p, left);
     }

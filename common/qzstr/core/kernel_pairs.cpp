@@ -48,6 +48,9 @@ converted encode_pairs(const pair_encoding&, unit_layout, const uchar*, std::siz
 recoded_run pairs_to_utf8(const pair_decoding&, const uchar*, std::size_t, uchar*, std::size_t, std::size_t) {
     return {};
 }
+converted reduce_pairs(const pair_reduction&, const uchar*, std::size_t, uchar*, std::size_t) {
+    return {};
+}
 moved skip_pairs(const byte_set& leads, const uchar* p, std::size_t n, std::size_t chars) {
     moved at{};
     for (; at.read < n && at.written < chars; ++at.written)
@@ -979,6 +982,86 @@ converted encode_pairs(const pair_encoding& plan, unit_layout layout, const ucha
     return leaving([&] {
         return in_layout(layout,
                          [&]<form Form, order Order> { return encode_pairs_as<Form, Order>(plan, src, n, dst, room); });
+    });
+}
+
+namespace {
+
+/// What became of the characters of a block: bytes read and written.
+struct reduced_block {
+    std::size_t read, written;
+    bool replaced;
+};
+
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+
+reduced_block reduce_block(const pair_reduction& plan, const uchar* p, std::size_t left, std::uint64_t start,
+                           std::size_t end, uchar* dst, std::size_t room) {
+    const __m512i byte = text_end{p, left}.bytes(), value = look_up_256(plan.to, byte);
+    if (const std::uint64_t stops = start & _mm512_testn_epi8_mask(value, value); stops != 0) {
+        end = lowest(stops);
+        start &= first_bits(end);
+    }
+    const auto count = static_cast<std::size_t>(std::popcount(start));
+    const __m512i mark = _mm512_set1_epi8('?');
+    store_first(dst, room, _mm512_maskz_compress_epi8(start, value), count);
+    const std::uint64_t replaced =
+        _mm512_mask_cmpeq_epi8_mask(start, value, mark) & _mm512_cmpneq_epi8_mask(byte, mark);
+    return {end, count, replaced != 0};
+}
+
+#else
+
+reduced_block reduce_block(const pair_reduction& plan, const uchar* p, std::size_t, std::uint64_t start,
+                           std::size_t end, uchar* dst, std::size_t) {
+    std::size_t count = 0;
+    bool replaced = false;
+    for (; start != 0; start &= start - 1) {
+        const uchar byte = p[lowest(start)], value = plan.to[byte];
+        if (value == 0) return {lowest(start), count, replaced};
+        dst[count++] = value;
+        replaced |= value == '?' && byte != '?';
+    }
+    return {end, count, replaced};
+}
+
+#endif
+
+} // namespace
+
+converted reduce_pairs(const pair_reduction& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+    return leaving([&]() -> converted {
+        std::size_t base = 0, written = 0;
+        bool replaced = false;
+        while (base < n) {
+            const uchar* const p = src + base;
+            const std::size_t left = n - base, here = std::min(left, block_size);
+            if (plan.copies_ascii && std::min(left, room - written) >= block_size &&
+                mask_64(p, [](block b) { return b.high_bits(); }) == 0) {
+                std::memcpy(dst + written, p, block_size);
+                base += block_size;
+                written += block_size;
+                continue;
+            }
+            const std::uint64_t leads = leads_among(members(*plan.leads, p, left), 0);
+            const std::size_t lead_at_end = leads >> (here - 1) & 1;
+            // A lead in the last byte of the text is left.
+            const std::size_t end = left > block_size ? here + lead_at_end : here - lead_at_end;
+            std::uint64_t start = starts_after(leads, 0) & first_bits(end);
+            std::size_t until = end;
+            if (plan.longer != nullptr)
+                if (const std::uint64_t longer = start & leads & members(*plan.longer, p + 1, left - 1); longer != 0) {
+                    until = lowest(longer);
+                    start &= first_bits(until);
+                }
+            if (room - written < static_cast<std::size_t>(std::popcount(start))) break;
+            const reduced_block done = reduce_block(plan, p, left, start, until, dst + written, room - written);
+            base += done.read;
+            written += done.written;
+            replaced |= done.replaced;
+            if (done.read < end || end == 0) break;
+        }
+        return {base, written, replaced};
     });
 }
 

@@ -116,6 +116,14 @@ struct encoded_bytes {
     bool replaced;
 };
 
+/// A byte for each character of one or two bytes, by its first one; zero where there is none. What becomes "?" is replaced.
+struct pair_reduction {
+    alignas(64) uchar to[256];
+    const byte_set* leads;
+    const byte_set* longer; ///< with what a lead makes a longer character, which is left; null: nothing
+    bool copies_ascii;      ///< every byte below 0x80 stays
+};
+
 /// A byte for each byte.
 struct byte_map {
     alignas(64) uchar to[256];
@@ -179,6 +187,10 @@ struct long_forms {
       (plan, src, n, dst, units))                                                                                      \
     /* Maps n bytes, also in place. */                                                                                 \
     K(void, map_bytes, (const byte_map& map, const uchar* src, std::size_t n, uchar* dst), (map, src, n, dst))         \
+    /* Converts one- and two-byte characters to bytes, up to one for which the plan has none. */                       \
+    K(converted, reduce_pairs,                                                                                         \
+      (const pair_reduction& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room),                     \
+      (plan, src, n, dst, room))                                                                                       \
     /* Walks over at most `chars` characters that begin in the first n bytes: `read` is where the next one begins */   \
     /* (n + 1 after a lead in the last byte), `written` the characters passed. Takes all that there is. */             \
     K(moved, skip_pairs, (const byte_set& leads, const uchar* p, std::size_t n, std::size_t chars),                    \

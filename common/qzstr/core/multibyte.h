@@ -302,7 +302,7 @@ private:
 /// The same for a family whose characters are one byte, or two after a byte of `F::leads`, and as many columns.
 template <class F>
 struct double_byte : block_walks<F> {
-    static offset_t step(const uchar* p, offset_t) { return F::leads.contains(*p) ? 2 : 1; }
+    static constexpr offset_t step(const uchar* p, offset_t) { return F::leads.contains(*p) ? 2 : 1; }
 
     static moved skip(const uchar* p, std::size_t n, std::size_t chars) { return skip_pairs(F::leads, p, n, chars); }
 

@@ -143,47 +143,71 @@ struct recoded {
     outcome what;
 };
 
-/// Converts bytes to bytes by a family's rule `step(p, left)` until source or target end. Where ASCII is itself, its runs
-/// are copied whole; elsewhere those for whose bytes `is_plain` holds.
-template <bool AsciiIsItself, class Step, class IsPlain = bool (*)(uchar)>
-conv_status_t recode(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at, Step step,
-                     [[maybe_unused]] IsPlain is_plain = nullptr) {
+/// Converts bytes to bytes by a family's rule `step(p, left)` until source or target end, and before each step what
+/// `run(src, n, dst, room)` takes.
+template <class Run, class Step>
+conv_status_t recode(const uchar* src, offset_t len, uchar* dst, offset_t size, progress& at, Run run, Step step) {
     conv_status_t status = exact;
     while (at.read < len) {
         if (at.written >= size) return status | stopped;
-        if (AsciiIsItself && src[at.read] < 0x80) {
-            const offset_t room = size - at.written < len - at.read ? size - at.written : len - at.read;
-            const std::size_t run = copy_ascii(src + at.read, static_cast<std::size_t>(room), dst + at.written);
-            at.read += static_cast<offset_t>(run);
-            at.written += static_cast<offset_t>(run);
-            continue;
-        }
-        if constexpr (!AsciiIsItself) {
-            progress here = at;
-            while (here.read < len && here.written < size && is_plain(src[here.read]))
-                dst[here.written++] = src[here.read++];
-            const bool passed = here.read > at.read;
-            at = here;
-            if (passed) continue;
-        }
+        const converted fast = run(src + at.read, static_cast<std::size_t>(len - at.read), dst + at.written,
+                                   static_cast<std::size_t>(size - at.written));
+        at.read += static_cast<offset_t>(fast.read);
+        at.written += static_cast<offset_t>(fast.written);
+        if (fast.replaced) status |= replaced;
+        if (fast.read != 0) continue;
         const recoded r = step(src + at.read, len - at.read);
         if (r.what == outcome::cut || size - at.written < r.bytes) return status | stopped;
-        std::memcpy(dst + at.written, r.byte, r.bytes);
+        if (r.bytes > 0) dst[at.written] = r.byte[0]; // cheaper than a copy of unknown length
+        if (r.bytes > 1) dst[at.written + 1] = r.byte[1];
         if (r.what == outcome::bad) status |= replaced;
+        if (r.consumed == 0) { // the same again until the target is full
+            std::memset(dst + at.written, r.byte[0], static_cast<std::size_t>(size - at.written));
+            at.written = size;
+            return status | stopped;
+        }
         at.written += r.bytes;
         at.read += r.consumed;
     }
     return status;
 }
 
-/// The reduction to ASCII: one "?" for each character that is none. A family may replace `reduce`, and with it
-/// `ascii_is_itself`, whether every byte below 0x80 is copied, and where not, `is_plain`, which ones are.
+/// A run of ASCII, which is itself.
+inline converted recode_ascii(const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+    const std::size_t run = src[0] < 0x80 ? copy_ascii(src, n < room ? n : room, dst) : 0;
+    return {run, run, false};
+}
+
+/// What the first byte of a character of one or two bytes becomes by F's `reduce`; zero where that is not all, or another
+/// length than `leads` tell.
+template <class F>
+consteval pair_reduction make_reduction() {
+    pair_reduction plan{{}, &F::leads, nullptr, true};
+    if constexpr (requires { F::digits; }) plan.longer = &F::digits;
+    for (unsigned b = 0; b < 256; ++b) {
+        const int length = F::leads.contains(b) ? 2 : 1;
+        bool usual = true;
+        for (unsigned trail = 0; trail < 256; ++trail) {
+            const uchar text[4] = {static_cast<uchar>(b), static_cast<uchar>(trail), 0, 0};
+            const recoded r = F::reduce(text, 4);
+            const bool is_replacement = r.byte[0] == '?' && b != '?';
+            if (length == 2 && plan.longer != nullptr && plan.longer->contains(text[1])) continue;
+            usual &= r.bytes == 1 && r.consumed == length && (r.what == outcome::bad) == is_replacement;
+            plan.to[b] = r.byte[0];
+        }
+        if (!usual) plan.to[b] = 0;
+        if (b < 0x80 && plan.to[b] != b) plan.copies_ascii = false;
+    }
+    return plan;
+}
+
+template <class F>
+inline constexpr pair_reduction reduction_of = make_reduction<F>();
+
+/// The reduction to ASCII: one "?" for each character that is none. A family may replace `reduce`.
 template <class F>
 struct ascii_reduction {
-    static constexpr bool ascii_is_itself = true;
-    static constexpr bool is_plain(uchar b) { return b < 0x80; }
-
-    static recoded reduce(const uchar* p, offset_t left) {
+    static constexpr recoded reduce(const uchar* p, offset_t left) {
         if (p[0] < 0x80) return {{p[0]}, 1, 1, outcome::ok};
         const offset_t size = F::step(p, left);
         if (size > left) return {{}, 0, 0, outcome::cut};
@@ -197,8 +221,15 @@ struct ascii_reduction {
         if (!require_buffers(str, "str != NULL", buf, "buf != NULL", write_len, F::where.source,
                              F::where.get_ascii_str))
             return report(exact, at, read_len, write_len);
-        const conv_status_t status = recode<F::ascii_is_itself>(bytes(str), at_least_0(str_len), bytes(buf),
-                                                                at_least_0(buf_size), at, F::reduce, F::is_plain);
+        const auto run = [](const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
+            if constexpr (decodes_pairs<F>)
+                if (src[0] >= 0x80 || !reduction_of<F>.copies_ascii)
+                    return reduce_pairs(reduction_of<F>, src, n, dst, room);
+            return recode_ascii(src, n, dst, room);
+        };
+        const auto step = [](const uchar* p, offset_t left) { return F::reduce(p, left); };
+        const conv_status_t status =
+            recode(bytes(str), at_least_0(str_len), bytes(buf), at_least_0(buf_size), at, run, step);
         return report(status, at, read_len, write_len);
     }
 };

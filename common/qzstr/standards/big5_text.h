@@ -42,7 +42,7 @@ struct big5_text : core::double_byte<F>,
     static constexpr core::byte_set leads{core::byte_range{0x81, 0xC6}, core::byte_range{0xC9, 0xFE}};
     static constexpr core::byte_set decode_leads{core::byte_range{0x81, 0xFE}};
 
-    static core::recoded reduce(const uchar* p, core::offset_t left) {
+    static constexpr core::recoded reduce(const uchar* p, core::offset_t left) {
         // KEPT: a high byte that is no lead is never consumed; its "?" fills the target.
         if (p[0] >= 0x80 && !leads.contains(p[0])) return {{'?'}, 1, 0, core::outcome::bad};
         return core::ascii_reduction<F>::reduce(p, left);
