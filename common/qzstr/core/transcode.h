@@ -191,7 +191,8 @@ consteval pair_reduction make_reduction() {
             const uchar text[4] = {static_cast<uchar>(b), static_cast<uchar>(trail), 0, 0};
             const recoded r = F::reduce(text, 4);
             const bool is_replacement = r.byte[0] == '?' && b != '?';
-            if (length == 2 && plan.longer != nullptr && plan.longer->contains(text[1])) continue;
+            if constexpr (requires { F::digits; })
+                if (length == 2 && F::digits.contains(text[1])) continue;
             usual &= r.bytes == 1 && r.consumed == length && (r.what == outcome::bad) == is_replacement;
             plan.to[b] = r.byte[0];
         }
