@@ -1,4 +1,4 @@
-// Tables of 256 bytes on AVX-512, and the encoding of units that stand in two planes of bytes.
+// Tables on AVX-512, and the encoding of units that stand in two planes of bytes.
 #pragma once
 
 #include "core/kernels.h"
@@ -20,6 +20,11 @@ struct half_table {
 inline __m512i look_up_256(const uchar* table, __m512i index) {
     const __m512i lower = half_table(table).at(index), upper = half_table(table + 128).at(index);
     return _mm512_mask_mov_epi8(lower, _mm512_movepi8_mask(index), upper);
+}
+
+/// The cells of 16 indices, each with the next one in the upper half of its lane.
+inline __m512i gather(const std::uint16_t* cells, __m512i index) {
+    return _mm512_i32gather_epi32(index, cells, 2);
 }
 
 /// The cells of the units `here` one by one.
