@@ -35,7 +35,7 @@ struct eucjp : block_walks<eucjp>,
     }
     static offset_t columns(const uchar* p) { return step(p, unbounded) == 1 ? 1 : 2; }
 
-    static constexpr const byte_set& flip_leads = leads;
+    static constexpr const byte_set& pair_leads = leads;
     static constexpr long_forms forms{&leads, euc_jp_triple, 1};
     static moved skip(const uchar* p, std::size_t n, std::size_t chars) { return skip_long_forms(forms, p, n, chars); }
 

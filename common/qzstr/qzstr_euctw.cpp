@@ -54,9 +54,9 @@ struct euctw : block_walks<euctw>,
     static constexpr auto get_euctw_str = qzstr_get_same_charset_str;
 
     /// Seen as pairs, a form of four bytes is two.
-    static constexpr byte_set flip_leads{byte_range{four_byte_lead, four_byte_lead}, byte_range{0xA1, 0xFE}};
-    static constexpr const byte_set& decode_leads = flip_leads;
-    static constexpr long_forms forms{&flip_leads, four_byte_lead, 2};
+    static constexpr byte_set pair_leads{byte_range{four_byte_lead, four_byte_lead}, byte_range{0xA1, 0xFE}};
+    static constexpr const byte_set& decode_leads = pair_leads;
+    static constexpr long_forms forms{&pair_leads, four_byte_lead, 2};
     static moved skip(const uchar* p, std::size_t n, std::size_t chars) { return skip_long_forms(forms, p, n, chars); }
 
     /// Bytes and columns of a character for positions and width.

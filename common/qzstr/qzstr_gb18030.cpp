@@ -112,7 +112,7 @@ struct gb18030 : block_walks<gb18030>,
     static moved skip(const uchar* p, std::size_t n, std::size_t chars) {
         return skip_pairs_before(leads, digits, p, n, chars);
     }
-    static constexpr const byte_set& flip_leads = leads;
+    static constexpr const byte_set& pair_leads = leads;
 
     static offset_t start_of(const uchar* p, offset_t offset) { return block_walks::start_of(p, offset, step); }
     static offset_t last_of(const uchar* p, offset_t start) { return start + step(p + start, unbounded) - 1; }

@@ -17,6 +17,15 @@ constexpr const byte_set& decode_leads() {
         return F::leads;
 }
 
+/// The bytes that take a second one when F counts, where longer codes are seen as pairs.
+template <class F>
+constexpr const byte_set& pair_leads() {
+    if constexpr (requires { F::pair_leads; })
+        return F::pair_leads;
+    else
+        return F::leads;
+}
+
 /// Whether F is a family of one- and two-byte characters for the fast routines. (A family says `widens` when each of its
 /// bytes is the code point of the same value.)
 template <class F>

@@ -111,7 +111,7 @@ converted reduce_pairs(const pair_reduction& plan, const uchar* src, std::size_t
         bool replaced = false;
         while (base < n) {
             const uchar* const p = src + base;
-            const std::size_t left = n - base, here = std::min(left, block_size);
+            const std::size_t left = n - base;
             if (plan.copies_ascii && std::min(left, room - written) >= block_size &&
                 mask_64(p, [](block b) { return b.high_bits(); }) == 0) {
                 std::memcpy(dst + written, p, block_size);
@@ -119,23 +119,24 @@ converted reduce_pairs(const pair_reduction& plan, const uchar* src, std::size_t
                 written += block_size;
                 continue;
             }
-            const std::uint64_t leads = leads_among(members(*plan.leads, p, left), 0);
-            const std::size_t lead_at_end = leads >> (here - 1) & 1;
-            // A lead in the last byte of the text is left.
-            const std::size_t end = left > block_size ? here + lead_at_end : here - lead_at_end;
-            std::uint64_t start = starts_after(leads, 0) & first_bits(end);
-            std::size_t until = end;
-            if (plan.longer != nullptr)
-                if (const std::uint64_t longer = start & leads & members(*plan.longer, p + 1, left - 1); longer != 0) {
-                    until = lowest(longer);
-                    start &= first_bits(until);
-                }
-            if (room - written < static_cast<std::size_t>(std::popcount(start))) break;
-            const reduced_block done = reduce_block(plan, p, left, start, until, dst + written, room - written);
+            const auto pairs = block_of_pairs::of(members(*plan.leads, p, left), left);
+            std::uint64_t start = pairs.start;
+            std::size_t end = pairs.end;
+            if (plan.longer.count != 0) {
+                const auto telling = [&](auto text) { return pairs.telling(plan.longer, text); };
+                const auto characters = block_characters::of(plan.longer, pairs, over_block(p, left, telling));
+                const std::uint64_t may_end = pairs.leads & pairs.start & ~characters.long_ones;
+                // In this block, or for good.
+                const std::uint64_t open = characters.long_ones & ~(may_end >> (plan.longer.bytes - 2));
+                if (open != 0) end = lowest(open);
+                start = characters.start & first_bits(end);
+            }
+            if (end == 0 || room - written < static_cast<std::size_t>(std::popcount(start))) break;
+            const reduced_block done = reduce_block(plan, p, left, start, end, dst + written, room - written);
             base += done.read;
             written += done.written;
             replaced |= done.replaced;
-            if (done.read < end || end == 0) break;
+            if (done.read < end) break;
         }
         return {base, written, replaced};
     });

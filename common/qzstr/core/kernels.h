@@ -55,6 +55,11 @@ struct long_code_shape {
     }
     constexpr bool same_in_ucs2() const { return ucs2 == count && supplementary == no_supplementary; }
     constexpr bool told_by_lead() const { return radix[0] == 1; }
+    /// Whether these bytes tell one, of which the first one may be the lead of a pair.
+    constexpr bool told_by(uchar byte, bool is_lead, uchar behind) const {
+        if (count == 0) return false;
+        return told_by_lead() ? byte == first[0] : is_lead && behind >= first[1] && behind - first[1] < radix[1];
+    }
     constexpr std::uint32_t pair_weight() const { return std::uint32_t{radix[2]} * radix[3]; }
 };
 
@@ -116,12 +121,12 @@ struct encoded_bytes {
     bool replaced;
 };
 
-/// A byte for each character of one or two bytes, by its first one; zero where there is none. What becomes "?" is replaced.
+/// A byte for each character, by its first one; zero where there is none. What becomes "?" is replaced.
 struct pair_reduction {
     alignas(64) uchar to[256];
-    const byte_set* leads;
-    const byte_set* longer; ///< with what a lead makes a longer character, which is left; null: nothing
-    bool copies_ascii;      ///< every byte below 0x80 stays
+    const byte_set* leads; ///< of pairs, among them those that longer characters are made of
+    long_code_shape longer;
+    bool copies_ascii; ///< every byte below 0x80 stays
 };
 
 /// A byte for each byte.
@@ -187,7 +192,7 @@ struct long_forms {
       (plan, src, n, dst, units))                                                                                      \
     /* Maps n bytes, also in place. */                                                                                 \
     K(void, map_bytes, (const byte_map& map, const uchar* src, std::size_t n, uchar* dst), (map, src, n, dst))         \
-    /* Converts one- and two-byte characters to bytes, up to one for which the plan has none. */                       \
+    /* Converts characters to bytes, up to one for which the plan has none or a malformed longer one. */               \
     K(converted, reduce_pairs,                                                                                         \
       (const pair_reduction& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room),                     \
       (plan, src, n, dst, room))                                                                                       \

@@ -284,7 +284,7 @@ struct block_walks : multibyte<F> {
             const offset_t n = len - at < piece ? len - at : piece;
             const auto passed =
                 static_cast<offset_t>(F::skip(p + at, static_cast<std::size_t>(n), ~std::size_t{0}).read);
-            flip_letters_pairs(F::flip_leads, first, p + at, static_cast<std::size_t>(passed < n ? passed : n));
+            flip_letters_pairs(F::pair_leads, first, p + at, static_cast<std::size_t>(passed < n ? passed : n));
             at += passed;
             for (int k = passed >= 32 ? 1 : 32; k > 0 && at < len; --k) {
                 const offset_t size = F::case_step(p + at, len - at);

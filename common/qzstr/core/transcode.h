@@ -178,21 +178,20 @@ inline converted recode_ascii(const uchar* src, std::size_t n, uchar* dst, std::
     return {run, run, false};
 }
 
-/// What the first byte of a character of one or two bytes becomes by F's `reduce`; zero where that is not all, or another
-/// length than `leads` tell.
+/// What the first byte of a character becomes by F's `reduce`; zero where that is not all, or another length than leads and
+/// the shape of longer codes tell.
 template <class F>
 consteval pair_reduction make_reduction() {
-    pair_reduction plan{{}, &F::leads, nullptr, true};
-    if constexpr (requires { F::digits; }) plan.longer = &F::digits;
+    pair_reduction plan{{}, &pair_leads<F>(), longer_codes<F>(), true};
     for (unsigned b = 0; b < 256; ++b) {
-        const int length = F::leads.contains(b) ? 2 : 1;
         bool usual = true;
         for (unsigned trail = 0; trail < 256; ++trail) {
-            const uchar text[4] = {static_cast<uchar>(b), static_cast<uchar>(trail), 0, 0};
+            const uchar text[4] = {static_cast<uchar>(b), static_cast<uchar>(trail), 0xA1, 0xA1};
+            const bool is_lead = plan.leads->contains(b);
+            const unsigned of_pairs = is_lead ? 2 : 1;
+            const unsigned length = plan.longer.told_by(text[0], is_lead, text[1]) ? plan.longer.bytes : of_pairs;
             const recoded r = F::reduce(text, 4);
             const bool is_replacement = r.byte[0] == '?' && b != '?';
-            if constexpr (requires { F::digits; })
-                if (length == 2 && F::digits.contains(text[1])) continue;
             usual &= r.bytes == 1 && r.consumed == length && (r.what == outcome::bad) == is_replacement;
             plan.to[b] = r.byte[0];
         }

@@ -270,6 +270,10 @@ struct text_at {
     std::uint64_t mask(Mask mask) const {
         return mask_64(p, mask);
     }
+    template <class Mask>
+    std::uint64_t mask_behind(Mask mask) const {
+        return mask_64(p + 1, mask);
+    }
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
     __m512i bytes() const {
         return block::load(p).v;
@@ -288,6 +292,10 @@ struct text_end {
     template <class Mask>
     std::uint64_t mask(Mask mask) const {
         return mask(block{bytes()});
+    }
+    template <class Mask>
+    std::uint64_t mask_behind(Mask mask) const {
+        return (*this + 1).mask(mask);
     }
 };
 #endif
@@ -318,7 +326,7 @@ auto over_block(const uchar* p, std::size_t left, Work work) {
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
     return work(text_end{p, left});
 #else
-    const padded last(p, left < block_size ? left : block_size);
+    const padded last(p, left);
     return work(text_at{last.bytes});
 #endif
 }
