@@ -188,10 +188,11 @@ std::size_t decode_into(const pair_decoding& plan, const uchar* src, std::size_t
             base += pairs.end;
             continue;
         }
-        Target out = target; // what something refers to would not stay in registers
+        Target out = target.copy(); // what something refers to would not stay in registers
         const auto done = telling == 0 ? decode_unusual<false>(plan, p, left, pairs, telling, out)
                                        : decode_unusual<true>(plan, p, left, pairs, telling, out);
-        target = out;
+        target.back_to(out.place());
+        target.replaced |= out.replaced;
         base += done.bytes;
         if (done.stopped) break;
     }

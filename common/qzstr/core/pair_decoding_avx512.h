@@ -24,6 +24,8 @@ struct utf8_target {
     std::size_t written = 0, units = 0;
     bool replaced = false;
 
+    utf8_target copy() const { return {dst, size, limit, written, units, replaced}; }
+
     struct place_in_both {
         std::size_t written, units;
     };
@@ -195,14 +197,13 @@ struct long_code_bytes {
     long_code_bytes(const long_code_shape& longer, const paired_bytes& text, std::uint64_t start)
         : radix(longer.radix[3]), pair_weight(longer.pair_weight()) {
         const auto all = [](uchar b) { return _mm512_set1_epi8(static_cast<char>(b)); };
-        const auto value = [&](std::size_t at) {
-            const std::uint64_t has_it = at < longer.bytes ? start : 0;
-            return _mm512_sub_epi8(_mm512_maskz_compress_epi8(has_it, text.from(at)), all(longer.first[at]));
+        const auto value = [&](int at, __m512i bytes) {
+            return _mm512_sub_epi8(_mm512_maskz_compress_epi8(start, bytes), all(longer.first[at]));
         };
-        first = value(0);
-        second = value(1);
-        third = value(2);
-        fourth = value(3);
+        first = value(0, text.byte);
+        second = value(1, text.behind);
+        third = value(2, text.from(2));
+        fourth = longer.bytes == 4 ? value(3, text.from(3)) : _mm512_setzero_si512();
         valid =
             _mm512_cmplt_epu8_mask(third, all(longer.radix[2])) & _mm512_cmplt_epu8_mask(fourth, all(longer.radix[3]));
     }

@@ -28,6 +28,9 @@ struct unit_target {
     std::size_t units = 0;
     bool replaced = false;
 
+    /// Member by member: as a block it would be copied through memory.
+    unit_target copy() const { return {dst, limit, units, replaced}; }
+
     std::size_t place() const { return units; }
     void back_to(std::size_t before) { units = before; }
 
