@@ -96,7 +96,7 @@ struct long_code_reader {
 /// Decodes the characters of a block one by one, up to the first that must be asked for or has no room.
 template <bool LongCodes, class Target>
 [[gnu::noinline]] decoded_block decode_unusual(pair_decoding plan, const uchar* p, std::size_t left,
-                                               const block_of_pairs& pairs, std::uint64_t telling, Target& target) {
+                                               block_of_pairs pairs, std::uint64_t telling, Target& target) {
     const auto characters = block_characters::of(plan.longer, pairs, telling);
     const paired_bytes text(plan, p, left);
     const long_code_reader number_at(plan.longer);

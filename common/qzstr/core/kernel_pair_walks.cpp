@@ -108,7 +108,7 @@ reduced_block reduce_block(const pair_reduction& plan, const uchar* p, std::size
 converted reduce_pairs(const pair_reduction& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room) {
     return leaving([&]() -> converted {
         std::size_t base = 0, written = 0;
-        bool replaced = false;
+        std::uint64_t replaced = 0; // a byte that is spilt and read back as a word holds everything up
         while (base < n) {
             const uchar* const p = src + base;
             const std::size_t left = n - base;
@@ -138,7 +138,7 @@ converted reduce_pairs(const pair_reduction& plan, const uchar* src, std::size_t
             replaced |= done.replaced;
             if (done.read < end) break;
         }
-        return {base, written, replaced};
+        return {base, written, replaced != 0};
     });
 }
 

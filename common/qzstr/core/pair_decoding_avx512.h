@@ -228,7 +228,7 @@ struct long_code_bytes {
 /// The same for any characters, which are replaced where a cell says so, up to one that must be asked for or has no room.
 template <bool LongCodes, class Target>
 [[gnu::noinline]] decoded_block decode_unusual(const pair_decoding& plan, const uchar* p, std::size_t left,
-                                               const block_of_pairs& pairs, std::uint64_t telling, Target& target) {
+                                               block_of_pairs pairs, std::uint64_t telling, Target& target) {
     const auto characters = block_characters::of(plan.longer, pairs, telling);
     const paired_bytes text(plan, p, left);
     const auto all_of = [](std::uint32_t v) { return _mm512_set1_epi32(static_cast<int>(v)); };
