@@ -247,7 +247,7 @@ converted decode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_
         if (n <= block_size) {
             const short_text text(src, n);
             if (text.usual && text.count <= units) {
-                store_units<Order>(dst, text.low, text.high, text.count, units);
+                store_units<Order>(dst, text.units, text.count, units);
                 return {n, 2 * text.count, false};
             }
         }
@@ -551,7 +551,7 @@ converted utf8_to_bytes(const byte_encoding& plan, const uchar* src, std::size_t
         if (n <= block_size) {
             const short_text text(src, n);
             if (text.usual && text.count <= units) {
-                const bool replaced = store_bytes(plan, dst, text.low, text.high, text.count);
+                const bool replaced = store_bytes(plan, dst, text.units, text.count);
                 return converted{n, text.count, replaced};
             }
         }
@@ -728,7 +728,7 @@ std::size_t change_letters_utf8(const letter_pages& letters, uchar first, uchar*
             });
             if (wrong != 0)
                 return (wrong & carry) == 0 ? base + static_cast<std::size_t>(std::popcount(carry))
-                                            : base - bytes_of_cut(p, base);
+                                            : base - bytes_of_cut(p + base);
             base += bytes;
             if (left <= block_size) return base;
             carry = spill;

@@ -35,11 +35,15 @@ inline std::uint64_t bytes_before(std::size_t n) {
 #endif
 }
 
-/// Of a text that is well-formed but for its end: how many bytes it has of a character that goes on behind it.
-inline std::size_t bytes_of_cut(const uchar* text, std::size_t n) {
-    const auto from_end = [=](std::size_t back) { return back <= n ? text[n - back] : 0; };
-    return from_end(1) >= 0xC0 ? 1 : from_end(2) >= 0xE0 ? 2 : from_end(3) >= 0xF0 ? 3 : 0;
+/// Of a text of three bytes or more, well-formed but for its end: how many it has of a character that goes on behind it.
+/// Without a branch; `least`: only where the lead is as high.
+inline std::size_t bytes_of_cut(const uchar* end, uchar least = 0xC0) {
+    const auto is_lead = [=](std::ptrdiff_t back, uchar lowest) {
+        return static_cast<std::size_t>(end[-back] >= std::max(least, lowest) ? back : 0);
+    };
+    return is_lead(1, 0xC0) + is_lead(2, 0xE0) + is_lead(3, 0xF0);
 }
+
 /// The structure of 64 bytes. A lead takes as many bytes along as it asks for, whatever they are: `leads` are those that no
 /// other one takes, `expected` what they take.
 struct structure {

@@ -20,316 +20,374 @@ namespace {
 
 // ---- Decoding into 16-bit units -------------------------------------------------------------------------------------
 
-/// The bytes `Back` places before those of p that are `inside` a text; a text that `began` before goes on there. Lanes
-/// without such a byte are zero.
-template <int Back>
-__m512i load_edge(const uchar* p, std::uint64_t inside, bool began) {
-    return _mm512_maskz_loadu_epi8(inside << Back | (began ? first_bits(Back) : 0), p - Back);
-}
-
-/// Second bytes, as one bit for 80 to 8F, 90 to 9F and A0 to BF, and which of them may not follow a lead; by the low six bits
-/// of each byte, which tell a lead from all others.
+/// What to add to a second byte, by the low six bits of its lead: what may not follow that goes beyond BF.
 struct second_bytes {
-    alignas(64) uchar kind[64] = {}, forbidden_after[64] = {};
+    alignas(64) uchar shift_after[64] = {};
 
-    consteval second_bytes() {
-        constexpr uchar low = 1, middle = 2, high = 4, any = low | middle | high;
-        for (unsigned second = 0; second < 64; ++second)
-            kind[second] = second < 0x10 ? low : second < 0x20 ? middle : high;
-        const auto forbid = [this](unsigned lead, uchar seconds) { forbidden_after[lead & 0x3F] = seconds; };
-        forbid(0xC0, any);
-        forbid(0xC1, any);
-        forbid(0xE0, low | middle);
-        forbid(0xED, high);
-        forbid(0xF0, low);
-        forbid(0xF4, middle | high);
-        for (unsigned lead = 0xF5; lead <= 0xFF; ++lead)
-            forbid(lead, any);
+    consteval explicit second_bytes(bool four) {
+        const auto allow = [this](unsigned lead, unsigned first, unsigned last) {
+            const unsigned shift = first > last ? 0x40 : first > 0x80 ? 0x100 - first : 0xBF - last;
+            shift_after[lead & 0x3F] = static_cast<uchar>(shift);
+        };
+        allow(0xE0, 0xA0, 0xBF);
+        allow(0xED, 0x80, 0x9F);
+        for (unsigned never : {0xC0, 0xC1, 0xF0, 0xF1, 0xF2, 0xF3, 0xF4, 0xF5, 0xF6, 0xF7, 0xF8, 0xF9, 0xFA, 0xFB, 0xFC,
+                               0xFD, 0xFE, 0xFF})
+            allow(never, 1, 0);
+        if (!four) return;
+        allow(0xF0, 0x90, 0xBF);
+        for (unsigned lead : {0xF1, 0xF2, 0xF3})
+            allow(lead, 0x80, 0xBF);
+        allow(0xF4, 0x80, 0x8F);
     }
 };
-constexpr second_bytes seconds;
+constexpr second_bytes seconds(true), seconds_within_bmp(false);
 
-/// Whether bytes_of_cut finds some in text that ends at p.
-inline bool seems_cut(const uchar* p) {
-    return ((p[-1] >= 0xC0) | (p[-2] >= 0xE0) | (p[-3] >= 0xF0)) != 0;
+inline __m512i all_bytes(unsigned byte) {
+    return _mm512_set1_epi8(static_cast<char>(byte));
+}
+inline __m512i bits_where(__m512i mask, __m512i set, __m512i clear) {
+    return _mm512_ternarylogic_epi32(mask, set, clear, 0xCA);
+}
+inline bool is_continuation(uchar b) {
+    return (b & 0xC0) == 0x80;
 }
 
 /// A constant that stays in its register: g++ 12 makes those of one repeated byte anew in every round of a loop.
 inline __m512i held(unsigned byte) {
-    __m512i bytes = _mm512_set1_epi8(static_cast<char>(byte));
+    __m512i bytes = all_bytes(byte);
     asm("" : "+v"(bytes));
     return bytes;
 }
 
-/// A mask as a word, once; g++ otherwise moves it again for each use.
+/// A mask as a word, by one move; g++ otherwise moves it again for each use.
 inline std::uint64_t word(__mmask64 mask) {
-    std::uint64_t bits = mask;
-    asm("" : "+r"(bits));
+    std::uint64_t bits;
+    asm("kmovq %1, %0" : "=r"(bits) : "k"(mask));
     return bits;
 }
 
-/// What lets others wait for bytes but is no lead.
-inline bool leads_nothing(uchar b) {
-    return (b & 0xFE) == 0xC0 || b >= 0xF5;
-}
+/// What decoding compares with and takes bits by.
+struct decoding_bytes {
+    const __m512i c0 = held(0xC0), e0 = held(0xE0), low_six = held(0x3F), low_four = held(0x0F);
 
-/// 64 bytes and those one, two, three places before each.
-struct text_and_before {
-    __m512i text, back_1, back_2, back_3;
+    __mmask64 continuations(__m512i text) const { return _mm512_cmplt_epi8_mask(text, c0); }
+    /// Which of the continuations `second` may not follow the leads `before`.
+    __mmask64 forbidden(__m512i text, __m512i before, __mmask64 second, const second_bytes& allowed) const {
+        const __m512i shift = _mm512_permutexvar_epi8(before, _mm512_load_si512(allowed.shift_after));
+        const __m512i shifted = _mm512_add_epi8(text, shift);
+        return _mm512_mask_cmpge_epu8_mask(second, shifted, c0);
+    }
+};
+
+/// 64 bytes, those one and two places before each, and one behind.
+struct surroundings {
+    __m512i text, back_1, back_2, next;
 
     template <class Mask>
     std::uint64_t mask(Mask mask) const {
         return mask(block{text});
     }
-    std::uint64_t forbidden(std::uint64_t second) const {
-        return _mm512_mask_test_epi8_mask(second, _mm512_permutexvar_epi8(text, _mm512_load_si512(seconds.kind)),
-                                          _mm512_permutexvar_epi8(back_1, _mm512_load_si512(seconds.forbidden_after)));
+};
+
+/// A block with bytes before and behind it.
+struct inner_block {
+    const uchar* p;
+
+    __m512i text() const { return _mm512_loadu_si512(p); }
+    __m512i next() const { return _mm512_loadu_si512(p + 1); }
+    surroundings all() const { return {text(), _mm512_loadu_si512(p - 1), _mm512_loadu_si512(p - 2), next()}; }
+};
+
+/// A block of a text of which `left` bytes are left, and which `began` before or begins here. What is not there is zero.
+struct edge_block {
+    const uchar* p;
+    std::size_t left;
+    bool began;
+
+    std::uint64_t inside() const { return bytes_before(std::min(left, block_size)); }
+    __m512i text() const { return _mm512_maskz_loadu_epi8(inside(), p); }
+    __m512i next() const { return _mm512_maskz_loadu_epi8(left > block_size ? inside() : inside() >> 1, p + 1); }
+    surroundings all() const {
+        return {text(), _mm512_maskz_loadu_epi8(inside() << 1 | (began ? 1 : 0), p - 1),
+                _mm512_maskz_loadu_epi8(inside() << 2 | (began ? 3 : 0), p - 2), next()};
     }
 };
 
-/// The places of bytes in their characters, by the bytes before them: what is true of well-formed text.
-struct places {
-    std::uint64_t second, third, fourth, third_of_four;
-
-    std::uint64_t expected() const { return second | third | fourth; }
-};
-
-/// What decoding compares with and takes bits by.
-struct decoding_bytes {
-    const __m512i c0 = held(0xC0), e0 = held(0xE0), f0 = held(0xF0), low_six = held(0x3F), low_four = held(0x0F);
-};
-
-/// What becomes of 64 bytes. A character gives its unit where it ends, and the first of a surrogate pair one byte before.
-struct block_plan {
-    places at;
-    std::uint64_t expected; ///< to continue a character
-    std::uint64_t bad;      ///< the ends of malformed characters
-    std::uint64_t marks;
-    std::size_t bytes;
-
-    /// Well-formed text of n bytes.
-    static block_plan of_usual(const text_and_before& t, const uchar* p, std::size_t n, const decoding_bytes& b) {
-        const std::uint64_t fourth = word(_mm512_cmpge_epu8_mask(t.back_3, b.f0));
-        const bool full = n == block_size, cuts_four = full && p[61] >= 0xF0;
-        const places at{_mm512_cmpge_epu8_mask(t.back_1, b.c0), _mm512_cmpge_epu8_mask(t.back_2, b.e0), fourth,
-                        fourth >> 1 | std::uint64_t{cuts_four} << 63};
-        const std::uint64_t expected = at.expected(), cut = full ? seems_cut(p + n) : expected >> n & 1;
-        return {at, _mm512_cmplt_epi8_mask(t.text, b.c0), 0, ~(expected >> 1 | cut << 63), n};
-    }
-    /// Or 1: its end cuts a character.
-    std::uint64_t is_cut() const { return ~marks >> (bytes - 1) & 1; }
-    /// Not zero where that is not what the text is.
-    template <bool Pairs>
-    std::uint64_t wrong(const text_and_before& t) const {
-        const std::uint64_t beyond_bmp = Pairs ? 0 : at.fourth | at.third_of_four;
-        return (expected ^ at.expected()) | t.forbidden(at.second) | beyond_bmp;
-    }
-
-    /// Any text: true places, of whole characters; those before the block take what `seen` says of its first bytes.
-    template <bool Pairs>
-    static block_plan of_any(const text_and_before& t, const places& seen, std::size_t n, bool stops) {
-        const std::uint64_t carry = (seen.second & 1) | (seen.third & 3) | (seen.fourth & 7);
-        const structure s = structure::of(t, carry);
-        block_plan plan{{s.leads << 1 | (seen.second & 1), s.three_or_four << 2 | (seen.third & 3),
-                         s.four << 3 | (seen.fourth & 7), s.four << 2 | (seen.third_of_four & 3)},
-                        s.expected,
-                        0,
-                        ~(s.expected >> 1),
-                        s.whole_bytes(n)};
-        std::uint64_t wrong = s.misplaced() | s.impossible | t.forbidden(plan.at.second) | (Pairs ? 0 : plan.at.fourth);
-        wrong &= bytes_before(plan.bytes);
-        wrong |= (wrong & ~plan.marks) << 1;
-        wrong |= (wrong & ~plan.marks) << 1;
-        plan.bad = wrong & plan.marks;
-        plan.at.third_of_four &= ~(wrong >> 1);
-        if (stops && (seen.fourth & 7) != 0)
-            plan.bytes = 0; // it began in the block before
-        else if (stops && s.four != 0)
-            plan.bytes = std::min(plan.bytes, lowest(s.four));
-        return plan;
-    }
-};
-
-struct joined_units {
+/// The bytes of the units that characters give, where they end.
+struct unit_planes {
     __m512i low, high;
-    std::uint64_t marks;
 
-    template <bool Pairs>
-    static joined_units of(const text_and_before& t, const block_plan& plan, const decoding_bytes& bytes) {
-        const auto all = [](unsigned b) { return _mm512_set1_epi8(static_cast<char>(b)); };
-        const auto where = [](__m512i mask, __m512i set, __m512i clear) {
-            return _mm512_ternarylogic_epi32(mask, set, clear, 0xCA);
-        };
-        __m512i low = where(bytes.low_six, t.text, _mm512_slli_epi16(t.back_1, 6));
-        __m512i high = where(bytes.low_four, _mm512_srli_epi16(t.back_1, 2),
-                             _mm512_slli_epi16(_mm512_maskz_mov_epi8(plan.at.third, t.back_2), 4));
-        std::uint64_t marks = plan.marks;
-        if (Pairs && (plan.at.fourth | plan.at.third_of_four) != 0) [[unlikely]] {
-            const std::uint64_t first = plan.at.third_of_four;
-            // The second unit has two bits of the second byte; the first is D7C0 + (code point >> 10).
-            const __m512i second_high = _mm512_ternarylogic_epi32(high, all(0x03), all(0xDC), 0xEA);
-            const __m512i bits = where(all(0x03), _mm512_srli_epi16(t.text, 4), _mm512_slli_epi16(t.back_1, 2));
-            const std::uint64_t borrow = _mm512_cmplt_epu8_mask(bits, all(0x40));
-            __m512i first_high = _mm512_add_epi8(_mm512_and_si512(t.back_2, all(0x07)), all(0xD8));
-            first_high = _mm512_mask_sub_epi8(first_high, borrow, first_high, all(1));
-            low = _mm512_mask_sub_epi8(low, first, bits, all(0x40));
-            high = _mm512_mask_mov_epi8(_mm512_mask_mov_epi8(high, plan.at.fourth, second_high), first, first_high);
-            marks |= first;
-        }
-        low = _mm512_mask_mov_epi8(t.text, plan.expected, low);
-        high = _mm512_maskz_mov_epi8(plan.expected, high);
-        if (plan.bad != 0) [[unlikely]] {
-            low = _mm512_mask_mov_epi8(low, plan.bad, all(0xFD));
-            high = _mm512_mask_mov_epi8(high, plan.bad, all(0xFF));
-        }
-        return {low, high, marks & bytes_before(plan.bytes)};
+    /// As if each byte ended a character of two or three.
+    static unit_planes of(const surroundings& t, const decoding_bytes& bytes) {
+        // Only leads of three have bits above E0 to give, E0 has none.
+        const __m512i top = _mm512_slli_epi16(_mm512_subs_epu8(t.back_2, bytes.e0), 4);
+        return {bits_where(bytes.low_six, t.text, _mm512_slli_epi16(t.back_1, 6)),
+                bits_where(bytes.low_four, _mm512_srli_epi16(t.back_1, 2), top)};
+    }
+    /// Pairs, of which the `first` units stand where the third bytes are.
+    void put_pairs(const surroundings& t, std::uint64_t first, std::uint64_t second) {
+        // The second unit has two bits of the third byte; the first is D7C0 + (code point >> 10), F0 leads to D8 or D7.
+        const __m512i second_high = _mm512_ternarylogic_epi32(high, all_bytes(0x03), all_bytes(0xDC), 0xEA);
+        const __m512i bits = bits_where(all_bytes(0x03), _mm512_srli_epi16(t.text, 4), _mm512_slli_epi16(t.back_1, 2));
+        const __m512i borrow = _mm512_movm_epi8(_mm512_cmplt_epu8_mask(bits, all_bytes(0x40)));
+        const __m512i first_high = _mm512_add_epi8(_mm512_add_epi8(t.back_2, all_bytes(0xD8 - 0xF0)), borrow);
+        low = _mm512_mask_sub_epi8(low, first, bits, all_bytes(0x40));
+        high = _mm512_mask_mov_epi8(_mm512_mask_mov_epi8(high, second, second_high), first, first_high);
+    }
+    /// Bytes that continue nothing are units themselves.
+    void keep_singles(__m512i text, __mmask64 continued) {
+        low = _mm512_mask_mov_epi8(text, continued, low);
+        high = _mm512_maskz_mov_epi8(continued, high);
+    }
+    void replace(std::uint64_t bad) {
+        low = _mm512_mask_mov_epi8(low, bad, all_bytes(0xFD));
+        high = _mm512_mask_mov_epi8(high, bad, all_bytes(0xFF));
+    }
+    unit_planes pressed(__mmask64 marks) const {
+        return {_mm512_maskz_compress_epi8(marks, low), _mm512_maskz_compress_epi8(marks, high)};
     }
 };
 
-/// Stores the units of up to 64 marks.
+/// The bytes that none continues, as a mask and as a word.
+struct character_ends {
+    __mmask64 mask;
+    std::uint64_t marks;
+
+    static character_ends of(__m512i next, const decoding_bytes& bytes) {
+        const __mmask64 mask = _mm512_cmpge_epi8_mask(next, bytes.c0);
+        return {mask, word(mask)};
+    }
+};
+
+/// What becomes of 64 bytes, if they are well-formed up to the byte behind them. A character gives its unit where it ends, and
+/// the first of a surrogate pair one byte before.
+struct usual_block {
+    unit_planes units;
+    character_ends ends;
+    __mmask64 leads, expected;
+    bool within_bmp; ///< false where they are malformed or have characters of four bytes
+
+    [[gnu::always_inline]] usual_block(const surroundings& t, character_ends e, const decoding_bytes& bytes)
+        : units(unit_planes::of(t, bytes)), ends(e), leads(_mm512_cmpge_epu8_mask(t.text, bytes.c0)),
+          expected(_kor_mask64(leads, _mm512_cmpge_epu8_mask(t.back_1, bytes.e0))),
+          within_bmp(_kortestz_mask64_u8(_kxnor_mask64(expected, ends.mask),
+                                         bytes.forbidden(t.next, t.text, leads, seconds_within_bmp)) != 0) {}
+
+    /// False where they are malformed. `cut`: the bytes before of a character of four.
+    bool find_pairs(const surroundings& t, std::size_t cut, const decoding_bytes& bytes) {
+        const std::uint64_t first = _mm512_cmpge_epu8_mask(t.back_2, all_bytes(0xF0));
+        if ((expected | first) != ~ends.marks || bytes.forbidden(t.next, t.text, leads, seconds) != 0) return false;
+        units.put_pairs(t, first, first << 1 | (cut == 3 ? 1 : 0));
+        ends.mask = ends.marks |= first;
+        return true;
+    }
+};
+
+/// What becomes of up to 64 bytes of any text that begin with a character.
+struct any_block {
+    unit_planes units;
+    std::uint64_t marks;
+    bool replaced;
+    std::size_t bytes; ///< those of whole characters, and before one of four where that `stops`
+
+    template <bool Pairs>
+    static any_block of(surroundings t, std::size_t n, bool stops, const decoding_bytes& bytes) {
+        const structure s = structure::of(t, 0);
+        any_block b{{}, ~(s.expected >> 1), false, s.whole_bytes(n)};
+        std::uint64_t wrong = s.misplaced() | s.impossible | (Pairs ? 0 : s.four << 3) |
+                              bytes.forbidden(t.text, t.back_1, s.leads << 1, seconds);
+        wrong &= bytes_before(b.bytes);
+        wrong |= (wrong & ~b.marks) << 1;
+        wrong |= (wrong & ~b.marks) << 1;
+        if (stops && s.four != 0) b.bytes = std::min(b.bytes, lowest(s.four));
+        const std::uint64_t bad = wrong & b.marks, kept = bytes_before(b.bytes);
+        // What is malformed may have leads of three elsewhere.
+        t.back_2 = _mm512_maskz_mov_epi8(s.three_or_four << 2, t.back_2);
+        b.units = unit_planes::of(t, bytes);
+        if (const std::uint64_t first = s.four << 2 & ~(wrong >> 1); Pairs && first != 0) {
+            b.units.put_pairs(t, first, first << 1);
+            b.marks |= first;
+        }
+        b.units.keep_singles(t.text, s.expected);
+        b.units.replace(bad);
+        b.marks &= kept;
+        b.replaced = (bad & kept) != 0;
+        return b;
+    }
+};
+
+/// By a byte of a unit's place among 32, where it comes from: their low bytes stand before the high ones.
 template <order Order>
-void store_units(uchar* dst, __m512i low, __m512i high, std::size_t count, std::size_t room) {
+struct unit_turns {
+    alignas(64) uchar from[64] = {};
+
+    consteval unit_turns() {
+        for (unsigned i = 0; i < 64; ++i)
+            from[i] = static_cast<uchar>(i / 2 + (i % 2 == (Order == order::big ? 0 : 1) ? 32 : 0));
+    }
+};
+template <order Order>
+constexpr unit_turns<Order> turns;
+
+/// Stores the units of up to 64 marks, and more where there is room for all.
+template <order Order>
+void store_units(uchar* dst, unit_planes units, std::size_t count, std::size_t room) {
+    const auto store_half = [](uchar* to, __m512i half, std::size_t here, std::size_t space) {
+        if (space >= 32)
+            _mm512_storeu_si512(to, half);
+        else
+            _mm512_mask_storeu_epi16(to, static_cast<__mmask32>(bytes_before(here)), half);
+    };
+    if (count <= 32) {
+        const __m512i both = _mm512_inserti64x4(units.low, _mm512_castsi512_si256(units.high), 1);
+        store_half(dst, _mm512_permutexvar_epi8(_mm512_load_si512(turns<Order>.from), both), count, room);
+        return;
+    }
     // Quarters for the first store and for the second one side by side, as they are interleaved.
     const __m512i quarters = _mm512_setr_epi64(0, 4, 1, 5, 2, 6, 3, 7);
-    low = _mm512_permutexvar_epi64(quarters, low);
-    high = _mm512_permutexvar_epi64(quarters, high);
-    if (Order == order::big) std::swap(low, high);
-    for (int which = 0; which < 2; ++which) {
-        const __m512i units = which == 0 ? _mm512_unpacklo_epi8(low, high) : _mm512_unpackhi_epi8(low, high);
-        if (room >= 32)
-            _mm512_storeu_si512(dst, units);
-        else
-            _mm512_mask_storeu_epi16(dst, static_cast<__mmask32>(first_bits(count)), units);
-        if (count <= 32) return;
-        dst += 64, count -= 32, room -= 32;
-    }
+    __m512i first = _mm512_permutexvar_epi64(quarters, units.low),
+            second = _mm512_permutexvar_epi64(quarters, units.high);
+    if (Order == order::big) std::swap(first, second);
+    _mm512_storeu_si512(dst, _mm512_unpacklo_epi8(first, second));
+    store_half(dst + 64, _mm512_unpackhi_epi8(first, second), count - 32, room - 32);
 }
 
-/// The units of a text of at most 64 bytes in two planes, when it is well-formed and within the BMP.
+/// The units of a text of at most 64 bytes, when it is well-formed and within the BMP.
 struct short_text {
-    __m512i low, high;
+    unit_planes units;
     std::size_t count;
     bool usual;
 
     short_text(const uchar* p, std::size_t n) {
         const decoding_bytes bytes;
-        const __m512i text = _mm512_maskz_loadu_epi8(bytes_before(n), p);
-        const __m512i lane_before = _mm512_alignr_epi64(text, _mm512_setzero_si512(), 6);
-        const text_and_before t{
-            text, _mm512_alignr_epi8(text, lane_before, 15), _mm512_alignr_epi8(text, lane_before, 14), {}};
-        const std::uint64_t leads = _mm512_cmpge_epu8_mask(text, bytes.c0);
-        const std::uint64_t leads_of_three = _mm512_cmpge_epu8_mask(text, bytes.e0);
-        // A character that the end cuts waits for a byte behind it, which is no continuation.
-        const std::uint64_t cut = leads >> 63 | leads_of_three >> 62, four = _mm512_cmpge_epu8_mask(text, bytes.f0);
-        const places at{leads << 1, leads_of_three << 2, 0, 0};
-        const block_plan plan{at, _mm512_cmplt_epi8_mask(text, bytes.c0), 0, ~(at.expected() >> 1), n};
-        usual = (plan.wrong<false>(t) | cut | four) == 0;
-        const joined_units joined = joined_units::of<false>(t, plan, bytes);
-        low = _mm512_maskz_compress_epi8(joined.marks, joined.low);
-        high = _mm512_maskz_compress_epi8(joined.marks, joined.high);
-        count = static_cast<std::size_t>(std::popcount(joined.marks));
+        const surroundings t = edge_block{p, n, false}.all();
+        usual_block b(t, character_ends::of(t.next, bytes), bytes);
+        const __mmask64 continuations = bytes.continuations(t.text);
+        b.units.keep_singles(t.text, continuations);
+        usual = b.within_bmp && (continuations & 1) == 0;
+        const std::uint64_t marks = b.ends.marks & bytes_before(n);
+        units = b.units.pressed(marks);
+        count = static_cast<std::size_t>(std::popcount(marks));
     }
 };
 
-/// Decodes block by block, up to one without room for its units, and the rest of the text; what the end of the text cuts
-/// stays. With `stops`, only up to the first character of four bytes. `store(at, low, high, count)` gets the bytes of the
-/// units that come behind `at` of them, and tells whether it replaced one. Bytes read and units stored.
+/// Decodes block by block. `store(at, units, count, room)` gets the units that come behind `at` of them, and tells whether
+/// it replaced one.
 template <bool Pairs, class Store>
-[[gnu::always_inline]] inline converted decode_utf8_blocks(const uchar* src, std::size_t n, std::size_t units,
-                                                           bool stops, Store store) {
-    const decoding_bytes bytes;
-    std::size_t base = 0, done = 0;
-    std::size_t whole = 0;                   // up to here the text ends with a character for certain
-    std::uint64_t goes_on = 0, replaced = 0; // or 1: a byte that is spilt and read back as a word holds everything up
-    bool careful = true;                     // not all of what stands before the block counts or is there
-    const auto put_ascii = [&](__m512i text, std::size_t count) {
-        replaced |= store(done, text, _mm512_setzero_si512(), count);
-        base += count;
-        done += count;
-    };
-    const auto put = [&](const joined_units& joined, std::size_t count) {
-        replaced |= store(done, _mm512_maskz_compress_epi8(joined.marks, joined.low),
-                          _mm512_maskz_compress_epi8(joined.marks, joined.high), count);
-        done += count;
-    };
-    while (base < n) {
-        // The usual blocks, with all bytes and room that they may ask for.
-        while (!careful && n - base >= block_size && units - done >= block_size) {
-            const uchar* const p = src + base;
-            const __m512i text = _mm512_loadu_si512(p);
-            if (_mm512_movepi8_mask(text) == 0 && goes_on == 0) {
-                put_ascii(text, block_size);
+struct block_decoder {
+    const uchar* src;
+    std::size_t n, units;
+    Store store;
+    std::size_t base = 0, done = 0; ///< bytes read and units stored
+    std::size_t cut_four = 0;       ///< bytes before of a character of four that goes on
+    std::uint64_t replaced = 0;     ///< or 1: a byte that is spilt and read back as a word holds everything up
+    decoding_bytes bytes{};
+
+    /// Up to a block without room for its units, and the rest of the text; what the end of the text cuts stays. With `stops`,
+    /// only up to the first character of four bytes.
+    [[gnu::always_inline]] converted decode(bool stops) {
+        bool began = false; // what stands before is well-formed, and may go on
+        while (base < n) {
+            if (decode_usual_blocks(began)) {
+                began = true;
                 continue;
             }
-            const text_and_before t{text, _mm512_loadu_si512(p - 1), _mm512_loadu_si512(p - 2),
-                                    _mm512_loadu_si512(p - 3)};
-            const block_plan plan = block_plan::of_usual(t, p, block_size, bytes);
-            if (plan.wrong<Pairs>(t) != 0) break;
-            const joined_units joined = joined_units::of<Pairs>(t, plan, bytes);
-            put(joined, static_cast<std::size_t>(std::popcount(joined.marks)));
-            base += block_size;
-            goes_on = plan.is_cut();
+            if (began) take_back_cut();
+            if (!decode_any(stops)) break;
+            began = false;
         }
-        if (base == n) break;
-        // Any other.
-        const uchar* const p = src + base;
-        const std::size_t taken = std::min(n - base, block_size);
-        const std::uint64_t inside = bytes_before(taken);
-        const bool began = base > whole;
-        const text_and_before t{load_edge<0>(p, inside, began), load_edge<1>(p, inside, began),
-                                load_edge<2>(p, inside, began), load_edge<3>(p, inside, began)};
-        if (_mm512_movepi8_mask(t.text) == 0 && goes_on == 0 && units - done >= taken) {
-            put_ascii(t.text, taken);
-            careful = false;
-            continue;
-        }
-        block_plan plan = block_plan::of_usual(t, p, taken, bytes);
-        const places seen = plan.at;
-        careful = (plan.wrong<Pairs>(t) & inside) != 0;
-        const std::uint64_t is_cut = careful ? 0 : plan.is_cut();
-        if (careful) {
-            if (began && leads_nothing(p[-1])) { // what would have told stands here
-                whole = --base;
-                goes_on = 0;
-                continue;
-            }
-            plan = block_plan::of_any<Pairs>(t, seen, taken, stops);
-        }
-        const joined_units joined = joined_units::of<Pairs>(t, plan, bytes);
-        const auto count = static_cast<std::size_t>(std::popcount(joined.marks));
-        if (count > units - done || plan.bytes == 0) break;
-        if (careful) {
-            done -= plan.bad & seen.fourth & 1; // the first unit of its pair is there already
-            whole = base + plan.bytes;
-            replaced |= (plan.bad & bytes_before(plan.bytes)) != 0;
-        }
-        put(joined, count);
-        base += plan.bytes;
-        goes_on = is_cut;
+        return {base, done, replaced != 0};
     }
-    if (goes_on != 0) { // the character is taken back, and the first unit of its pair with it
-        const std::size_t cut = bytes_of_cut(src + whole, base - whole);
+
+private:
+    /// Those with bytes before and behind and room for all that they may give, and the one behind them or at the beginning.
+    /// False where one is malformed, or has no room.
+    [[gnu::always_inline]] bool decode_usual_blocks(bool began) {
+        while (began && n - base > block_size && units - done >= block_size)
+            if (!decode_usual(inner_block{src + base}, block_size, units - done)) return false;
+        if (!began && is_continuation(src[base])) return false;
+        const edge_block at{src + base, n - base, began};
+        return decode_usual(at, std::min(n - base, block_size), units - done);
+    }
+    template <class Block>
+    [[gnu::always_inline]] bool decode_usual(const Block& at, std::size_t taken, std::size_t room) {
+        const character_ends ends = character_ends::of(at.next(), bytes);
+        if (~ends.marks == 0 && _mm512_movepi8_mask(at.text()) == 0) {
+            if (taken > room) return false;
+            put_ascii(at.text(), taken, room);
+            if (taken == block_size) decode_ascii();
+            return true;
+        }
+        const surroundings t = at.all();
+        usual_block b(t, ends, bytes);
+        if (!b.within_bmp || cut_four != 0) [[unlikely]] {
+            if (!Pairs || !b.find_pairs(t, cut_four, bytes)) return false;
+            cut_four = bytes_of_cut(at.p + taken, 0xF0);
+        }
+        b.units.keep_singles(t.text, bytes.continuations(t.text));
+        const std::uint64_t inside = taken == block_size ? ~std::uint64_t{0} : bytes_before(taken);
+        const auto count = static_cast<std::size_t>(std::popcount(b.ends.marks & inside));
+        if (count > room) return false;
+        put(b.units.pressed(b.ends.mask & inside), count, room);
+        base += taken;
+        return true;
+    }
+    /// Blocks of ASCII before what is no continuation.
+    [[gnu::always_inline]] void decode_ascii() {
+        while (n - base > block_size && units - done >= block_size && !is_continuation(src[base + block_size])) {
+            const __m512i text = inner_block{src + base}.text();
+            if (_mm512_movepi8_mask(text) != 0) return;
+            put_ascii(text, block_size, units - done);
+        }
+    }
+    /// A block that begins with a character. False where there is no room, no whole character, or one that stops.
+    [[gnu::always_inline]] bool decode_any(bool stops) {
+        const surroundings t = edge_block{src + base, n - base, false}.all();
+        const any_block b = any_block::of<Pairs>(t, std::min(n - base, block_size), stops, bytes);
+        const auto count = static_cast<std::size_t>(std::popcount(b.marks));
+        if (count > units - done || b.bytes == 0) return false;
+        put(b.units.pressed(b.marks), count, units - done);
+        replaced |= b.replaced;
+        base += b.bytes;
+        return true;
+    }
+    /// Of a character that goes on, the bytes and the first unit of its pair.
+    void take_back_cut() {
+        const std::size_t cut = bytes_of_cut(src + base);
         base -= cut;
         done -= cut == 3 ? 1 : 0;
+        cut_four = 0;
     }
-    return {base, done, replaced != 0};
-}
+    [[gnu::always_inline]] void put(const unit_planes& planes, std::size_t count, std::size_t room) {
+        replaced |= store(done, planes, count, room);
+        done += count;
+    }
+    [[gnu::always_inline]] void put_ascii(__m512i text, std::size_t count, std::size_t room) {
+        put({text, _mm512_setzero_si512()}, count, room);
+        base += count;
+    }
+};
 
 /// Into 16-bit units; counts bytes on both sides.
 template <bool Pairs, order Order>
 [[gnu::always_inline]] inline converted decode_utf8_units(const uchar* src, std::size_t n, uchar* dst,
                                                           std::size_t units, bool stops) {
-    const converted m = decode_utf8_blocks<Pairs>(src, n, units, stops,
-                                                  [=](std::size_t at, __m512i low, __m512i high, std::size_t count) {
-                                                      store_units<Order>(dst + 2 * at, low, high, count, units - at);
-                                                      return false;
-                                                  });
+    const auto store = [=](std::size_t at, const unit_planes& planes, std::size_t count, std::size_t room) {
+        // Stores that lie across two lines would wait for each of them.
+        for (const std::size_t ahead : {1024, 1088})
+            __builtin_prefetch(dst + 2 * at + ahead);
+        store_units<Order>(dst + 2 * at, planes, count, room);
+        return false;
+    };
+    block_decoder<Pairs, decltype(store)> decoder{src, n, units, store};
+    const converted m = decoder.decode(stops);
     return {m.read, 2 * m.written, m.replaced};
 }
 
 /// Stores the bytes of `count` units; tells whether one was replaced.
-inline bool store_bytes(const byte_encoding& plan, uchar* dst, __m512i low, __m512i high, std::size_t count) {
-    const encoded_block e = encode_planes(plan, high, low, bytes_before(count));
+inline bool store_bytes(const byte_encoding& plan, uchar* dst, unit_planes units, std::size_t count) {
+    const encoded_block e = encode_planes(plan, units.high, units.low, bytes_before(count));
     _mm512_mask_storeu_epi8(dst, bytes_before(count), e.bytes);
     return e.replaced;
 }
@@ -337,10 +395,11 @@ inline bool store_bytes(const byte_encoding& plan, uchar* dst, __m512i low, __m5
 /// Into bytes.
 [[gnu::noinline]] converted decode_utf8_bytes(const byte_encoding& plan, const uchar* src, std::size_t n, uchar* dst,
                                               std::size_t units) {
-    return decode_utf8_blocks<false>(src, n, units, false,
-                                     [&plan, dst](std::size_t at, __m512i low, __m512i high, std::size_t count) {
-                                         return store_bytes(plan, dst + at, low, high, count);
-                                     });
+    const auto store = [&plan, dst](std::size_t at, const unit_planes& planes, std::size_t count, std::size_t) {
+        return store_bytes(plan, dst + at, planes, count);
+    };
+    block_decoder<false, decltype(store)> decoder{src, n, units, store};
+    return decoder.decode(false);
 }
 
 // ---- Decoding the marked characters of a block -----------------------------------------------------------------------
