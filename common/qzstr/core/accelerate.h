@@ -208,10 +208,12 @@ consteval pair_encoding make_pair_encoding() {
         plan.long_cell = encode_pages_of<F, std::uint32_t>.cell;
         plan.long_page_number = encode_pages_of<F, std::uint32_t>.number;
     }
-    if (longer_codes<F>().supplementary != no_supplementary)
+    if constexpr (constexpr long_code_shape longer = longer_codes<F>(); longer.supplementary != no_supplementary) {
+        static_assert(longer.pair_weight() == supplementary_pair_weight);
+        static_assert(longer.radix[1] == supplementary_radix && longer.radix[3] == supplementary_radix);
         for (int i = 4; i-- > 0;)
-            plan.supplementary =
-                plan.supplementary << 8 | longer_codes<F>().at(longer_codes<F>().supplementary).byte[i];
+            plan.supplementary = plan.supplementary << 8 | longer.at(longer.supplementary).byte[i];
+    }
     return plan;
 }
 

@@ -35,8 +35,9 @@ char32_t load_masked(const pair_encoding& plan, const uchar* src) {
 
 /// The four-byte code of U+10000 + n, the first byte low.
 std::uint32_t supplementary_code(const pair_encoding& plan, std::uint32_t n) {
-    const std::uint32_t high = n / 1260, low = n % 1260;
-    return plan.supplementary + (high / 10 | high % 10 << 8 | low / 10 << 16 | low % 10 << 24);
+    constexpr std::uint32_t pair = supplementary_pair_weight, radix = supplementary_radix;
+    const std::uint32_t high = n / pair, low = n % pair;
+    return plan.supplementary + (high / radix | high % radix << 8 | low / radix << 16 | low % radix << 24);
 }
 
 template <bool LongCodes, form Form, order Order>
@@ -127,15 +128,16 @@ __m512i cells_of(const pair_encoding& plan, __m512i units, std::size_t n) {
 
 /// The four-byte codes of U+10000 + `number`, the first byte low.
 __m512i supplementary_codes(const pair_encoding& plan, __m512i number) {
+    constexpr int pair = supplementary_pair_weight, radix = supplementary_radix;
     const auto all = [](int v) { return _mm512_set1_epi32(v); };
     // Exact: the quotients of numbers below 2^20 and a half are farther from a whole number than they are rounded.
     const __m512 halved = _mm512_add_ps(_mm512_cvtepi32_ps(number), _mm512_set1_ps(0.5F));
-    const __m512i high = _mm512_cvttps_epi32(_mm512_mul_ps(halved, _mm512_set1_ps(1 / 1260.0F)));
-    const __m512i low = _mm512_sub_epi32(number, _mm512_mullo_epi32(high, all(1260)));
+    const __m512i high = _mm512_cvttps_epi32(_mm512_mul_ps(halved, _mm512_set1_ps(1.0F / pair)));
+    const __m512i low = _mm512_sub_epi32(number, _mm512_mullo_epi32(high, all(pair)));
     const __m512i both = _mm512_or_si512(high, _mm512_slli_epi32(low, 16));
-    const __m512i tens = _mm512_mulhi_epu16(both, _mm512_set1_epi16(6554)); // a tenth, up to 16388
-    const __m512i digits = _mm512_sub_epi16(both, _mm512_mullo_epi16(tens, _mm512_set1_epi16(10)));
-    return _mm512_add_epi32(_mm512_or_si512(tens, _mm512_slli_epi16(digits, 8)),
+    const __m512i firsts = _mm512_mulhi_epu16(both, _mm512_set1_epi16(0x10000 / radix + 1)); // exact up to 16388
+    const __m512i seconds = _mm512_sub_epi16(both, _mm512_mullo_epi16(firsts, _mm512_set1_epi16(radix)));
+    return _mm512_add_epi32(_mm512_or_si512(firsts, _mm512_slli_epi16(seconds, 8)),
                             all(static_cast<int>(plan.supplementary)));
 }
 

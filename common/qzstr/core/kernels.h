@@ -63,6 +63,10 @@ struct long_code_shape {
     constexpr std::uint32_t pair_weight() const { return std::uint32_t{radix[2]} * radix[3]; }
 };
 
+/// How codes of characters beyond the BMP count up, for the kernels to divide by constants: each pair by its second byte, and
+/// the first pair when the second one is through.
+inline constexpr std::uint32_t supplementary_radix = 10, supplementary_pair_weight = 1260;
+
 /// Decoding of one- and two-byte characters by one table read a character.
 struct pair_decoding {
     const std::uint16_t* cell;            ///< units in big-endian order, or `lead_substituted` and what is above it
