@@ -65,8 +65,10 @@ public:
 
     bool exists() const { return way_ != none; }
 
-    /// Converts what is usual at the beginning of a text without the buffer of units; at most `most` of them.
-    recoded_run take(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t most) const {
+    /// Converts what is usual at the beginning of a text without the buffer of units; at most `most` of them. (Inlined, and
+    /// so is what it calls: a short value would feel the call.)
+    [[gnu::always_inline]] recoded_run take(const uchar* src, std::size_t n, uchar* dst, std::size_t room,
+                                            std::size_t most) const {
         std::size_t ascii = 0;
         if (copies_ascii_ && src[0] < 0x80) ascii = copy_ascii(src, std::min({n, room, most}), dst);
         recoded_run rest{};
@@ -109,13 +111,17 @@ private:
         return decoding_.pairs != nullptr && (units == form::ucs4 || decoding_.pairs->longer.same_in_ucs2());
     }
 
-    recoded_run take_units(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t most) const {
+    [[gnu::always_inline]] recoded_run take_units(const uchar* src, std::size_t n, uchar* dst, std::size_t room,
+                                                  std::size_t most) const {
         switch (way_) {
         case none:
             return {};
         case to_utf8:
             return pairs_to_utf8(*decoding_.pairs, src, n, dst, room, most);
         case from_utf8:
+            if (n <= std::min(short_text_bytes, most))
+                if (const recoded_run all = short_utf8_to_pairs(*encoding_.to_pairs, src, n, dst, room); all.read != 0)
+                    return all;
             return take_utf8(encoding_, src, n, dst, room, most);
         case from_utf16:
             return take_utf16(src, n, dst, room, most);

@@ -2,6 +2,7 @@
 // tell how far each malformed character goes.
 #include "core/kernels.h"
 #include "core/letter_pages.h"
+#include "core/pair_encoding_avx512.h"
 #include "core/units.h"
 #include "core/utf8_blocks.h"
 #include "core/utf8_width.h"
@@ -21,6 +22,9 @@ namespace qzstr::core::QZSTR_LEVEL {
 
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_plain
 
+recoded_run short_utf8_to_pairs(const pair_encoding&, const uchar*, std::size_t, uchar*, std::size_t) {
+    return {};
+}
 converted decode_utf8(unit_layout, const uchar*, std::size_t, uchar*, std::size_t, bool) {
     return {};
 }
@@ -572,6 +576,35 @@ converted utf8_to_bytes(const byte_encoding& plan, const uchar* src, std::size_t
         done = {done.read + in.read, done.written + out.units, done.replaced || in.replaced || out.replaced};
     }
     return done;
+#endif
+}
+
+recoded_run short_utf8_to_pairs([[maybe_unused]] const pair_encoding& plan, [[maybe_unused]] const uchar* src,
+                                [[maybe_unused]] std::size_t n, [[maybe_unused]] uchar* dst,
+                                [[maybe_unused]] std::size_t room) {
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+    return leaving([&]() -> recoded_run {
+        const short_text text(src, n);
+        if (!text.usual) return {};
+        std::size_t written = 0;
+        std::uint64_t replaced = 0;
+        for (std::size_t done = 0; done < text.count; done += 32) {
+            const auto half = [done](__m512i plane) {
+                return _mm512_cvtepu8_epi16(done == 0 ? _mm512_castsi512_si256(plane)
+                                                      : _mm512_extracti64x4_epi64(plane, 1));
+            };
+            const __m512i units = _mm512_or_si512(half(text.units.low), _mm512_slli_epi16(half(text.units.high), 8));
+            const std::size_t here = std::min<std::size_t>(text.count - done, 32);
+            const encoded_group group =
+                encode_group<form::ucs2>(plan, units, _mm512_setzero_si512(), here, dst + written, room - written);
+            if (group.units < here) return {};
+            written += group.written;
+            replaced |= group.replaced;
+        }
+        return {n, written, text.count, replaced != 0};
+    });
+#else
+    return {};
 #endif
 }
 

@@ -89,6 +89,9 @@ struct pair_encoding {
     std::uint32_t supplementary;    ///< as `long_cell` for U+10000, from where codes count on; 0: there are none
 };
 
+/// The texts for which there may be a way of their own.
+inline constexpr std::size_t short_text_bytes = 64;
+
 /// Three bytes of a pattern and where they stand in it (not all need differ): what a search tests at once for many
 /// starts, the third only where the first two leave any.
 struct probe_bytes {
@@ -174,6 +177,10 @@ struct long_forms {
     K(converted, encode_pairs,                                                                                         \
       (const pair_encoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t room),  \
       (plan, layout, src, n, dst, room))                                                                               \
+    /* The same for UTF-8 of at most `short_text_bytes`: all of it, or nothing. */                                     \
+    K(recoded_run, short_utf8_to_pairs,                                                                                \
+      (const pair_encoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room),                      \
+      (plan, src, n, dst, room))                                                                                       \
     /* Converts up to `units` one- and two-byte characters to UTF-8. */                                                \
     K(recoded_run, pairs_to_utf8,                                                                                      \
       (const pair_decoding& plan, const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t units),   \

@@ -22,6 +22,8 @@ struct stages {
     /// How each byte decodes to one unit, and each unit encodes into one byte.
     const core::byte_decoding* from_bytes = nullptr;
     const core::byte_encoding* to_bytes = nullptr;
+    /// How units encode into one or two bytes.
+    const core::pair_encoding* to_pairs = nullptr;
     /// UCS-2BE to bytes. May stop anywhere between two characters; never takes a unit that belongs to the next one.
     core::converted (*encode_units)(const uchar* src, std::size_t n, uchar* dst, std::size_t room) = nullptr;
     /// Whether that is what its UCS-4 routine would do, too. (A row may have that of another family.)
@@ -76,7 +78,10 @@ consteval stages stages_of() {
     if constexpr (requires { F::to_bytes(); }) s.to_bytes = F::to_bytes();
     if constexpr (decodes_pairs<F>) {
         s.pairs = &pair_decoding_of<F>;
-        if constexpr (requires { F::ucs4_mask; }) s.encode_units = encode_units<F, form::ucs2>;
+        if constexpr (requires { F::ucs4_mask; }) {
+            s.to_pairs = &pair_encoding_of<F>;
+            s.encode_units = encode_units<F, form::ucs2>;
+        }
         if constexpr (longer_codes<F>().supplementary != no_supplementary) s.encode_wide = encode_units<F, form::ucs4>;
         s.same_in_ucs4 = requires {
             F::same_in_ucs4;
