@@ -60,17 +60,18 @@ struct stage_result {
 class shortcut {
 public:
     shortcut(qzstr_charset_t from, qzstr_charset_t to, form units)
-        : decoding_(*row_stages_of.row[from].decoding), encoding_(*row_stages_of.row[to].encoding),
-          copies_ascii_(decoding_.decodes_ascii && encoding_.encodes_ascii), way_(way(from, to, units)) {}
+        : from_(from), to_(to), units_(units), decoding_(*row_stages_of.row[from].decoding),
+          encoding_(*row_stages_of.row[to].encoding) {}
 
-    bool exists() const { return way_ != none; }
+    bool exists() const { return way() != none; }
 
     /// Converts what is usual at the beginning of a text without the buffer of units; at most `most` of them. (Inlined, and
     /// so is what it calls: a short value would feel the call.)
     [[gnu::always_inline]] recoded_run take(const uchar* src, std::size_t n, uchar* dst, std::size_t room,
                                             std::size_t most) const {
         std::size_t ascii = 0;
-        if (copies_ascii_ && src[0] < 0x80) ascii = copy_ascii(src, std::min({n, room, most}), dst);
+        if (src[0] < 0x80 && decoding_.decodes_ascii && encoding_.encodes_ascii)
+            ascii = copy_ascii(src, std::min({n, room, most}), dst);
         recoded_run rest{};
         if (ascii < n) rest = take_units(src + ascii, n - ascii, dst + ascii, room - ascii, most - ascii);
         return {ascii + rest.read, ascii + rest.written, ascii + rest.units, rest.replaced};
@@ -95,25 +96,25 @@ public:
 private:
     enum { none, to_utf8, from_utf8, from_utf16, bytes_utf8, utf8_bytes, utf16_bytes };
 
-    decltype(none) way(qzstr_charset_t from, qzstr_charset_t to, form units) const {
-        if (to == QZSTR_CHARSET_UTF8)
-            return takes_pairs(units) ? to_utf8 : decoding_.from_bytes != nullptr ? bytes_utf8 : none;
+    decltype(none) way() const {
+        if (to_ == QZSTR_CHARSET_UTF8)
+            return takes_pairs() ? to_utf8 : decoding_.from_bytes != nullptr ? bytes_utf8 : none;
         // By UCS-4, others may take a wide unit otherwise.
-        const bool to_bytes = encoding_.to_bytes != nullptr && units == form::ucs2;
-        const bool to_units = encoding_.encode_units != nullptr && (units == form::ucs2 || encoding_.same_in_ucs4);
-        if (from == QZSTR_CHARSET_UTF8) return to_bytes ? utf8_bytes : to_units ? from_utf8 : none;
-        if (from == QZSTR_CHARSET_UTF16) return to_bytes ? utf16_bytes : to_units ? from_utf16 : none;
+        const bool to_bytes = encoding_.to_bytes != nullptr && units_ == form::ucs2;
+        const bool to_units = encoding_.encode_units != nullptr && (units_ == form::ucs2 || encoding_.same_in_ucs4);
+        if (from_ == QZSTR_CHARSET_UTF8) return to_bytes ? utf8_bytes : to_units ? from_utf8 : none;
+        if (from_ == QZSTR_CHARSET_UTF16) return to_bytes ? utf16_bytes : to_units ? from_utf16 : none;
         return none;
     }
 
     /// To UCS-2 no character beyond the BMP would go.
-    bool takes_pairs(form units) const {
-        return decoding_.pairs != nullptr && (units == form::ucs4 || decoding_.pairs->longer.same_in_ucs2());
+    bool takes_pairs() const {
+        return decoding_.pairs != nullptr && (units_ == form::ucs4 || decoding_.pairs->longer.same_in_ucs2());
     }
 
     [[gnu::always_inline]] recoded_run take_units(const uchar* src, std::size_t n, uchar* dst, std::size_t room,
                                                   std::size_t most) const {
-        switch (way_) {
+        switch (way()) {
         case none:
             return {};
         case to_utf8:
@@ -187,21 +188,22 @@ private:
         alignas(64) uchar units[4 * piece];
         const std::size_t wanted = std::min(piece, most);
         converted in{};
-        if (way_ == from_utf8) in = decode_utf8(unit_layout::ucs4_big, src, n, units, wanted, false);
-        if (way_ == from_utf16) {
+        if (from_ == QZSTR_CHARSET_UTF8) in = decode_utf8(unit_layout::ucs4_big, src, n, units, wanted, false);
+        if (from_ == QZSTR_CHARSET_UTF16) {
             const moved m = utf16_to_ucs4(unit_layout::ucs4_big, src, n / 2, units, wanted);
             in = {m.read, m.written, false};
         }
         const converted out = encoding_.encode_wide(units, in.written / 4, dst, room);
         const std::size_t taken = out.read / 4;
-        if (out.read < in.written) in.read = (way_ == from_utf8 ? skip_utf8 : skip_units)(src, in.read, taken).read;
+        if (out.read < in.written)
+            in.read = (from_ == QZSTR_CHARSET_UTF8 ? skip_utf8 : skip_units)(src, in.read, taken).read;
         return {in.read, out.written, taken, in.replaced || out.replaced};
     }
 
+    qzstr_charset_t from_, to_;
+    form units_;
     const stages& decoding_;
     const stages& encoding_;
-    bool copies_ascii_;
-    decltype(none) way_;
 };
 
 /// The stages of one call of a pivot, with what they carry from chunk to chunk.
@@ -311,10 +313,16 @@ int longest_character(qzstr_charset_t to) {
     return to == QZSTR_CHARSET_UTF8 ? 3 : _charset_info[to].max_bytes_per_char;
 }
 
+/// How a text was converted, and how far.
+struct converted_text {
+    conv_status_t status = exact;
+    progress at;
+};
+
 /// Goes on where a text is, through the buffer of units.
 template <class Pivot>
-[[gnu::noinline]] conv_status_t convert_in_chunks(qzstr_charset_t from, char* str, int str_len, qzstr_charset_t to,
-                                                  char* buf, int buf_size, bool cannot_fill, progress& at) {
+[[gnu::noinline]] converted_text convert_in_chunks(qzstr_charset_t from, char* str, int str_len, qzstr_charset_t to,
+                                                   char* buf, int buf_size, bool cannot_fill, progress at) {
     const shortcut around(from, to, Pivot::units);
     conversion<Pivot> stage(from, to);
     const std::size_t chunk_units = static_cast<std::size_t>(chunk_bytes / stage.unit);
@@ -352,42 +360,40 @@ template <class Pivot>
         at.written += encoded.written;
         if ((encoded.status & stopped) != 0) {
             at.read += stage.source_bytes(rest, rest_len, before * stage.unit + encoded.read);
-            return status | stopped;
+            return {status | stopped, at};
         }
         at.read += read + decoded.read;
     }
     const stage_result end = stage.finish(buf + at.written, buf_size - static_cast<int>(at.written));
     at.written += end.written;
-    return status | end.status;
+    return {status | end.status, at};
 }
 
 template <class Pivot>
-conv_status_t convert_text(qzstr_charset_t from, char* str, int str_len, qzstr_charset_t to, char* buf, int buf_size,
-                           progress& at) {
+converted_text convert_text(qzstr_charset_t from, char* str, int str_len, qzstr_charset_t to, char* buf, int buf_size) {
     const shortcut around(from, to, Pivot::units);
     // No byte becomes more than one unit, shifts aside. Where nobody sees where chunks end, they end where it suits.
     const bool cannot_fill =
         row_stages_of.row[to].encoding->shifts == nullptr && buf_size >= offset_t{str_len} * longest_character(to);
-    conv_status_t status = exact;
+    converted_text done;
     if (cannot_fill && str_len > 0) {
         const auto length = static_cast<std::size_t>(str_len);
         const recoded_run past =
             around.take(bytes(str), length, bytes(buf), static_cast<std::size_t>(buf_size), unlimited);
-        at = {static_cast<offset_t>(past.read), static_cast<offset_t>(past.written)};
-        status = past.replaced ? replaced : exact;
-        if (past.read == length) return status;
+        done.at = {static_cast<offset_t>(past.read), static_cast<offset_t>(past.written)};
+        done.status = past.replaced ? replaced : exact;
+        if (past.read == length) return done;
     }
-    return status | convert_in_chunks<Pivot>(from, str, str_len, to, buf, buf_size, cannot_fill, at);
+    const converted_text rest = convert_in_chunks<Pivot>(from, str, str_len, to, buf, buf_size, cannot_fill, done.at);
+    return {done.status | rest.status, rest.at};
 }
 
 template <class Pivot>
 [[gnu::noinline]] conv_status_t convert QZSTR_CELL_PARAMETERS {
-    progress at;
     if (!require_buffers(str, "str != NULL", buf, "buf != NULL", write_len, source, 0))
-        return report(exact, at, read_len, write_len);
-    const conv_status_t status =
-        convert_text<Pivot>(from_charset, str, at_least_0(str_len), to_charset, buf, buf_size, at);
-    return report(status, at, read_len, write_len);
+        return report(exact, {}, read_len, write_len);
+    const converted_text done = convert_text<Pivot>(from_charset, str, at_least_0(str_len), to_charset, buf, buf_size);
+    return report(done.status, done.at, read_len, write_len);
 }
 
 /// UTF-8 to UTF-16 for a target that cannot fill.
