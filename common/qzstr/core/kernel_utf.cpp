@@ -128,11 +128,9 @@ void decode_eight(const uchar* p, std::uint64_t positions_of_starts, uchar* dst)
         raw, _mm256_or_si256(_mm256_shuffle_epi8(payload_of_lead, lead), _mm256_set1_epi32(0x3F3F3F00)));
     const __m256i halves = _mm256_maddubs_epi16(payload, _mm256_set1_epi16(0x0140));
     const __m256i joined = _mm256_madd_epi16(halves, _mm256_set1_epi32(0x00011000));
-    __m256i c = _mm256_srlv_epi32(joined, _mm256_shuffle_epi8(shift_of_lead, lead));
+    const __m256i c = _mm256_srlv_epi32(joined, _mm256_shuffle_epi8(shift_of_lead, lead));
     if constexpr (Form == form::ucs4) {
-        if constexpr (Order == order::big)
-            c = _mm256_shuffle_epi8(c, pattern(_mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12)));
-        block{c}.store(dst);
+        block{Order == order::big ? swap_bytes_32(c) : c}.store(dst);
     } else {
         const __m256i units = _mm256_permute4x64_epi64(
             _mm256_shuffle_epi8(c,
@@ -198,9 +196,7 @@ template <form Form, order Order>
         if (Form == form::utf16 && s.four != 0 && c.bytes != 0) {
             if ((s.four & 1) != 0 && (c.wrong & 15) == 0) {
                 if (units - done < 2) return false;
-                const char32_t pair = join_four(p);
-                store_unit<Form, Order>(dst + done * unit, 0xD7C0 + (pair >> 10));
-                store_unit<Form, Order>(dst + (done + 1) * unit, 0xDC00 + (pair & 0x3FF));
+                store_pair<Order>(dst + done * unit, join_four(p));
                 base += 4;
                 done += 2;
                 return true;
@@ -300,10 +296,9 @@ moved encode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t ro
     const auto one = [&] {
         char32_t c = load_unit<Form, Order>(src + i * unit);
         if (c > 0x10FFFF) return false;
-        if (Form == form::utf16 && c >> 11 == 0xD800 >> 11) {
-            const char32_t low = n - i < 2 ? 0 : load_unit<Form, Order>(src + (i + 1) * unit);
-            if (c >= 0xDC00 || low >> 10 != 0xDC00 >> 10) return false;
-            c = (c << 10) + low - 0x35FDC00;
+        if (Form == form::utf16 && is_surrogate(c)) {
+            c = join_pair<Order>(c, src + (i + 1) * unit, n - i - 1);
+            if (c == 0) return false;
             ++i;
         }
         written += encode_one(c, dst + written);
@@ -392,17 +387,12 @@ moved utf16_to_ucs4_as(const uchar* src, std::size_t n, uchar* dst, std::size_t 
                 continue;
             }
         for (const std::size_t until = std::min(n, i + unit_group); i < until && done < units; ++done) {
-            const char32_t c = load_unit<form::utf16, Order>(src + i * 2);
-            const bool pair = c >> 11 == 0xD800 >> 11;
-            if (!pair) {
-                store_unit<form::ucs4, Order>(dst + done * 4, c);
-                ++i;
-                continue;
-            }
-            const char32_t low = n - i < 2 ? 0 : load_unit<form::utf16, Order>(src + i * 2 + 2);
-            if (c >= 0xDC00 || low >> 10 != 0xDC00 >> 10) return {i * 2, done * 4};
-            store_unit<form::ucs4, Order>(dst + done * 4, (c << 10) + low - 0x35FDC00);
-            i += 2;
+            char32_t c = load_unit<form::utf16, Order>(src + i * 2);
+            const bool pair = is_surrogate(c);
+            if (pair) c = join_pair<Order>(c, src + i * 2 + 2, n - i - 1);
+            if (pair && c == 0) return {i * 2, done * 4};
+            store_unit<form::ucs4, Order>(dst + done * 4, c);
+            i += pair ? 2 : 1;
         }
     }
     return {i * 2, done * 4};
@@ -421,10 +411,10 @@ moved ucs4_to_utf16_as(const uchar* src, std::size_t n, uchar* dst, std::size_t 
         }
         for (const std::size_t until = std::min(n, i + unit_group); i < until; ++i) {
             const char32_t c = load_unit<form::ucs4, Order>(src + i * 4);
-            if (room - written < 4 || c >= 0x110000 || c >> 11 == 0xD800 >> 11) return {i * 4, written};
+            if (room - written < 4 || c >= 0x110000 || is_surrogate(c)) return {i * 4, written};
             const bool pair = c > 0xFFFF;
-            store_unit<form::utf16, order::big>(dst + written, pair ? 0xD7C0 + (c >> 10) : c);
-            store_unit<form::utf16, order::big>(dst + written + 2, 0xDC00 + (c & 0x3FF));
+            store_pair<order::big>(dst + written, c);
+            if (!pair) store_unit<form::utf16, order::big>(dst + written, c);
             written += pair ? 4 : 2;
         }
     }

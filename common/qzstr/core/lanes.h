@@ -15,12 +15,6 @@ inline __mmask16 first_lanes(std::size_t n) {
     return static_cast<__mmask16>(first_bits(n));
 }
 
-/// The bytes of each lane in the other order.
-inline __m512i swap_bytes_32(__m512i v) {
-    return _mm512_shuffle_epi8(
-        v, _mm512_broadcast_i32x4(_mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12)));
-}
-
 /// Stores the first n bytes, and more where there is room for all.
 inline void store_first(uchar* dst, std::size_t room, __m512i bytes, std::size_t n) {
     if (room >= 64)

@@ -40,6 +40,25 @@ inline void store_unit(uchar* p, char32_t c) {
     }
 }
 
+constexpr bool is_surrogate(char32_t c) {
+    return c >> 11 == 0xD800 >> 11;
+}
+/// By how much the units of a pair, the first one shifted by ten bits, add up to more than its character.
+inline constexpr std::uint32_t pair_excess = 0x35FDC00;
+
+/// The character of a pair whose first unit is a surrogate, and whose second one would be the first of n units; 0 where it
+/// is none.
+template <order Order>
+inline char32_t join_pair(char32_t first, const uchar* p, std::size_t n) {
+    const char32_t second = n == 0 ? 0 : load_unit<form::utf16, Order>(p);
+    return first < 0xDC00 && second >> 10 == 0xDC00 >> 10 ? (first << 10) + second - pair_excess : 0;
+}
+template <order Order>
+inline void store_pair(uchar* p, char32_t c) {
+    store_unit<form::utf16, Order>(p, 0xD7C0 + (c >> 10));
+    store_unit<form::utf16, Order>(p + 2, 0xDC00 + (c & 0x3FF));
+}
+
 /// The one of UTF-16 is for decoders that tell it from UCS-2.
 enum class unit_layout { ucs2_big, ucs2_little, ucs4_big, ucs4_little, utf16_big };
 

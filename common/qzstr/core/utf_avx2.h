@@ -86,17 +86,15 @@ template <bool Pairs>
 /// Loads 16 code points of the BMP as units; false when one is beyond it.
 template <form Form, order Order>
 bool load_units(const uchar* src, __m256i& units) {
-    const auto load = [](const uchar* p, __m128i swapped) {
-        const __m256i v = block::load(p).v;
-        return Order == order::big ? _mm256_shuffle_epi8(v, _mm256_broadcastsi128_si256(swapped)) : v;
-    };
+    const __m256i a = block::load(src).v;
     if constexpr (Form == form::ucs4) {
-        const __m128i four = _mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12);
-        const __m256i a = load(src, four), b = load(src + block::size, four);
-        units = _mm256_permute4x64_epi64(_mm256_packus_epi32(a, b), 0xD8);
-        return _mm256_testz_si256(_mm256_or_si256(a, b), _mm256_set1_epi32(static_cast<int>(0xFFFF0000))) != 0;
+        const __m256i b = block::load(src + block::size).v;
+        const auto host = [](__m256i v) { return Order == order::big ? swap_bytes_32(v) : v; };
+        constexpr unsigned beyond_bmp = Order == order::big ? 0x0000FFFF : 0xFFFF0000;
+        units = _mm256_permute4x64_epi64(_mm256_packus_epi32(host(a), host(b)), 0xD8);
+        return _mm256_testz_si256(_mm256_or_si256(a, b), _mm256_set1_epi32(static_cast<int>(beyond_bmp))) != 0;
     } else {
-        units = load(src, _mm_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14));
+        units = Order == order::big ? swap_bytes_16(a) : a;
         return true;
     }
 }

@@ -409,16 +409,10 @@ template <form Form, order Order>
 void store_group(uchar* dst, __m512i c, std::size_t count) {
     const auto lanes = static_cast<__mmask16>(first_bits(count));
     if constexpr (Form == form::ucs4) {
-        if constexpr (Order == order::big)
-            c = _mm512_shuffle_epi8(
-                c, _mm512_broadcast_i32x4(_mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12)));
-        _mm512_mask_storeu_epi32(dst, lanes, c);
+        _mm512_mask_storeu_epi32(dst, lanes, Order == order::big ? swap_bytes_32(c) : c);
     } else {
-        __m256i units = _mm512_cvtepi32_epi16(c);
-        if constexpr (Order == order::big)
-            units = _mm256_shuffle_epi8(units, _mm256_broadcastsi128_si256(_mm_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8,
-                                                                                         11, 10, 13, 12, 15, 14)));
-        _mm256_mask_storeu_epi16(dst, lanes, units);
+        const __m256i units = _mm512_cvtepi32_epi16(c);
+        _mm256_mask_storeu_epi16(dst, lanes, Order == order::big ? swap_bytes_16(units) : units);
     }
 }
 
@@ -461,28 +455,16 @@ void decode_marked(const uchar* p, std::uint64_t starts, std::size_t bytes, ucha
 
 // ---- Encoding -------------------------------------------------------------------------------------------------------
 
-/// Units of 16 bits.
-template <order Order>
-__m512i in_host_order(__m512i units) {
-    if constexpr (Order == order::little) return units;
-    return _mm512_shuffle_epi8(
-        units, _mm512_broadcast_i32x4(_mm_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14)));
-}
-
 /// Up to 16 code points.
 template <form Form, order Order>
 __m512i load_group(const uchar* src, std::size_t count) {
     const auto lanes = static_cast<__mmask16>(first_bits(count));
     if constexpr (Form == form::ucs4) {
         const __m512i c = _mm512_maskz_loadu_epi32(lanes, src);
-        if constexpr (Order == order::little) return c;
-        return _mm512_shuffle_epi8(
-            c, _mm512_broadcast_i32x4(_mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12)));
+        return Order == order::big ? swap_bytes_32(c) : c;
     } else {
-        const __m512i c = _mm512_cvtepu16_epi32(_mm256_maskz_loadu_epi16(lanes, src));
-        if constexpr (Order == order::little) return c;
-        return _mm512_shuffle_epi8(
-            c, _mm512_broadcast_i32x4(_mm_setr_epi8(1, 0, -1, -1, 5, 4, -1, -1, 9, 8, -1, -1, 13, 12, -1, -1)));
+        const __m256i units = _mm256_maskz_loadu_epi16(lanes, src);
+        return _mm512_cvtepu16_epi32(Order == order::big ? swap_bytes_16(units) : units);
     }
 }
 
@@ -502,6 +484,10 @@ struct few_units {
     __m512i c;
     __mmask32 two, three;
 
+    template <order Order>
+    static few_units of(__m512i units) {
+        return few_units(Order == order::big ? swap_bytes_16(units) : units);
+    }
     explicit few_units(__m512i units)
         : c(units), two(_mm512_cmpgt_epu16_mask(c, _mm512_set1_epi16(0x7F))),
           three(_mm512_cmpgt_epu16_mask(c, _mm512_set1_epi16(0x7FF))) {}
@@ -532,7 +518,7 @@ template <form Form, order Order>
 void encode_full_groups(const uchar* src, std::size_t n, uchar* dst, std::size_t room, std::size_t& i,
                         std::size_t& written) {
     while (n - i >= few && room - written >= 4 * few) {
-        const few_units<Form> u(in_host_order<Order>(_mm512_loadu_si512(src + 2 * i)));
+        const auto u = few_units<Form>::template of<Order>(_mm512_loadu_si512(src + 2 * i));
         if (u.two == 0) {
             _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + written), _mm512_cvtepi16_epi8(u.c));
             written += few;
@@ -548,7 +534,7 @@ void encode_full_groups(const uchar* src, std::size_t n, uchar* dst, std::size_t
 template <form Form, order Order>
 few_units<Form> load_few(const uchar* src, std::size_t n) {
     const auto inside = static_cast<__mmask32>(bytes_before(n));
-    return few_units<Form>(in_host_order<Order>(_mm512_maskz_loadu_epi16(inside, src)));
+    return few_units<Form>::template of<Order>(_mm512_maskz_loadu_epi16(inside, src));
 }
 
 /// Encodes up to 32 units without asking whether they are ASCII, which is chance in a short text. 0 where there is a
@@ -582,7 +568,7 @@ inline __mmask16 join_pairs(__m512i& c, std::size_t& count) {
     if (alone != 0) [[unlikely]] // where the next group begins must not wait for this one
         count = std::min(count, lowest(alone));
     const __m512i next = _mm512_alignr_epi32(c, c, 1);
-    c = _mm512_mask_sub_epi32(c, first, _mm512_add_epi32(_mm512_slli_epi32(c, 10), next), all(0x35FDC00));
+    c = _mm512_mask_sub_epi32(c, first, _mm512_add_epi32(_mm512_slli_epi32(c, 10), next), all(pair_excess));
     return second;
 }
 

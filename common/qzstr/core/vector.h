@@ -232,6 +232,30 @@ struct block {
 
 #endif
 
+#if QZSTR_LEVEL_NUMBER >= QZSTR_IS_avx2
+
+/// Where the bytes of each unit of 16 or 32 bits are in the other order.
+inline __m128i swapped_bytes(int unit) {
+    return unit == 2 ? _mm_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14)
+                     : _mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12);
+}
+inline __m256i swap_bytes_16(__m256i v) {
+    return _mm256_shuffle_epi8(v, _mm256_broadcastsi128_si256(swapped_bytes(2)));
+}
+inline __m256i swap_bytes_32(__m256i v) {
+    return _mm256_shuffle_epi8(v, _mm256_broadcastsi128_si256(swapped_bytes(4)));
+}
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+inline __m512i swap_bytes_16(__m512i v) {
+    return _mm512_shuffle_epi8(v, _mm512_broadcast_i32x4(swapped_bytes(2)));
+}
+inline __m512i swap_bytes_32(__m512i v) {
+    return _mm512_shuffle_epi8(v, _mm512_broadcast_i32x4(swapped_bytes(4)));
+}
+#endif
+
+#endif
+
 /// Runs a kernel and cleans the upper vector halves: the compiler leaves them dirty on some ways out of a large one, and
 /// the caller's SSE code then pays for every entry and every return.
 template <class Kernel>
