@@ -230,9 +230,9 @@ public:
 
     stage_result encode(char* chunk, int len, char* buf, int size) {
         if (encoding_.shifts == nullptr) {
-            stage_result r{};
-            r.status = pivot_.encode(chunk, len, buf, size, &r.read, &r.written, 1);
-            return r;
+            int read = 0, written = 0;
+            const conv_status_t status = pivot_.encode(chunk, len, buf, size, &read, &written, 1);
+            return {status, read, written};
         }
         return encode_shifting(bytes(chunk), len, buf, size, false);
     }
@@ -253,9 +253,9 @@ public:
 private:
     stage_result decode_some(char* str, int len, char* out, int size) {
         if (decoding_.shifts == nullptr) {
-            stage_result r{};
-            r.status = pivot_.decode(str, len, out, size, &r.read, &r.written, 1);
-            return r;
+            int read = 0, written = 0;
+            const conv_status_t status = pivot_.decode(str, len, out, size, &read, &written, 1);
+            return {status, read, written};
         }
         progress at;
         const conv_status_t status =
@@ -385,7 +385,7 @@ converted_text convert_text(qzstr_charset_t from, char* str, int str_len, qzstr_
         if (past.read == length) return done;
     }
     const converted_text rest = convert_in_chunks<Pivot>(from, str, str_len, to, buf, buf_size, cannot_fill, done.at);
-    return {done.status | rest.status, rest.at};
+    return {done.status | rest.status, {rest.at.read, rest.at.written}};
 }
 
 template <class Pivot>
