@@ -49,6 +49,9 @@ constexpr int short_chunk_bytes = 8192;
 
 constexpr std::size_t unlimited = ~std::size_t{0};
 
+/// So many units stay close even where those of a text go one way and come back.
+constexpr std::size_t short_text_units = 256;
+
 /// What a stage did: bytes it read, bytes it wrote.
 struct stage_result {
     conv_status_t status;
@@ -94,7 +97,7 @@ public:
     }
 
 private:
-    enum { none, to_utf8, from_utf8, from_utf16, bytes_utf8, utf8_bytes, utf16_bytes };
+    enum { none, to_utf8, from_utf8, from_utf16, bytes_utf8, utf8_bytes, utf16_bytes, if_short };
 
     decltype(none) way() const {
         if (to_ == QZSTR_CHARSET_UTF8)
@@ -104,7 +107,9 @@ private:
         const bool to_units = encoding_.encode_units != nullptr && (units_ == form::ucs2 || encoding_.same_in_ucs4);
         if (from_ == QZSTR_CHARSET_UTF8) return to_bytes ? utf8_bytes : to_units ? from_utf8 : none;
         if (from_ == QZSTR_CHARSET_UTF16) return to_bytes ? utf16_bytes : to_units ? from_utf16 : none;
-        return none;
+        const bool from_pairs =
+            decoding_.pairs != nullptr && (units_ == form::ucs2 || decoding_.pairs->longer.same_in_ucs2());
+        return (from_pairs || decoding_.from_bytes != nullptr) && (to_bytes || to_units) ? if_short : none;
     }
 
     /// To UCS-2 no character beyond the BMP would go.
@@ -126,6 +131,9 @@ private:
             return take_utf8(encoding_, src, n, dst, room, most);
         case from_utf16:
             return take_utf16(src, n, dst, room, most);
+        case if_short:
+            return n <= std::min(short_text_units, most) ? take_short(decoding_, encoding_, src, n, dst, room)
+                                                         : recoded_run{};
         case bytes_utf8: {
             const moved m = bytes_to_utf8(*decoding_.from_bytes, src, std::min(n, most), dst, room);
             return {m.read, m.written, m.read, false};
@@ -180,6 +188,32 @@ private:
             if (taken < wanted || taken == 0) break;
         }
         return done;
+    }
+
+    /// At most `limit` units of two bytes.
+    static converted decode(const stages& decoding, const uchar* src, std::size_t n, uchar* units, std::size_t limit) {
+        constexpr unit_layout layout = unit_layout::ucs2_big;
+        if (decoding.pairs != nullptr) return decode_pairs(*decoding.pairs, layout, src, n, units, limit);
+        const std::size_t decoded = decode_bytes(*decoding.from_bytes, layout, src, std::min(n, limit), units);
+        return {decoded, 2 * decoded, false};
+    }
+    static converted encode(const stages& encoding, const uchar* units, std::size_t n, uchar* dst, std::size_t room) {
+        if (encoding.encode_units != nullptr) return encoding.encode_units(units, n, dst, room);
+        const encoded_bytes e = encode_bytes(*encoding.to_bytes, unit_layout::ucs2_big, units, std::min(n, room), dst);
+        return {2 * e.units, e.units, e.replaced};
+    }
+
+    /// A whole text by way of its units, of which UCS-2 has as many as UCS-4; a longer one fills the large buffer as well.
+    [[gnu::noinline]] static recoded_run take_short(const stages& decoding, const stages& encoding, const uchar* src,
+                                                    std::size_t n, uchar* dst, std::size_t room) {
+        constexpr std::size_t spare = 64; // for the decoder to go by blocks
+        alignas(64) uchar units[2 * (short_text_units + spare)];
+        converted in = decode(decoding, src, n, units, short_text_units + spare);
+        const std::size_t decoded = in.written / 2, wanted = settled(encoding, units, decoded, in.read < n);
+        const converted out = encode(encoding, units, wanted, dst, room);
+        const std::size_t taken = out.read / 2;
+        if (taken < decoded) in = decode(decoding, src, in.read, units, taken);
+        return {in.read, out.written, taken, in.replaced || out.replaced};
     }
 
     /// Characters beyond the BMP, and what follows them, by way of a few UCS-4 units.
