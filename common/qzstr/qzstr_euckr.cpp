@@ -65,6 +65,14 @@ struct euckr : double_byte<euckr>, decoders<euckr>, encoders<euckr>, ascii_reduc
         while (at.read < len) {
             const uchar* const p = src + at.read;
             if (p[0] < 0x80) {
+                const offset_t room = size - at.written, left = len - at.read;
+                if (!state.out && left > 1 && p[1] < 0x80) { // between words there is one
+                    const std::size_t run =
+                        copy_ascii(p, static_cast<std::size_t>(left < room ? left : room), dst + at.written);
+                    out.passed(run);
+                    at.read += static_cast<offset_t>(run);
+                    if (run > 0) continue;
+                }
                 if (!out.ascii(p[0])) return status | stopped;
                 at.read += 1;
                 continue;
