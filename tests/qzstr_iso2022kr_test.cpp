@@ -59,6 +59,69 @@ TEST(Iso2022kr, Decodes) {
     }
 }
 
+// The same wherever it stands among well-formed text, for every vector level and every size of target.
+TEST(Iso2022kr, DecodesInLongText) {
+    const struct {
+        const char *source, *ucs2, *euckr;
+        bool replaces;
+    } cases[] = {
+        {"0E 30 21 30 22 0F", "AC 00 AC 01", "B0 A1 B0 A2", false},
+        {"0E 30 21 30 0F", "AC 00 00 3F", "B0 A1 3F", true},              // an odd run
+        {"0E 0E 30 21 0E 30 22 0F", "AC 00 AC 01", "B0 A1 B0 A2", false}, // shifted out already
+        {"0F 0F 41", "00 41", "41", false},
+        {"0E 0F 0E 0F", "", "", false},
+        {"0E 30 21 22 7E 30 21 0F", "AC 00 00 3F 00 3F AC 00", "B0 A1 3F 3F B0 A1", true}, // no character
+        {"0E 30 7F 30 21 0F", "00 3F 00 3F AC 00", "3F 3F B0 A1", true},
+        {"0E B0 21 0F", "00 3F 00 3F", "3F 3F", true},
+        {"0E 30 21 0A 30 21 0F", "AC 00 00 3F AC 00", "B0 A1 3F B0 A1", true},
+        {"B0 41", "00 3F 00 41", "3F 41", true},
+        {"1B 24 29 43 0E 30 21 1B 24 29 43 30 22 0F", "AC 00 AC 01", "B0 A1 B0 A2", false},
+        {"1B 24 29 41", "00 3F 00 24 00 29 00 41", "3F 24 29 41", true},
+    };
+    const auto repeated = [](const char* text, int times) {
+        std::string all;
+        for (const std::string one = unhex(text); times > 0; --times)
+            all += one;
+        return all;
+    };
+    const auto check = [](std::string_view source, std::string_view ucs2, std::string_view euckr, int status,
+                          bool sizes) {
+        const auto& iso_exact = levels()[0].catalogue[QZSTR_CHARSET_ISO2022KR];
+        const int len = static_cast<int>(source.size()), wide = static_cast<int>(ucs2.size());
+        for (const level& at : levels()) {
+            SCOPED_TRACE(at.name);
+            const auto& row = at.catalogue[QZSTR_CHARSET_ISO2022KR];
+            ASSERT_EQ(run_slot(row.qzstr_to_ucs2_fn, source), (converted{status, len, wide, std::string(ucs2)}));
+            const converted bytes = run_cell(at.catalogue, 33, 1, source);
+            ASSERT_EQ(bytes, (converted{status, len, static_cast<int>(euckr.size()), std::string(euckr)}));
+            for (int size = 0; sizes && size < wide; ++size) {
+                ASSERT_EQ(run_slot(row.qzstr_to_ucs2_fn, source, size),
+                          run_slot(iso_exact.qzstr_to_ucs2_fn, source, size));
+                ASSERT_EQ(run_cell(at.catalogue, 33, 1, source, size),
+                          run_cell(levels()[0].catalogue, 33, 1, source, size));
+            }
+        }
+    };
+    const std::string before = repeated("0E 30 21 30 22 0F 41", 12), ucs2_before = repeated("AC 00 AC 01 00 41", 12),
+                      euckr_before = repeated("B0 A1 B0 A2 41", 12), designator = unhex("1B 24 29 43");
+    for (const auto& c : cases)
+        for (std::size_t shift = 0; shift < 66; ++shift) {
+            SCOPED_TRACE(c.source + (" behind " + std::to_string(shift)));
+            const std::string some(shift, 'a'), source = some + unhex(c.source), euckr = some + unhex(c.euckr);
+            const std::string ucs2 = units(std::u32string(shift, U'a'), 2) + unhex(c.ucs2);
+            const int status = c.replaces ? 2 : 0;
+            check(designator + before + source + before, ucs2_before + ucs2 + ucs2_before,
+                  euckr_before + euckr + euckr_before, status, shift == 0);
+        }
+    // Before a designator, nothing is shifted out.
+    for (std::size_t shift = 0; shift < 66; ++shift) {
+        const std::string some(shift, 'a'), wide = units(std::u32string(shift, U'a'), 2);
+        check(some + unhex("0E 30 21") + some + designator + before,
+              wide + unhex("00 3F 00 30 00 21") + wide + ucs2_before, some + "?0!" + some + euckr_before, 2,
+              shift == 65);
+    }
+}
+
 TEST(Iso2022kr, Encodes) {
     const struct {
         const char* units;

@@ -4,6 +4,8 @@
 #include "core/transcode.h"
 #include "qzstr_stages.h"
 
+#include <algorithm>
+
 namespace qzstr::families {
 
 using namespace core;
@@ -20,6 +22,22 @@ struct ksc5601_pairs {
         const auto& pages = encode_pages_of<ksc5601_pairs>;
         const std::uint16_t cell = pages.cell[pages.page[c >> 8] + (c & 0xFF)];
         return cell < substituted ? __builtin_bswap16(cell) : 0;
+    }
+};
+
+/// KS X 1001 as text without its shifts has it: pairs with the high bit among ASCII.
+struct unshifted_ksc5601 {
+    static constexpr byte_set leads{byte_range{0xA1, 0xFE}};
+
+    /// Its replacement makes the tables ask for what is no character: only the text with the shifts tells what follows.
+    template <form>
+    static constexpr decoded decode(const uchar* p, offset_t) {
+        if (p[0] < 0x80) return one(p[0], 1);
+        const char32_t c = qzstr_ksc5601_to_ucs2(p[0] - 0x80U, p[1] - 0x80U);
+        return c != no_character ? one(c, 2) : decoded{{'?', 0}, 1, 1, outcome::bad};
+    }
+    static constexpr recoded reduce(const uchar* p, offset_t) {
+        return p[0] < 0x80 ? recoded{{p[0]}, 1, 1, outcome::ok} : recoded{{'?'}, 1, 2, outcome::bad};
     }
 };
 
@@ -79,15 +97,82 @@ struct iso2022kr : decoders<iso2022kr>, encoders<iso2022kr> {
         at = here;
     }
 
+    static constexpr offset_t shortest_piece = 64, longest_piece = 1024;
+
+    /// Takes well-formed text a piece at a time: `convert(piece, n)` gets n bytes of it without shifts, and takes those up
+    /// to the first pair that is no character.
+    template <int Unit, class Convert>
+    [[gnu::noinline]] static conv_status_t take_pieces(shift_state& state, const uchar* src, offset_t len,
+                                                       offset_t size, progress& at, Convert convert) {
+        uchar piece[longest_piece + 64];
+        conv_status_t status = exact;
+        for (offset_t most = 2 * shortest_piece;; most = std::min<offset_t>(2 * most, longest_piece)) {
+            // No byte becomes more than one unit: there is room for one wherever a shift is read.
+            const offset_t n = std::min({len - at.read, (size - at.written) / Unit - 1, most});
+            if (n < shortest_piece) return status;
+            const uchar* const p = src + at.read;
+            const unshifted text = unshift_pairs(iso2022kr_codes, state, p, static_cast<std::size_t>(n), piece);
+            const converted done = convert(piece, text.written);
+            const bool whole = done.read == text.written;
+            if (whole) state = text.state;
+            const offset_t read = whole ? static_cast<offset_t>(text.read) : pass(state, p, done.read);
+            at.read += read;
+            at.written += static_cast<offset_t>(done.written);
+            if (done.replaced) status |= replaced;
+            if (!whole || n - read >= offset_t{sizeof ksc5601_designator}) return status;
+        }
+    }
+
+    /// Passes well-formed text up to where its n-th byte without shifts ends.
+    static offset_t pass(shift_state& state, const uchar* p, std::size_t n) {
+        offset_t at = 0;
+        while (n > 0) {
+            if (p[at] == escape) {
+                state.designated = true;
+                at += sizeof ksc5601_designator;
+                continue;
+            }
+            if (p[at] == shift_out || p[at] == shift_in)
+                state.out = p[at] == shift_out;
+            else
+                --n;
+            ++at;
+        }
+        return at;
+    }
+
     /// Decodes from a state on. Shifts, too, are only read while there is room for a unit.
     template <form Form, order Order>
     static conv_status_t decode(shift_state& state, const uchar* src, offset_t len, uchar* dst, offset_t size,
                                 progress& at) {
         constexpr int unit = unit_size<Form>;
         conv_status_t status = exact;
-        while (at.read < len) {
-            pass_plain<Form, Order>(state, src, len, dst, size, at);
-            if (at.read == len) break;
+        exact_stretch stretch;
+        while (at.read < len && (status & stopped) == 0) {
+            offset_t until = len;
+            if (len - at.read >= shortest_piece) {
+                const offset_t before = at.read;
+                const auto convert = [&](const uchar* piece, std::size_t n) {
+                    return decode_pairs(pair_decoding_of<unshifted_ksc5601>, layout_of<Form, Order>, piece, n,
+                                        dst + at.written, static_cast<std::size_t>((size - at.written) / unit));
+                };
+                status |= take_pieces<unit>(state, src, len, size, at, convert);
+                until = std::min(len, at.read + stretch.after(at.read - before));
+            }
+            status |= decode_until<Form, Order>(state, src, len, until, dst, size, at);
+        }
+        return status;
+    }
+
+    /// The same by single characters of which the last one begins before `until`.
+    template <form Form, order Order>
+    [[gnu::always_inline]] static conv_status_t decode_until(shift_state& state, const uchar* src, offset_t len,
+                                                             offset_t until, uchar* dst, offset_t size, progress& at) {
+        constexpr int unit = unit_size<Form>;
+        conv_status_t status = exact;
+        while (at.read < until) {
+            pass_plain<Form, Order>(state, src, until, dst, size, at);
+            if (at.read == until) break;
             if (size - at.written < unit) return status | stopped;
             const decoded d = next(state, src + at.read, len - at.read);
             if (d.what == outcome::cut) return status | stopped;
@@ -152,10 +237,11 @@ struct iso2022kr : decoders<iso2022kr>, encoders<iso2022kr> {
         return encode<Form, Order>(state, src, len, dst, size, at, true);
     }
 
-    /// Into bytes: `korean` says what a character of KS X 1001 becomes.
-    template <class Korean>
+    /// Into bytes: `korean(p)` is what a character of KS X 1001 becomes, `convert(piece, n, dst)` what text becomes that
+    /// is without shifts and replacements.
+    template <class Korean, class Convert>
     static conv_status_t recode_text(char* str, int str_len, char* buf, int buf_size, int* read_len, int* write_len,
-                                     Korean korean) {
+                                     Korean korean, Convert convert) {
         progress at;
         if (!require_buffers(str, "str != NULL", buf, "buf != NULL", write_len, where.source, 0))
             return report(exact, at, read_len, write_len);
@@ -167,28 +253,72 @@ struct iso2022kr : decoders<iso2022kr>, encoders<iso2022kr> {
             if (d.consumed == 2) return korean(p);
             return {{static_cast<uchar>(d.unit[0])}, d.units, d.consumed, d.what};
         };
-        const auto run = [&state](const uchar* src, std::size_t n, uchar* dst, std::size_t room) -> converted {
+        const auto pass_ascii = [&state](const uchar* src, std::size_t n, uchar* dst, std::size_t room) -> converted {
             std::size_t i = 0;
             if (!state.out)
                 for (; i < n && i < room && is_plain(src[i]); ++i)
                     dst[i] = src[i];
             return {i, i, false};
         };
-        const conv_status_t status =
-            recode(bytes(str), at_least_0(str_len), bytes(buf), at_least_0(buf_size), at, run, step);
+        exact_stretch stretch;
+        const uchar* until = bytes(str);
+        const auto run = [&](const uchar* src, std::size_t n, uchar* dst, std::size_t room) -> converted {
+            if (src >= until) {
+                shift_state now = state; // what is referred to would not stay in registers
+                const converted done = recode_pieces(now, src, n, dst, room, convert);
+                state = now;
+                const auto then = static_cast<std::size_t>(stretch.after(static_cast<offset_t>(done.read)));
+                until = src + std::min(n, done.read + then);
+                if (done.read > 0) return done;
+            }
+            return pass_ascii(src, static_cast<std::size_t>(until - src), dst, room);
+        };
+        const offset_t len = at_least_0(str_len), size = at_least_0(buf_size);
+        const conv_status_t status = len < shortest_piece
+                                         ? recode(bytes(str), len, bytes(buf), size, at, pass_ascii, step)
+                                         : recode(bytes(str), len, bytes(buf), size, at, run, step);
         return report(status, at, read_len, write_len);
+    }
+    template <class Convert>
+    static converted recode_pieces(shift_state& state, const uchar* src, std::size_t n, uchar* dst, std::size_t room,
+                                   Convert convert) {
+        progress at;
+        const conv_status_t status =
+            take_pieces<1>(state, src, static_cast<offset_t>(n), static_cast<offset_t>(room), at,
+                           [dst, convert, &at](const uchar* piece, std::size_t m) {
+                               return convert(piece, characters_in(piece, m), dst + at.written);
+                           });
+        return {static_cast<std::size_t>(at.read), static_cast<std::size_t>(at.written), status != exact};
+    }
+    /// The bytes of a piece without shifts up to the first pair that is no character.
+    static std::size_t characters_in(const uchar* piece, std::size_t n) {
+        uchar units[2 * longest_piece];
+        return decode_pairs(pair_decoding_of<unshifted_ksc5601>, unit_layout::ucs2_little, piece, n, units,
+                            longest_piece)
+            .read;
     }
     static conv_status_t get_ascii_str QZSTR_CELL_PARAMETERS {
         (void)from_charset, (void)to_charset;
-        return recode_text(str, str_len, buf, buf_size, read_len, write_len, [](const uchar*) {
-            return recoded{{'?'}, 1, 2, outcome::bad};
-        });
+        return recode_text(
+            str, str_len, buf, buf_size, read_len, write_len,
+            [](const uchar*) {
+                return recoded{{'?'}, 1, 2, outcome::bad};
+            },
+            [](const uchar* piece, std::size_t n, uchar* dst) {
+                return reduce_pairs(reduction_of<unshifted_ksc5601>, piece, n, dst, n);
+            });
     }
     static conv_status_t get_euckr_str QZSTR_CELL_PARAMETERS {
         (void)from_charset, (void)to_charset;
-        return recode_text(str, str_len, buf, buf_size, read_len, write_len, [](const uchar* p) {
-            return recoded{{static_cast<uchar>(p[0] | 0x80), static_cast<uchar>(p[1] | 0x80)}, 2, 2, outcome::ok};
-        });
+        return recode_text(
+            str, str_len, buf, buf_size, read_len, write_len,
+            [](const uchar* p) {
+                return recoded{{static_cast<uchar>(p[0] | 0x80), static_cast<uchar>(p[1] | 0x80)}, 2, 2, outcome::ok};
+            },
+            [](const uchar* piece, std::size_t n, uchar* dst) -> converted {
+                std::memcpy(dst, piece, n);
+                return {n, n, false};
+            });
     }
     static constexpr auto get_iso2022kr_str = qzstr_get_same_charset_str;
 

@@ -92,6 +92,25 @@ struct pair_encoding {
 /// The texts for which there may be a way of their own.
 inline constexpr std::size_t short_text_bytes = 64;
 
+/// Where a text with shifts stands between two characters. A decoder keeps the designator to the end; a writer repeats it
+/// on every line with pairs.
+struct shift_state {
+    bool out = false;
+    bool designated = false;
+};
+
+/// Codes of 7-bit text: what shifts out to pairs and in to ASCII, and what designates the set of the pairs.
+struct shift_codes {
+    uchar out, in;
+    uchar designator[4];
+};
+
+/// Bytes read and written by a kernel that goes through shifts, and where it left them.
+struct unshifted {
+    std::size_t read, written;
+    shift_state state;
+};
+
 /// Three bytes of a pattern and where they stand in it (not all need differ): what a search tests at once for many
 /// starts, the third only where the first two leave any.
 struct probe_bytes {
@@ -169,6 +188,11 @@ struct long_forms {
     K(std::size_t, run_before, (const uchar* p, std::size_t n, uchar b), (p, n, b))                                    \
     /* Length of the run of bytes equal to b that ends at p + n. */                                                    \
     K(std::size_t, trailing_run, (const uchar* p, std::size_t n, uchar b), (p, n, b))                                  \
+    /* Writes well-formed 7-bit text without shifts and designators, the bytes of pairs with the high bit: whole */    \
+    /* characters, but no shift twice. The target has room for n bytes and a block of 64 more. */                      \
+    K(unshifted, unshift_pairs,                                                                                        \
+      (const shift_codes& codes, shift_state state, const uchar* src, std::size_t n, uchar* dst),                      \
+      (codes, state, src, n, dst))                                                                                     \
     /* Decodes up to `units` units from n bytes of one- and two-byte characters. */                                    \
     K(converted, decode_pairs,                                                                                         \
       (const pair_decoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst, std::size_t units), \

@@ -9,17 +9,13 @@
 
 namespace qzstr {
 
-inline constexpr uchar shift_out = 0x0E; ///< to KS X 1001
-inline constexpr uchar shift_in = 0x0F;  ///< to ASCII
-inline constexpr uchar escape = 0x1B;
-inline constexpr uchar ksc5601_designator[] = {escape, '$', ')', 'C'};
+inline constexpr core::shift_codes iso2022kr_codes{0x0E, 0x0F, {0x1B, '$', ')', 'C'}};
+inline constexpr uchar shift_out = iso2022kr_codes.out; ///< to KS X 1001
+inline constexpr uchar shift_in = iso2022kr_codes.in;   ///< to ASCII
+inline constexpr auto& ksc5601_designator = iso2022kr_codes.designator;
+inline constexpr uchar escape = ksc5601_designator[0];
 
-/// Where a text stands between two characters. A decoder keeps the designator to the end; a writer repeats it on every
-/// line with Korean text.
-struct shift_state {
-    bool out = false;
-    bool designated = false;
-};
+using core::shift_state;
 
 /// Writes 7-bit Korean text into a bounded target: a character comes whole, with the shift and designator that it needs,
 /// or not at all.
