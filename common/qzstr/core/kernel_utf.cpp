@@ -225,36 +225,21 @@ template <form Form, order Order>
     return {base, done * unit, replaced};
 }
 
-#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
-
-template <form Form, order Order>
-[[gnu::noinline]] converted decode_utf8_by_blocks(const uchar* src, std::size_t n, uchar* dst, std::size_t units,
-                                                  bool stops) {
-    const converted fast = decode_utf8_units<Form == form::utf16, Order>(src, n, dst, units, stops);
-    if (fast.read == n) return fast;
-    const converted rest =
-        decode_utf8_by_starts<Form, Order>(src + fast.read, std::min(n - fast.read, block_size + beyond),
-                                           dst + fast.written, units - fast.written / 2, stops);
-    return {fast.read + rest.read, fast.written + rest.written, fast.replaced || rest.replaced};
-}
-
-#endif
-
 template <form Form, order Order>
 converted decode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t units, bool stops) {
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
     if constexpr (Form != form::ucs4) {
         if (n <= block_size) {
-            const short_text text(src, n);
+            const short_text<Form == form::utf16> text(src, n);
             if (text.usual && text.count <= units) {
                 store_units<Order>(dst, text.units, text.count, units);
                 return {n, 2 * text.count, false};
             }
         }
-        return decode_utf8_by_blocks<Form, Order>(src, n, dst, units, stops);
-    }
+        return decode_utf8_units<Form == form::utf16, Order>(src, n, dst, units, stops);
+    } else
 #endif
-    return decode_utf8_by_starts<Form, Order>(src, n, dst, units, stops);
+        return decode_utf8_by_starts<Form, Order>(src, n, dst, units, stops);
 }
 
 #if QZSTR_LEVEL_NUMBER < QZSTR_IS_avx512
@@ -543,7 +528,7 @@ converted utf8_to_bytes(const byte_encoding& plan, const uchar* src, std::size_t
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
     return leaving([&] {
         if (n <= block_size) {
-            const short_text text(src, n);
+            const short_text<false> text(src, n);
             if (text.usual && text.count <= units) {
                 const bool replaced = store_bytes(plan, dst, text.units, text.count);
                 return converted{n, text.count, replaced};
@@ -574,7 +559,7 @@ recoded_run short_utf8_to_pairs([[maybe_unused]] const pair_encoding& plan, [[ma
                                 [[maybe_unused]] std::size_t room) {
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
     return leaving([&]() -> recoded_run {
-        const short_text text(src, n);
+        const short_text<false> text(src, n);
         if (!text.usual) return {};
         std::size_t written = 0;
         std::uint64_t replaced = 0;

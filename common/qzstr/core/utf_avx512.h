@@ -187,33 +187,42 @@ struct usual_block {
 /// What becomes of up to 64 bytes of any text that begin with a character.
 struct any_block {
     unit_planes units;
-    std::uint64_t marks;
-    bool replaced;
+    std::uint64_t marks, first_of_pair = 0, bad = 0; ///< `bad`: the ends of malformed characters
     std::size_t bytes; ///< those of whole characters, and before one of four where that `stops`
 
     template <bool Pairs>
     static any_block of(surroundings t, std::size_t n, bool stops, const decoding_bytes& bytes) {
         const structure s = structure::of(t, 0);
-        any_block b{{}, ~(s.expected >> 1), false, s.whole_bytes(n)};
+        any_block b{{}, ~(s.expected >> 1), 0, 0, s.whole_bytes(n)};
         std::uint64_t wrong = s.misplaced() | s.impossible | (Pairs ? 0 : s.four << 3) |
                               bytes.forbidden(t.text, t.back_1, s.leads << 1, seconds);
         wrong &= bytes_before(b.bytes);
         wrong |= (wrong & ~b.marks) << 1;
         wrong |= (wrong & ~b.marks) << 1;
-        if (stops && s.four != 0) b.bytes = std::min(b.bytes, lowest(s.four));
-        const std::uint64_t bad = wrong & b.marks, kept = bytes_before(b.bytes);
+        b.bad = wrong & b.marks;
         // What is malformed may have leads of three elsewhere.
         t.back_2 = _mm512_maskz_mov_epi8(s.three_or_four << 2, t.back_2);
         b.units = unit_planes::of(t, bytes);
-        if (const std::uint64_t first = s.four << 2 & ~(wrong >> 1); Pairs && first != 0) {
-            b.units.put_pairs(t, first, first << 1);
-            b.marks |= first;
-        }
+        if (Pairs) b.first_of_pair = s.four << 2 & ~(wrong >> 1);
+        if (Pairs && b.first_of_pair != 0) b.units.put_pairs(t, b.first_of_pair, b.first_of_pair << 1);
         b.units.keep_singles(t.text, s.expected);
-        b.units.replace(bad);
-        b.marks &= kept;
-        b.replaced = (bad & kept) != 0;
+        b.units.replace(b.bad);
+        b.marks |= b.first_of_pair;
+        b.keep(stops && s.four != 0 ? std::min(b.bytes, lowest(s.four)) : b.bytes);
         return b;
+    }
+    void keep(std::size_t n) {
+        bytes = n;
+        marks &= bytes_before(n);
+        bad &= bytes_before(n);
+    }
+    std::size_t count() const { return static_cast<std::size_t>(std::popcount(marks)); }
+    /// Only the characters whose units have room.
+    void fit(std::size_t room) {
+        if (count() <= room) return;
+        const std::size_t next = nth_bit(marks, room); // the unit that has none
+        const std::uint64_t before = marks & ~first_of_pair & bytes_before(next);
+        keep(before == 0 ? 0 : 64 - static_cast<std::size_t>(std::countl_zero(before)));
     }
 };
 
@@ -253,7 +262,8 @@ void store_units(uchar* dst, unit_planes units, std::size_t count, std::size_t r
     store_half(dst + 64, _mm512_unpackhi_epi8(first, second), count - 32, room - 32);
 }
 
-/// The units of a text of at most 64 bytes, when it is well-formed and within the BMP.
+/// The units of a text of at most 64 bytes, when it is well-formed and, without `Pairs`, within the BMP.
+template <bool Pairs>
 struct short_text {
     unit_planes units;
     std::size_t count;
@@ -264,8 +274,8 @@ struct short_text {
         const surroundings t = edge_block{p, n, false}.all();
         usual_block b(t, character_ends::of(t.next, bytes), bytes);
         const __mmask64 continuations = bytes.continuations(t.text);
+        usual = (b.within_bmp || (Pairs && b.find_pairs(t, 0, bytes))) && (continuations & 1) == 0;
         b.units.keep_singles(t.text, continuations);
-        usual = b.within_bmp && (continuations & 1) == 0;
         const std::uint64_t marks = b.ends.marks & bytes_before(n);
         units = b.units.pressed(marks);
         count = static_cast<std::size_t>(std::popcount(marks));
@@ -284,8 +294,8 @@ struct block_decoder {
     std::uint64_t replaced = 0;     ///< or 1: a byte that is spilt and read back as a word holds everything up
     decoding_bytes bytes{};
 
-    /// Up to a block without room for its units, and the rest of the text; what the end of the text cuts stays. With `stops`,
-    /// only up to the first character of four bytes.
+    /// As far as there is room; what the end of the text cuts stays. With `stops`, only up to the first character of four
+    /// bytes.
     [[gnu::always_inline]] converted decode(bool stops) {
         bool began = false; // what stands before is well-formed, and may go on
         while (base < n) {
@@ -344,13 +354,12 @@ private:
     /// A block that begins with a character. False where there is no room, no whole character, or one that stops.
     [[gnu::always_inline]] bool decode_any(bool stops) {
         const surroundings t = edge_block{src + base, n - base, false}.all();
-        const any_block b = any_block::of<Pairs>(t, std::min(n - base, block_size), stops, bytes);
-        const auto count = static_cast<std::size_t>(std::popcount(b.marks));
-        if (count > units - done || b.bytes == 0) return false;
-        put(b.units.pressed(b.marks), count, units - done);
-        replaced |= b.replaced;
+        any_block b = any_block::of<Pairs>(t, std::min(n - base, block_size), stops, bytes);
+        b.fit(units - done);
+        put(b.units.pressed(b.marks), b.count(), units - done);
+        replaced |= b.bad != 0;
         base += b.bytes;
-        return true;
+        return b.bytes != 0;
     }
     /// Of a character that goes on, the bytes and the first unit of its pair.
     void take_back_cut() {
@@ -371,8 +380,8 @@ private:
 
 /// Into 16-bit units; counts bytes on both sides.
 template <bool Pairs, order Order>
-[[gnu::always_inline]] inline converted decode_utf8_units(const uchar* src, std::size_t n, uchar* dst,
-                                                          std::size_t units, bool stops) {
+[[gnu::noinline]] converted decode_utf8_units(const uchar* src, std::size_t n, uchar* dst, std::size_t units,
+                                              bool stops) {
     const auto store = [=](std::size_t at, const unit_planes& planes, std::size_t count, std::size_t room) {
         // Stores that lie across two lines would wait for each of them.
         for (const std::size_t ahead : {1024, 1088})
@@ -404,18 +413,6 @@ inline bool store_bytes(const byte_encoding& plan, uchar* dst, unit_planes units
 
 // ---- Decoding the marked characters of a block -----------------------------------------------------------------------
 
-/// Stores the 16 code points of a group in the asked form, the first `count` of them.
-template <form Form, order Order>
-void store_group(uchar* dst, __m512i c, std::size_t count) {
-    const auto lanes = static_cast<__mmask16>(first_bits(count));
-    if constexpr (Form == form::ucs4) {
-        _mm512_mask_storeu_epi32(dst, lanes, Order == order::big ? swap_bytes_32(c) : c);
-    } else {
-        const __m256i units = _mm512_cvtepi32_epi16(c);
-        _mm256_mask_storeu_epi16(dst, lanes, Order == order::big ? swap_bytes_16(units) : units);
-    }
-}
-
 /// By the high half of a lead: the payload bits of its character, and how far they must be shifted down.
 alignas(64) constexpr std::uint32_t payload_of_lead[16] = {0x7F,      0x7F,   0x7F, 0x7F,
                                                            0x7F,      0x7F,   0x7F, 0x7F, // one byte
@@ -428,6 +425,7 @@ alignas(64) constexpr std::uint32_t shift_of_lead[16] = {18, 18, 18, 18, 18, 18,
 /// Decodes the marked characters, 16 at a time: their bytes are brought into one lane each and joined by multiplication.
 template <form Form, order Order>
 void decode_marked(const uchar* p, std::uint64_t starts, std::size_t bytes, uchar* dst, bool) {
+    static_assert(Form == form::ucs4);
     const __m512i text = _mm512_maskz_loadu_epi8(first_bits(bytes), p);
     const __m512i iota =
         _mm512_set_epi8(63, 62, 61, 60, 59, 58, 57, 56, 55, 54, 53, 52, 51, 50, 49, 48, 47, 46, 45, 44, 43, 42, 41, 40,
@@ -447,8 +445,9 @@ void decode_marked(const uchar* p, std::uint64_t starts, std::size_t bytes, ucha
         const __m512i halves = _mm512_maddubs_epi16(payload, _mm512_set1_epi16(0x0140));
         const __m512i joined = _mm512_madd_epi16(halves, _mm512_set1_epi32(0x00011000));
         const __m512i c = _mm512_srlv_epi32(joined, _mm512_permutexvar_epi32(lead, shifts));
-        store_group<Form, Order>(dst, c, static_cast<std::size_t>(std::min(left, 16)));
-        dst += 16 * unit_size<Form>;
+        _mm512_mask_storeu_epi32(dst, first_lanes(static_cast<std::size_t>(left)),
+                                 Order == order::big ? swap_bytes_32(c) : c);
+        dst += 16 * unit_size<form::ucs4>;
         positions = _mm512_alignr_epi32(positions, positions, 4);
     }
 }
