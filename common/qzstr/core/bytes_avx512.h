@@ -47,7 +47,7 @@ inline encoded_block encode_planes(const byte_encoding& plan, __m512i high, __m5
     __m512i out = low;
     __mmask64 todo = here;
     if (plan.over_ascii) {
-        const __m512i beyond_ascii = _mm512_ternarylogic_epi32(high, low, _mm512_set1_epi8(-0x80), 0xF8);
+        const __m512i beyond_ascii = _mm512_ternarylogic_epi32(high, low, block::all(0x80), 0xF8);
         todo = _mm512_mask_test_epi8_mask(here, beyond_ascii, beyond_ascii);
         if (todo == 0) return {out, false};
     }
@@ -60,14 +60,14 @@ inline encoded_block encode_planes(const byte_encoding& plan, __m512i high, __m5
         }
         const __m512i waiting = _mm512_maskz_compress_epi8(todo, high);
         const auto page = static_cast<uchar>(_mm_cvtsi128_si32(_mm512_castsi512_si128(waiting)));
-        const __mmask64 same = _mm512_mask_cmpeq_epi8_mask(todo, high, _mm512_set1_epi8(static_cast<char>(page)));
+        const __mmask64 same = _mm512_mask_cmpeq_epi8_mask(todo, high, block::all(page));
         out = _mm512_mask_mov_epi8(out, same, look_up_256(plan.cell + plan.page[page], low));
         todo &= ~same;
     }
     if (__mmask64 none = _mm512_mask_testn_epi8_mask(looked_up, out, out); none != 0) [[unlikely]] {
         const __m512i unit = _mm512_or_si512(high, low);
         none = _mm512_mask_test_epi8_mask(none, unit, unit); // U+0000 is itself
-        out = _mm512_mask_mov_epi8(out, none, _mm512_set1_epi8(static_cast<char>(plan.substitute)));
+        out = _mm512_mask_mov_epi8(out, none, block::all(plan.substitute));
         return {out, none != 0};
     }
     return {out, false};

@@ -43,9 +43,6 @@ struct second_bytes {
 };
 constexpr second_bytes seconds(true), seconds_within_bmp(false);
 
-inline __m512i all_bytes(unsigned byte) {
-    return _mm512_set1_epi8(static_cast<char>(byte));
-}
 inline __m512i bits_where(__m512i mask, __m512i set, __m512i clear) {
     return _mm512_ternarylogic_epi32(mask, set, clear, 0xCA);
 }
@@ -55,7 +52,7 @@ inline bool is_continuation(uchar b) {
 
 /// A constant that stays in its register: g++ 12 makes those of one repeated byte anew in every round of a loop.
 inline __m512i held(unsigned byte) {
-    __m512i bytes = all_bytes(byte);
+    __m512i bytes = block::all(byte);
     asm("" : "+v"(bytes));
     return bytes;
 }
@@ -128,11 +125,11 @@ struct unit_planes {
     /// Pairs, of which the `first` units stand where the third bytes are.
     void put_pairs(const surroundings& t, std::uint64_t first, std::uint64_t second) {
         // The second unit has two bits of the third byte; the first is D7C0 + (code point >> 10), F0 leads to D8 or D7.
-        const __m512i second_high = _mm512_ternarylogic_epi32(high, all_bytes(0x03), all_bytes(0xDC), 0xEA);
-        const __m512i bits = bits_where(all_bytes(0x03), _mm512_srli_epi16(t.text, 4), _mm512_slli_epi16(t.back_1, 2));
-        const __m512i borrow = _mm512_movm_epi8(_mm512_cmplt_epu8_mask(bits, all_bytes(0x40)));
-        const __m512i first_high = _mm512_add_epi8(_mm512_add_epi8(t.back_2, all_bytes(0xD8 - 0xF0)), borrow);
-        low = _mm512_mask_sub_epi8(low, first, bits, all_bytes(0x40));
+        const __m512i second_high = _mm512_ternarylogic_epi32(high, block::all(0x03), block::all(0xDC), 0xEA);
+        const __m512i bits = bits_where(block::all(0x03), _mm512_srli_epi16(t.text, 4), _mm512_slli_epi16(t.back_1, 2));
+        const __m512i borrow = _mm512_movm_epi8(_mm512_cmplt_epu8_mask(bits, block::all(0x40)));
+        const __m512i first_high = _mm512_add_epi8(_mm512_add_epi8(t.back_2, block::all(0xD8 - 0xF0)), borrow);
+        low = _mm512_mask_sub_epi8(low, first, bits, block::all(0x40));
         high = _mm512_mask_mov_epi8(_mm512_mask_mov_epi8(high, second, second_high), first, first_high);
     }
     /// Bytes that continue nothing are units themselves.
@@ -141,8 +138,8 @@ struct unit_planes {
         high = _mm512_maskz_mov_epi8(continued, high);
     }
     void replace(std::uint64_t bad) {
-        low = _mm512_mask_mov_epi8(low, bad, all_bytes(0xFD));
-        high = _mm512_mask_mov_epi8(high, bad, all_bytes(0xFF));
+        low = _mm512_mask_mov_epi8(low, bad, block::all(0xFD));
+        high = _mm512_mask_mov_epi8(high, bad, block::all(0xFF));
     }
     unit_planes pressed(__mmask64 marks) const {
         return {_mm512_maskz_compress_epi8(marks, low), _mm512_maskz_compress_epi8(marks, high)};
@@ -176,7 +173,7 @@ struct usual_block {
 
     /// False where they are malformed. `cut`: the bytes before of a character of four.
     bool find_pairs(const surroundings& t, std::size_t cut, const decoding_bytes& bytes) {
-        const std::uint64_t first = _mm512_cmpge_epu8_mask(t.back_2, all_bytes(0xF0));
+        const std::uint64_t first = _mm512_cmpge_epu8_mask(t.back_2, block::all(0xF0));
         if ((expected | first) != ~ends.marks || bytes.forbidden(t.next, t.text, leads, seconds) != 0) return false;
         units.put_pairs(t, first, first << 1 | (cut == 3 ? 1 : 0));
         ends.mask = ends.marks |= first;
@@ -751,12 +748,11 @@ struct block_letters {
     void change(const letter_pages& letters, uchar first, uchar* p, std::size_t n, std::uint64_t asked) const {
         const __m512i text = lanes.first;
         __m512i changed = block{text}.flip_letters(first).v;
-        const auto all = [](uchar b) { return _mm512_set1_epi8(static_cast<char>(b)); };
         while (asked != 0) {
             const uchar* const c = p + lowest(asked);
             const bool three = c[0] >= 0xE0;
-            std::uint64_t same = _mm512_mask_cmpeq_epi8_mask(asked, text, all(c[0]));
-            if (three) same = _mm512_mask_cmpeq_epi8_mask(same, lanes.second, all(c[1]));
+            std::uint64_t same = _mm512_mask_cmpeq_epi8_mask(asked, text, block::all(c[0]));
+            if (three) same = _mm512_mask_cmpeq_epi8_mask(same, lanes.second, block::all(c[1]));
             asked &= ~same;
             const uchar number = letters.page_of[upper_bits(c, three ? 3 : 2)];
             if (number == 0) continue;

@@ -32,20 +32,21 @@ struct block {
     using bits = std::uint64_t;
     __m512i v;
 
+    static __m512i all(unsigned b) { return _mm512_set1_epi8(static_cast<char>(b)); }
     static block load(const uchar* p) { return {_mm512_loadu_si512(p)}; }
     void store(uchar* p) const { _mm512_storeu_si512(p, v); }
     /// Fewer bytes than a block has.
     static block load_first(const uchar* p, std::size_t n) { return {_mm512_maskz_loadu_epi8((1ULL << n) - 1, p)}; }
     void store_first(uchar* p, std::size_t n) const { _mm512_mask_storeu_epi8(p, (1ULL << n) - 1, v); }
     bits high_bits() const { return _mm512_movepi8_mask(v); }
-    bits equal_to(uchar b) const { return _mm512_cmpeq_epi8_mask(v, _mm512_set1_epi8(static_cast<char>(b))); }
-    bits at_least(uchar b) const { return _mm512_cmpge_epu8_mask(v, _mm512_set1_epi8(static_cast<char>(b))); }
+    bits equal_to(uchar b) const { return _mm512_cmpeq_epi8_mask(v, all(b)); }
+    bits at_least(uchar b) const { return _mm512_cmpge_epu8_mask(v, all(b)); }
     bits within(byte_range r) const {
-        const __m512i from = _mm512_sub_epi8(v, _mm512_set1_epi8(static_cast<char>(r.first)));
-        return _mm512_cmple_epu8_mask(from, _mm512_set1_epi8(static_cast<char>(r.last - r.first)));
+        const __m512i from = _mm512_sub_epi8(v, all(r.first));
+        return _mm512_cmple_epu8_mask(from, all(r.last - r.first));
     }
     block flip_letters(uchar first) const {
-        const __m512i flipped = _mm512_xor_si512(v, _mm512_set1_epi8(0x20));
+        const __m512i flipped = _mm512_xor_si512(v, all(0x20));
         return {_mm512_mask_mov_epi8(v, within({first, static_cast<uchar>(first + 25)}), flipped)};
     }
     template <order Order>
