@@ -22,9 +22,10 @@ namespace {
 /// The state of a text in words: a byte that is spilt and read back would hold everything up.
 struct shift_words {
     std::uint64_t out, designated;
+    std::uint64_t begun; ///< whether the byte before leads a pair
 };
 
-/// What there is in a block that is well-formed, from the beginning of a character on.
+/// What there is in a block that is well-formed; a pair may go on in the next one.
 struct shifted_block {
     std::uint64_t kept, shifted; ///< bytes that are no shift or designator; those of pairs
     std::size_t end;
@@ -43,16 +44,16 @@ struct shifted_block {
                                           equal_to(codes.designator[2]) >> 2 & equal_to(codes.designator[3]) >> 3;
         const std::uint64_t undesignated = below(designators) & (before.designated - 1);
         const std::uint64_t no_pair = ~text.mask([](block b) { return b.within({0x21, 0x7E}); });
-        const std::uint64_t wrong = (outs & (out_before | undesignated)) | (ins & ~out_before) |
+        const std::uint64_t wrong = (outs & (out_before | undesignated)) | (ins & (~out_before | before.begun)) |
                                     (escapes & ~designators) | (shifted & no_pair) |
                                     text.mask([](block b) { return b.high_bits(); }) | ~first_bits(left);
-        const std::uint64_t pairs = shifted & below(wrong);
-        const std::uint64_t stop = wrong | (leads_among(pairs, 0) & ~(pairs >> 1)), here = below(stop);
-        const std::uint64_t last = here ^ here >> 1;
+        const std::uint64_t pairs = shifted & below(wrong), leads = leads_among(pairs, before.begun);
+        const std::uint64_t lone = leads & ~(pairs >> 1) & first_bits(block_size - 1);
+        const std::uint64_t stop = wrong | lone, here = below(stop), last = here ^ here >> 1;
         return {here & ~(outs | ins | designators * 0xF),
                 shifted,
                 lowest(stop),
-                {is_any(out_behind & last), before.designated | is_any(designators & here)}};
+                {is_any(out_behind & last), before.designated | is_any(designators & here), (leads & here) >> 63}};
     }
 
     /// The bits below the lowest one, or all.
@@ -108,7 +109,7 @@ unshifted unshift_pairs(const shift_codes& codes, shift_state state, const uchar
         const auto unlike_ascii = [code](block b) {
             return b.high_bits() | b.equal_to(code.out) | b.equal_to(code.in) | b.equal_to(code.designator[0]);
         };
-        shift_words now{state.out ? 1U : 0U, state.designated ? 1U : 0U};
+        shift_words now{state.out ? 1U : 0U, state.designated ? 1U : 0U, 0};
         std::size_t read = 0, written = 0;
         while (read < n) {
             const uchar* const p = src + read;
@@ -126,11 +127,17 @@ unshifted unshift_pairs(const shift_codes& codes, shift_state state, const uchar
             };
             const shifted_block found = over_block(p, left, unshift);
             if (found.end == 0) break;
-            read += found.end;
             written += static_cast<std::size_t>(std::popcount(found.kept));
             now = found.state;
+            // Where all is well, the next block need not wait for what is found in this one.
+            if (found.end == block_size) [[likely]] {
+                read += block_size;
+                continue;
+            }
+            read += found.end;
         }
-        return {read, written, {now.out != 0, now.designated != 0}};
+        // Whole characters only.
+        return {read - now.begun, written - now.begun, {now.out != 0, now.designated != 0}};
     });
 }
 
