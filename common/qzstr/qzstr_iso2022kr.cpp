@@ -108,7 +108,7 @@ struct iso2022kr : decoders<iso2022kr>, encoders<iso2022kr> {
         conv_status_t status = exact;
         for (offset_t most = 2 * shortest_piece;; most = std::min<offset_t>(2 * most, longest_piece)) {
             // No byte becomes more than one unit: there is room for one wherever a shift is read.
-            const offset_t n = std::min({len - at.read, (size - at.written) / Unit - 1, most});
+            const offset_t n = std::min({len - at.read, (size - at.written) / Unit, most});
             if (n < shortest_piece) return status;
             const uchar* const p = src + at.read;
             const unshifted text = unshift_pairs(iso2022kr_codes, state, p, static_cast<std::size_t>(n), piece);

@@ -36,7 +36,7 @@ struct shifted_block {
         const auto equal_to = [&text](uchar code) { return text.mask([code](block b) { return b.equal_to(code); }); };
         const std::uint64_t outs = equal_to(codes.out), ins = equal_to(codes.in);
         // Where the shifts take turns, each borrow runs from one out to the next in. Up to the first that does not, all
-        // of this is right.
+        // of this is right, and that one, where it is an in, becomes a byte of a pair that it cannot be.
         const std::uint64_t out_behind = ins - outs - before.out, out_before = out_behind << 1 | before.out;
         const std::uint64_t shifted = out_behind & ~outs;
         const std::uint64_t escapes = equal_to(codes.designator[0]);
@@ -44,7 +44,7 @@ struct shifted_block {
                                           equal_to(codes.designator[2]) >> 2 & equal_to(codes.designator[3]) >> 3;
         const std::uint64_t undesignated = below(designators) & (before.designated - 1);
         const std::uint64_t no_pair = ~text.mask([](block b) { return b.within({0x21, 0x7E}); });
-        const std::uint64_t wrong = (outs & (out_before | undesignated)) | (ins & (~out_before | before.begun)) |
+        const std::uint64_t wrong = (outs & (out_before | undesignated)) | (ins & before.begun) |
                                     (escapes & ~designators) | (shifted & no_pair) |
                                     text.mask([](block b) { return b.high_bits(); }) | ~first_bits(left);
         const std::uint64_t pairs = shifted & below(wrong), leads = leads_among(pairs, before.begun);
