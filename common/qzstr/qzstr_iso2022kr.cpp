@@ -245,6 +245,15 @@ struct iso2022kr : decoders<iso2022kr>, encoders<iso2022kr> {
         progress at;
         if (!require_buffers(str, "str != NULL", buf, "buf != NULL", write_len, where.source, 0))
             return report(exact, at, read_len, write_len);
+        const offset_t len = at_least_0(str_len), size = at_least_0(buf_size);
+        const conv_status_t status = len < shortest_piece
+                                         ? recode_bytes<false>(bytes(str), len, bytes(buf), size, at, korean, convert)
+                                         : recode_bytes<true>(bytes(str), len, bytes(buf), size, at, korean, convert);
+        return report(status, at, read_len, write_len);
+    }
+    template <bool InPieces, class Korean, class Convert>
+    [[gnu::noinline]] static conv_status_t recode_bytes(const uchar* src, offset_t len, uchar* dst, offset_t size,
+                                                        progress& at, Korean korean, Convert convert) {
         shift_state state;
         const auto step = [&state, korean](const uchar* p, offset_t left) -> recoded {
             if (state.out && p[0] > ' ' && left >= 2 && qzstr_ksc5601_to_ucs2(p[0], p[1]) != no_character)
@@ -253,31 +262,28 @@ struct iso2022kr : decoders<iso2022kr>, encoders<iso2022kr> {
             if (d.consumed == 2) return korean(p);
             return {{static_cast<uchar>(d.unit[0])}, d.units, d.consumed, d.what};
         };
-        const auto pass_ascii = [&state](const uchar* src, std::size_t n, uchar* dst, std::size_t room) -> converted {
+        const auto pass_ascii = [&state](const uchar* p, std::size_t n, uchar* to, std::size_t room) -> converted {
             std::size_t i = 0;
             if (!state.out)
-                for (; i < n && i < room && is_plain(src[i]); ++i)
-                    dst[i] = src[i];
+                for (; i < n && i < room && is_plain(p[i]); ++i)
+                    to[i] = p[i];
             return {i, i, false};
         };
+        if constexpr (!InPieces) return recode(src, len, dst, size, at, pass_ascii, step);
         exact_stretch stretch;
-        const uchar* until = bytes(str);
-        const auto run = [&](const uchar* src, std::size_t n, uchar* dst, std::size_t room) -> converted {
-            if (src >= until) {
+        const uchar* until = src;
+        const auto run = [&](const uchar* p, std::size_t n, uchar* to, std::size_t room) -> converted {
+            if (p >= until) {
                 shift_state now = state; // what is referred to would not stay in registers
-                const converted done = recode_pieces(now, src, n, dst, room, convert);
+                const converted done = recode_pieces(now, p, n, to, room, convert);
                 state = now;
                 const auto then = static_cast<std::size_t>(stretch.after(static_cast<offset_t>(done.read)));
-                until = src + std::min(n, done.read + then);
+                until = p + std::min(n, done.read + then);
                 if (done.read > 0) return done;
             }
-            return pass_ascii(src, static_cast<std::size_t>(until - src), dst, room);
+            return pass_ascii(p, static_cast<std::size_t>(until - p), to, room);
         };
-        const offset_t len = at_least_0(str_len), size = at_least_0(buf_size);
-        const conv_status_t status = len < shortest_piece
-                                         ? recode(bytes(str), len, bytes(buf), size, at, pass_ascii, step)
-                                         : recode(bytes(str), len, bytes(buf), size, at, run, step);
-        return report(status, at, read_len, write_len);
+        return recode(src, len, dst, size, at, run, step);
     }
     template <class Convert>
     static converted recode_pieces(shift_state& state, const uchar* src, std::size_t n, uchar* dst, std::size_t room,
