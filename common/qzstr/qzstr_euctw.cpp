@@ -90,12 +90,17 @@ struct euctw : block_walks<euctw>,
         return byte_offset;
     }
 
-    static bool ends_character(const uchar* p, offset_t offset) { return char_over(p, offset, step).end == offset + 1; }
+    // By the steps of counting, unlike leading bytes.
+    static bool ends_character(const uchar* p, offset_t offset) {
+        const offset_t start = start_of(p, offset, step);
+        return start + step(p + start, unbounded) == offset + 1;
+    }
     static int get_char_ending_byte(char* str, int byte_offset, uchar is_ahead) {
         if (!has_offset(str, byte_offset, where.get_char_ending_byte)) return byte_offset;
-        const char_position at = char_over(bytes(str), byte_offset, step);
-        if (at.end == offset_t{byte_offset} + 1) return byte_offset;
-        return static_cast<int>((is_ahead != 0 ? at.start : at.end) - 1);
+        const offset_t start = start_of(bytes(str), byte_offset, step),
+                       end = start + step(bytes(str) + start, unbounded);
+        if (end == offset_t{byte_offset} + 1) return byte_offset;
+        return static_cast<int>((is_ahead != 0 ? start : end) - 1);
     }
 };
 

@@ -108,9 +108,27 @@ struct gb18030 : block_walks<gb18030>,
 
     // ---- Positions ----
 
-    /// Pairs; four-byte forms go by steps.
     static moved skip(const uchar* p, std::size_t n, std::size_t chars) {
-        return skip_pairs_before(leads, digits, p, n, chars);
+        return skip_both(digits, long_codes, p, n, chars);
+    }
+    /// As count_step: 0x39 behind a lead tells nothing.
+    static moved count_skip(const uchar* p, std::size_t n, std::size_t chars) {
+        static constexpr byte_set told_by{byte_range{'0', '8'}};
+        static constexpr long_code_shape codes = [] {
+            long_code_shape counted = long_codes;
+            counted.radix[1] = 9;
+            return counted;
+        }();
+        return skip_both(told_by, codes, p, n, chars);
+    }
+    /// Pairs, and then four-byte codes, where they begin.
+    static moved skip_both(const byte_set& told_by, const long_code_shape& codes, const uchar* p, std::size_t n,
+                           std::size_t chars) {
+        const bool begins_long = n >= 2 && leads.contains(p[0]) && told_by.contains(p[1]);
+        const moved pairs = begins_long ? moved{} : skip_pairs_before(leads, told_by, p, n, chars);
+        if (pairs.read + 4 > n || pairs.written == chars) return pairs;
+        const moved both = skip_quads(leads, codes, p + pairs.read, n - pairs.read, chars - pairs.written);
+        return {pairs.read + both.read, pairs.written + both.written};
     }
     static constexpr const byte_set& pair_leads = leads;
 

@@ -138,7 +138,7 @@ struct utf16 : block_walks<utf16>, decoders<utf16>, encoders<utf16> {
         const uchar* const p = bytes(str);
         const offset_t len = at_least_0(str_len);
         const moved passed =
-            pass(p, static_cast<std::size_t>(len), len, static_cast<std::size_t>(at_least_0(char_cnt)), step);
+            pass(p, static_cast<std::size_t>(len), len, static_cast<std::size_t>(at_least_0(char_cnt)), skip, step);
         const auto number = static_cast<offset_t>(passed.written);
         auto at = static_cast<offset_t>(passed.read);
         if (at > len) at = len;

@@ -45,6 +45,9 @@ moved skip_pairs(const byte_set& leads, const uchar* p, std::size_t n, std::size
         at.read += leads.contains(p[at.read]) ? 2 : 1;
     return at;
 }
+moved skip_quads(const byte_set&, const long_code_shape&, const uchar*, std::size_t, std::size_t) {
+    return {};
+}
 moved skip_pairs_before(const byte_set& leads, const byte_set& stops, const uchar* p, std::size_t n,
                         std::size_t chars) {
     moved at{};
@@ -120,17 +123,9 @@ converted reduce_pairs(const pair_reduction& plan, const uchar* src, std::size_t
                 continue;
             }
             const auto pairs = block_of_pairs::of(members(*plan.leads, p, left), left);
-            std::uint64_t start = pairs.start;
-            std::size_t end = pairs.end;
-            if (plan.longer.count != 0) {
-                const auto telling = [&](auto text) { return pairs.telling(plan.longer, text); };
-                const auto characters = block_characters::of(plan.longer, pairs, over_block(p, left, telling));
-                const std::uint64_t may_end = pairs.leads & pairs.start & ~characters.long_ones;
-                // In this block, or for good.
-                const std::uint64_t open = characters.long_ones & ~(may_end >> (plan.longer.bytes - 2));
-                if (open != 0) end = lowest(open);
-                start = characters.start & first_bits(end);
-            }
+            const auto tell = [&](auto text) { return pairs.telling(plan.longer, text); };
+            const std::uint64_t telling = plan.longer.count == 0 ? 0 : over_block(p, left, tell);
+            const auto [start, long_ones, end] = block_characters::closed(plan.longer, pairs, telling);
             if (end == 0 || room - written < static_cast<std::size_t>(std::popcount(start))) break;
             const reduced_block done = reduce_block(plan, p, left, start, end, dst + written, room - written);
             base += done.read;
@@ -156,6 +151,27 @@ moved skip_pairs(const byte_set& set, const uchar* p, std::size_t n, std::size_t
         carry = leads >> (taken - 1) & 1;
     }
     return {base + static_cast<std::size_t>(carry), passed};
+}
+
+moved skip_quads(const byte_set& leads, const long_code_shape& longer, const uchar* p, std::size_t n,
+                 std::size_t chars) {
+    std::size_t base = 0, passed = 0;
+    std::uint64_t long_ones = 1;
+    constexpr std::size_t few = 24; // sooner walked than looked at as a block
+    if (n < few) return {};
+    while (long_ones != 0 && base < n && passed < chars) {
+        const std::size_t left = n - base;
+        const block_characters found = over_block(p + base, left, [&](auto text) {
+            const auto pairs = block_of_pairs::of(text.mask(in(leads)) & first_bits(left), left);
+            return block_characters::closed(longer, pairs, pairs.telling(longer, text));
+        });
+        const auto here = static_cast<std::size_t>(std::popcount(found.start));
+        if (here > chars - passed) return {base + nth_bit(found.start, chars - passed), chars};
+        passed += here;
+        base += found.end;
+        long_ones = here == 0 ? 0 : found.long_ones;
+    }
+    return {base, passed};
 }
 
 moved skip_pairs_before(const byte_set& set, const byte_set& stops, const uchar* p, std::size_t n, std::size_t chars) {
@@ -185,12 +201,7 @@ moved skip_long_forms(const long_forms& forms, const uchar* p, std::size_t n, st
         const std::size_t taken = n - base < block_size ? n - base : block_size;
         std::uint64_t in_set, high, long_lead;
         const auto look_at = [&](auto at) {
-            in_set = at.mask([&](block b) {
-                block::bits bits = 0;
-                for (int r = 0; r < forms.leads->ranges(); ++r)
-                    bits |= b.within(forms.leads->range(r));
-                return bits;
-            });
+            in_set = at.mask(in(*forms.leads));
             high = at.mask([](block b) { return b.high_bits(); });
             long_lead = at.mask([&](block b) { return b.equal_to(forms.lead); });
         };

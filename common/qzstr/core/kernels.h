@@ -239,6 +239,10 @@ struct long_forms {
     K(moved, skip_pairs_before,                                                                                        \
       (const byte_set& leads, const byte_set& stops, const uchar* p, std::size_t n, std::size_t chars),                \
       (leads, stops, p, n, chars))                                                                                     \
+    /* As skip_pairs over codes of two pairs, by blocks while these have some; stops before cut or malformed ones. */  \
+    K(moved, skip_quads,                                                                                               \
+      (const byte_set& leads, const long_code_shape& longer, const uchar* p, std::size_t n, std::size_t chars),        \
+      (leads, longer, p, n, chars))                                                                                    \
     /* As skip_pairs over long forms; stops before cut or malformed ones and high bytes that lead nothing. */          \
     K(moved, skip_long_forms, (const long_forms& forms, const uchar* p, std::size_t n, std::size_t chars),             \
       (forms, p, n, chars))                                                                                            \

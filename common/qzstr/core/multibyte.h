@@ -43,18 +43,6 @@ char_position find_char(const uchar* p, offset_t len, offset_t n, Step step) {
     return at;
 }
 
-/// The character that covers an offset, found by walking from byte 0.
-template <class Step>
-char_position char_over(const uchar* p, offset_t offset, Step step) {
-    char_position at{0, step(p, unbounded), 1};
-    while (at.end <= offset) {
-        at.start = at.end;
-        at.end += step(p + at.start, unbounded);
-        ++at.number;
-    }
-    return at;
-}
-
 /// The longest prefix of at most `limit` columns; `reached` when the text was cut there or fits exactly.
 struct prefix {
     offset_t bytes = 0;
@@ -212,14 +200,15 @@ protected:
 template <class F>
 struct block_walks : multibyte<F> {
     static offset_t count_step(const uchar* p, offset_t left) { return F::step(p, left); }
+    static moved count_skip(const uchar* p, std::size_t n, std::size_t chars) { return F::skip(p, n, chars); }
     static offset_t pos_step(const uchar* p, offset_t left) { return F::step(p, left); }
 
-    /// Passes characters as F::skip, all that there are; `left` bytes are there from p on.
-    template <class Step>
-    static moved pass(const uchar* p, std::size_t n, offset_t left, std::size_t chars, Step step) {
+    /// Passes characters by `skip` and `step`, all that there are; `left` bytes are there from p on.
+    template <class Skip, class Step>
+    static moved pass(const uchar* p, std::size_t n, offset_t left, std::size_t chars, Skip skip, Step step) {
         moved at{};
         while (at.read < n && at.written < chars) {
-            const moved fast = F::skip(p + at.read, n - at.read, chars - at.written);
+            const moved fast = skip(p + at.read, n - at.read, chars - at.written);
             at.read += fast.read;
             at.written += fast.written;
             for (int k = fast.read >= 32 ? 1 : 32; k > 0 && at.read < n && at.written < chars; --k) {
@@ -232,7 +221,7 @@ struct block_walks : multibyte<F> {
 
     static offset_t characters(const uchar* p, offset_t len) {
         return static_cast<offset_t>(
-            pass(p, static_cast<std::size_t>(len), len, ~std::size_t{0}, F::count_step).written);
+            pass(p, static_cast<std::size_t>(len), len, ~std::size_t{0}, F::count_skip, F::count_step).written);
     }
     /// k characters take at least k bytes, so no read goes further than the characters require.
     static offset_t bytes_of(const uchar* p, offset_t chars) {
@@ -240,7 +229,7 @@ struct block_walks : multibyte<F> {
         std::size_t at = 0;
         auto left = static_cast<std::size_t>(chars);
         while (left > few) {
-            const moved m = pass(p + at, left, unbounded, left, F::count_step);
+            const moved m = pass(p + at, left, unbounded, left, F::count_skip, F::count_step);
             at += m.read;
             left -= m.written;
         }
@@ -250,7 +239,7 @@ struct block_walks : multibyte<F> {
     /// By blocks up to the last few bytes, where the walk must see which character is the last.
     static char_position find(const uchar* p, offset_t len, offset_t n) {
         const std::size_t before = n < 1 ? ~std::size_t{0} : static_cast<std::size_t>(n - 1);
-        const moved m = pass(p, before_last(len), len, before, F::pos_step);
+        const moved m = pass(p, before_last(len), len, before, F::skip, F::pos_step);
         const auto from = static_cast<offset_t>(m.read), passed = static_cast<offset_t>(m.written);
         const char_position at = find_char(p + from, len - from, n - passed, F::pos_step);
         return {at.start + from, at.end + from, at.number + passed};
@@ -259,7 +248,7 @@ struct block_walks : multibyte<F> {
     /// Where the character begins that holds the byte at an offset; looks at no byte behind it.
     template <class Step>
     static offset_t start_of(const uchar* p, offset_t offset, Step step) {
-        auto at = static_cast<offset_t>(pass(p, before_last(offset), offset, ~std::size_t{0}, step).read);
+        auto at = static_cast<offset_t>(pass(p, before_last(offset), offset, ~std::size_t{0}, F::skip, step).read);
         for (offset_t next = at; next <= offset; next += step(p + at, offset - at)) {
             at = next;
             if (at == offset) break;

@@ -19,15 +19,19 @@ namespace {
 
 constexpr std::uint64_t even_bits = 0x5555555555555555;
 
-/// The members of a set in the block at p, where `left` bytes are left of the text.
-inline std::uint64_t members(const byte_set& set, const uchar* p, std::size_t left) {
-    const auto in_block = [&set](block b) {
+/// Makes masks of the members of a set.
+inline auto in(const byte_set& set) {
+    return [&set](block b) {
         block::bits bits = 0;
         for (int r = 0; r < set.ranges(); ++r)
             bits |= b.within(set.range(r));
         return bits;
     };
-    return over_block(p, left, [&](auto text) { return text.mask(in_block); }) & first_bits(left);
+}
+
+/// The members of a set in the block at p, where `left` bytes are left of the text.
+inline std::uint64_t members(const byte_set& set, const uchar* p, std::size_t left) {
+    return over_block(p, left, [&](auto text) { return text.mask(in(set)); }) & first_bits(left);
 }
 
 /// The leads of a block, from its members of the lead set. `carry` is 1 when the block's first byte is a trail.
@@ -90,6 +94,22 @@ struct block_characters {
         const std::size_t last = static_cast<std::size_t>(std::bit_width(firsts));
         return {pairs.start & ~(firsts << (longer.bytes - 2)), firsts,
                 firsts == 0 ? pairs.end : std::max(pairs.end, last + longer.bytes - 1)};
+    }
+
+    /// Only up to a longer one whose last pair is not in the block, or tells such a one itself, or is none.
+    static block_characters closed(const long_code_shape& longer, const block_of_pairs& pairs, std::uint64_t telling) {
+        if (telling == 0) return {pairs.start, 0, pairs.end};
+        block_characters all = of(longer, pairs, telling);
+        const std::uint64_t may_end = pairs.leads & pairs.start & ~all.long_ones;
+        const std::uint64_t open = all.long_ones & ~(may_end >> (longer.bytes - 2));
+        all.end = pairs.end;
+        if (open != 0) all.keep(lowest(open));
+        return all;
+    }
+    /// Only those in the first n bytes.
+    void keep(std::size_t n) {
+        start &= first_bits(n);
+        end = n;
     }
 };
 
