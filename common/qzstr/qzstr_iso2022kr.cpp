@@ -3,6 +3,7 @@
 #include "core/surface.h"
 #include "core/transcode.h"
 #include "qzstr_stages.h"
+#include "standards/ksc5601_text.h"
 
 #include <algorithm>
 
@@ -22,22 +23,6 @@ struct ksc5601_pairs {
         const auto& pages = encode_pages_of<ksc5601_pairs>;
         const std::uint16_t cell = pages.cell[pages.page[c >> 8] + (c & 0xFF)];
         return cell < substituted ? __builtin_bswap16(cell) : 0;
-    }
-};
-
-/// KS X 1001 as text without its shifts has it: pairs with the high bit among ASCII.
-struct unshifted_ksc5601 {
-    static constexpr byte_set leads{byte_range{0xA1, 0xFE}};
-
-    /// Its replacement makes the tables ask for what is no character: only the text with the shifts tells what follows.
-    template <form>
-    static constexpr decoded decode(const uchar* p, offset_t) {
-        if (p[0] < 0x80) return one(p[0], 1);
-        const char32_t c = qzstr_ksc5601_to_ucs2(p[0] - 0x80U, p[1] - 0x80U);
-        return c != no_character ? one(c, 2) : decoded{{'?', 0}, 1, 1, outcome::bad};
-    }
-    static constexpr recoded reduce(const uchar* p, offset_t) {
-        return p[0] < 0x80 ? recoded{{p[0]}, 1, 1, outcome::ok} : recoded{{'?'}, 1, 2, outcome::bad};
     }
 };
 
@@ -97,7 +82,7 @@ struct iso2022kr : decoders<iso2022kr>, encoders<iso2022kr> {
         at = here;
     }
 
-    static constexpr offset_t shortest_piece = 64, longest_piece = 1024;
+    static constexpr offset_t shortest_piece = 64, longest_piece = ksc5601_text::piece;
 
     /// Takes well-formed text a piece at a time: `convert(piece, n)` gets n bytes of it without shifts, and takes those up
     /// to the first pair that is no character.
@@ -153,7 +138,7 @@ struct iso2022kr : decoders<iso2022kr>, encoders<iso2022kr> {
             if (len - at.read >= shortest_piece) {
                 const offset_t before = at.read;
                 const auto convert = [&](const uchar* piece, std::size_t n) {
-                    return decode_pairs(pair_decoding_of<unshifted_ksc5601>, layout_of<Form, Order>, piece, n,
+                    return decode_pairs(pair_decoding_of<ksc5601_text>, layout_of<Form, Order>, piece, n,
                                         dst + at.written, static_cast<std::size_t>((size - at.written) / unit));
                 };
                 status |= take_pieces<unit>(state, src, len, size, at, convert);
@@ -292,16 +277,9 @@ struct iso2022kr : decoders<iso2022kr>, encoders<iso2022kr> {
         const conv_status_t status =
             take_pieces<1>(state, src, static_cast<offset_t>(n), static_cast<offset_t>(room), at,
                            [dst, convert, &at](const uchar* piece, std::size_t m) {
-                               return convert(piece, characters_in(piece, m), dst + at.written);
+                               return convert(piece, ksc5601_text::characters_in(piece, m), dst + at.written);
                            });
         return {static_cast<std::size_t>(at.read), static_cast<std::size_t>(at.written), status != exact};
-    }
-    /// The bytes of a piece without shifts up to the first pair that is no character.
-    static std::size_t characters_in(const uchar* piece, std::size_t n) {
-        uchar units[2 * longest_piece];
-        return decode_pairs(pair_decoding_of<unshifted_ksc5601>, unit_layout::ucs2_little, piece, n, units,
-                            longest_piece)
-            .read;
     }
     static conv_status_t get_ascii_str QZSTR_CELL_PARAMETERS {
         (void)from_charset, (void)to_charset;
@@ -311,7 +289,7 @@ struct iso2022kr : decoders<iso2022kr>, encoders<iso2022kr> {
                 return recoded{{'?'}, 1, 2, outcome::bad};
             },
             [](const uchar* piece, std::size_t n, uchar* dst) {
-                return reduce_pairs(reduction_of<unshifted_ksc5601>, piece, n, dst, n);
+                return reduce_pairs(reduction_of<ksc5601_text>, piece, n, dst, n);
             });
     }
     static conv_status_t get_euckr_str QZSTR_CELL_PARAMETERS {

@@ -5,7 +5,11 @@
 #include "core/surface.h"
 #include "core/transcode.h"
 #include "standards/ksc5601.h"
+#include "standards/ksc5601_text.h"
 #include "standards/uhc.h"
+
+#include <algorithm>
+#include <cstring>
 
 namespace qzstr::families {
 
@@ -77,8 +81,14 @@ struct mswin949 : double_byte<mswin949>,
         progress at;
         if (!require_buffers(str, "str != NULL", buf, "buf != NULL", write_len, where.source, 0))
             return report(exact, at, read_len, write_len);
+        const auto copy_characters = [](const uchar* src, std::size_t n, uchar* dst, std::size_t room) -> converted {
+            if (src[0] < 0x80) return recode_ascii(src, n, dst, room);
+            const std::size_t same = ksc5601_text::characters_in(src, std::min(n, room));
+            std::memcpy(dst, src, same);
+            return {same, same, false};
+        };
         const conv_status_t status =
-            recode(bytes(str), at_least_0(str_len), bytes(buf), at_least_0(buf_size), at, recode_ascii, to_euckr);
+            recode(bytes(str), at_least_0(str_len), bytes(buf), at_least_0(buf_size), at, copy_characters, to_euckr);
         return report(status, at, read_len, write_len);
     }
 
