@@ -35,11 +35,11 @@ struct paired_bytes {
     const uchar* p;
     std::uint64_t leads_or_trails = 0;
     alignas(64) uchar index[2 * block_size + 2]; ///< in 16 bits each; 0 behind the block
-    alignas(64) uchar copy[block_size + beyond];
+    alignas(64) uchar copy[block_size + std::max(beyond, block::size)]; ///< stored by blocks
 
     paired_bytes(const pair_decoding& plan, const uchar* text, std::size_t left) : p(text) {
-        if (left < sizeof copy) {
-            std::memset(copy, 0, sizeof copy);
+        if (left < block_size + beyond) {
+            std::memset(copy, 0, block_size + beyond);
             std::size_t at = 0;
             for (; left - at >= block::size; at += block::size)
                 block::load(text + at).store(copy + at);

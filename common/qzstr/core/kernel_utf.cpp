@@ -179,7 +179,7 @@ template <form Form, order Order>
                                                   bool stops) {
     constexpr std::size_t unit = unit_size<Form>, group = 8;
     std::size_t base = 0, done = 0;
-    bool replaced = false;
+    std::uint64_t replaced = 0; // a byte would be stored, and read back as eight
     // Decodes what a block of `taken` bytes has; false at the end, at four bytes where that stops, or in a full target.
     const auto block_done = [&](const uchar* p, std::size_t taken) {
         if (is_ascii_block(p)) {
@@ -208,7 +208,7 @@ template <form Form, order Order>
         c.keep(units - done);
         uchar* const to = dst + done * unit;
         decode_marked<Form, Order>(p, c.starts, c.bytes, to, units - done >= block_size + group);
-        replaced |= c.wrong != 0;
+        replaced |= c.wrong;
         for (std::uint64_t wrong = c.wrong; wrong != 0; wrong &= wrong - 1)
             store_unit<Form, Order>(to + c.number(lowest(wrong)) * unit, 0xFFFD);
         base += c.bytes;
@@ -216,13 +216,13 @@ template <form Form, order Order>
         return goes_on && c.bytes == wanted;
     };
     while (n - base >= block_size + beyond)
-        if (!block_done(src + base, block_size)) return {base, done * unit, replaced};
+        if (!block_done(src + base, block_size)) return {base, done * unit, replaced != 0};
     while (base < n && done < units) {
         const std::size_t taken = std::min(n - base, block_size), before = base;
         const padded last(src + base, taken);
         if (!block_done(last.bytes, taken) || base == before) break;
     }
-    return {base, done * unit, replaced};
+    return {base, done * unit, replaced != 0};
 }
 
 template <form Form, order Order>
