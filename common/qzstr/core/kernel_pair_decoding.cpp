@@ -34,7 +34,7 @@ namespace {
 struct paired_bytes {
     const uchar* p;
     std::uint64_t leads_or_trails = 0;
-    alignas(64) uchar index[2 * block_size + 2]; ///< in 16 bits each; 0 behind the block
+    alignas(64) uchar index[2 * block_size + 2];                        ///< in 16 bits each; 0 behind the block
     alignas(64) uchar copy[block_size + std::max(beyond, block::size)]; ///< stored by blocks
 
     paired_bytes(const pair_decoding& plan, const uchar* text, std::size_t left) : p(text) {
