@@ -228,16 +228,19 @@ template <form Form, order Order>
 template <form Form, order Order>
 converted decode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t units, bool stops) {
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
-    if constexpr (Form != form::ucs4) {
-        if (n <= block_size) {
-            const short_text<Form == form::utf16> text(src, n);
-            if (text.usual && text.count <= units) {
+    if (n <= block_size) {
+        const short_text<Form == form::utf16> text(src, n);
+        if (text.usual && text.count <= units) {
+            if constexpr (Form == form::ucs4)
+                store_wide<Order>(dst, text.units, text.count);
+            else
                 store_units<Order>(dst, text.units, text.count, units);
-                return {n, 2 * text.count, false};
-            }
+            return {n, unit_size<Form> * text.count, false};
         }
+    }
+    if constexpr (Form != form::ucs4)
         return decode_utf8_units<Form == form::utf16, Order>(src, n, dst, units, stops);
-    } else
+    else
 #endif
         return decode_utf8_by_starts<Form, Order>(src, n, dst, units, stops);
 }

@@ -259,6 +259,20 @@ void store_units(uchar* dst, unit_planes units, std::size_t count, std::size_t r
     store_half(dst + 64, _mm512_unpackhi_epi8(first, second), count - 32, room - 32);
 }
 
+/// The same as UCS-4, one store for 16.
+template <order Order>
+void store_wide(uchar* dst, unit_planes units, std::size_t count) {
+    const auto next_16 = [](__m512i& plane) {
+        const __m512i wide = _mm512_cvtepu8_epi32(_mm512_castsi512_si128(plane));
+        plane = _mm512_alignr_epi32(plane, plane, 4);
+        return wide;
+    };
+    for (std::size_t done = 0; done < count; done += 16) {
+        const __m512i low = next_16(units.low), c = _mm512_or_si512(low, _mm512_slli_epi32(next_16(units.high), 8));
+        _mm512_mask_storeu_epi32(dst + 4 * done, first_lanes(count - done), Order == order::big ? swap_bytes_32(c) : c);
+    }
+}
+
 /// The units of a text of at most 64 bytes, when it is well-formed and, without `Pairs`, within the BMP.
 template <bool Pairs>
 struct short_text {
