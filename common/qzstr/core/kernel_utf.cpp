@@ -225,24 +225,50 @@ template <form Form, order Order>
     return {base, done * unit, replaced != 0};
 }
 
-template <form Form, order Order>
-converted decode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t units, bool stops) {
 #if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
-    if (n <= block_size) {
-        const short_text<Form == form::utf16> text(src, n);
-        if (text.usual && text.count <= units) {
-            if constexpr (Form == form::ucs4)
-                store_wide<Order>(dst, text.units, text.count);
-            else
-                store_units<Order>(dst, text.units, text.count, units);
-            return {n, unit_size<Form> * text.count, false};
-        }
+
+/// A text of at most 64 bytes: its units, when it is usual and they have room.
+template <form Form, order Order>
+[[gnu::always_inline]] inline bool decode_short(const uchar* src, std::size_t n, uchar* dst, std::size_t units,
+                                                std::size_t& count) {
+    const short_text<Form == form::utf16> text(src, n);
+    if (!text.usual || text.count > units) return false;
+    if constexpr (Form == form::ucs4)
+        store_wide<Order>(dst, text.units, text.count);
+    else
+        store_units<Order>(dst, text.units, text.count, units);
+    count = text.count;
+    return true;
+}
+
+/// Any text; of a short one it may be only the end that is unusual, by a character that it cuts.
+template <form Form, order Order>
+[[gnu::noinline]] converted decode_any_utf8(const uchar* src, std::size_t n, uchar* dst, std::size_t units,
+                                            bool stops) {
+    if (n > 3 && n <= block_size) {
+        std::size_t count = 0;
+        if (const std::size_t cut = bytes_of_cut(src + n);
+            cut != 0 && decode_short<Form, Order>(src, n - cut, dst, units, count))
+            return {n - cut, unit_size<Form> * count, false};
     }
     if constexpr (Form != form::ucs4)
         return decode_utf8_units<Form == form::utf16, Order>(src, n, dst, units, stops);
     else
-#endif
         return decode_utf8_by_starts<Form, Order>(src, n, dst, units, stops);
+}
+
+#endif
+
+template <form Form, order Order>
+converted decode_utf8_as(const uchar* src, std::size_t n, uchar* dst, std::size_t units, bool stops) {
+#if QZSTR_LEVEL_NUMBER == QZSTR_IS_avx512
+    std::size_t count = 0;
+    if (n <= block_size && decode_short<Form, Order>(src, n, dst, units, count))
+        return {n, unit_size<Form> * count, false};
+    return decode_any_utf8<Form, Order>(src, n, dst, units, stops);
+#else
+    return decode_utf8_by_starts<Form, Order>(src, n, dst, units, stops);
+#endif
 }
 
 #if QZSTR_LEVEL_NUMBER < QZSTR_IS_avx512
