@@ -247,8 +247,9 @@ template <form Form, order Order>
                                             bool stops) {
     if (n > 3 && n <= block_size) {
         std::size_t count = 0;
+        // In malformed text it may be any number.
         if (const std::size_t cut = bytes_of_cut(src + n);
-            cut != 0 && decode_short<Form, Order>(src, n - cut, dst, units, count))
+            cut != 0 && cut < n && decode_short<Form, Order>(src, n - cut, dst, units, count))
             return {n - cut, unit_size<Form> * count, false};
     }
     if constexpr (Form != form::ucs4)
