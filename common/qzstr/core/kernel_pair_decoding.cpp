@@ -162,6 +162,7 @@ bool decode_block(const pair_decoding& plan, const paired_bytes& text, std::uint
 }
 
 #endif
+
 /// Which bytes of a block are not ASCII, or not themselves.
 block::bits unlike_ascii(const pair_decoding& plan, block b) {
     return b.high_bits() | b.equal_to(plan.unlike_ascii[0]) | b.equal_to(plan.unlike_ascii[1]);
@@ -205,6 +206,7 @@ converted decode_pairs_as(const pair_decoding& plan, const uchar* src, std::size
     const std::size_t read = decode_into(plan, src, n, target);
     return {read, target.units * unit_size<Form>, target.replaced};
 }
+
 } // namespace
 
 converted decode_pairs(const pair_decoding& plan, unit_layout layout, const uchar* src, std::size_t n, uchar* dst,

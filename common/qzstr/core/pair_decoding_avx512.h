@@ -288,5 +288,6 @@ template <bool LongCodes, class Target>
     }
     return {count < all ? nth_bit(start, count) : characters.end, count < all};
 }
+
 } // namespace
 } // namespace qzstr::core::QZSTR_LEVEL

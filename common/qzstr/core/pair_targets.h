@@ -75,6 +75,7 @@ struct unit_target {
         return true;
     }
 };
+
 } // namespace
 } // namespace qzstr::core::QZSTR_LEVEL
 
